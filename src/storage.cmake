@@ -1,0 +1,2 @@
+target_sources(corvane_station PRIVATE
+  utils/uniquefd.cpp)
