@@ -1,1 +1,69 @@
-int main() { return 0; }
+#include "corvanelogger.h"
+#include "launcherhandover.h"
+#include "main/corvane.h"
+#include "uibackend/uibackend.h"
+
+#include <QDebug>
+#include <QDir>
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QQmlContext>
+#include <QThread>
+
+#include <atomic>
+#include <cstdlib>
+
+namespace {
+
+const QString INSTALLATION_DIR = QStringLiteral("/opt/Corvane");
+
+void enterInstallationDir()
+{
+    qDebug().noquote().nospace() << "Current working dir: " << QDir::currentPath();
+    const bool success = QDir::setCurrent(INSTALLATION_DIR);
+    qDebug().nospace() << "Setting working dir, success: " << success;
+    qDebug().noquote().nospace() << "New working dir: " << QDir::currentPath();
+}
+
+int showScreens(QGuiApplication& application, UIBackEnd& uibackend)
+{
+    Q_INIT_RESOURCE(screens);
+    QQmlApplicationEngine engine;
+    engine.rootContext()->setContextProperty(QStringLiteral("uibackend"), &uibackend);
+    engine.load(QUrl(QStringLiteral("qrc:/qml/main.qml")));
+    return application.exec();
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    completeLauncherHandover();
+    qInstallMessageHandler(corvaneLogger);
+    QGuiApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
+    QGuiApplication application(argc, argv);
+    enterInstallationDir();
+
+    UIBackEnd uibackend;
+    auto* const controller = new Corvane(uibackend);
+    std::atomic<bool> workers_abandoned{false};
+    QThread controller_thread;
+    controller->moveToThread(&controller_thread);
+    QObject::connect(&controller_thread, &QThread::finished, controller, &QObject::deleteLater);
+    QObject::connect(&controller_thread, &QThread::started, controller, &Corvane::taskLoop);
+    QObject::connect(
+        controller, &Corvane::workersAbandoned, controller, [&] { workers_abandoned = true; },
+        Qt::DirectConnection);
+    controller_thread.start();
+
+    const int exit_code = showScreens(application, uibackend);
+
+    controller_thread.requestInterruption();
+    controller_thread.quit();
+    // No limit here: an addition or a copy under way is brought to its end.
+    controller_thread.wait();
+    // A worker still sits in a transfer: what it uses must not be torn down under it.
+    if (workers_abandoned)
+        std::_Exit(exit_code);
+    return exit_code;
+}

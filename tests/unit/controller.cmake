@@ -1,0 +1,1 @@
+corvane_add_test(controller_answers SOURCES unit/controller_answers.cpp)

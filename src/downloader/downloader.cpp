@@ -1,0 +1,186 @@
+#include "downloader/downloader.h"
+
+#include "downloader/downloadexception.h"
+#include "main/pod.h"
+#include "utils/interruptiblesleep.h"
+#include "utils/libusbutils.h"
+
+#include <QCryptographicHash>
+#include <QDebug>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr int TIMEOUT_MS = 10000;
+constexpr uint8_t CMD_READ_DATA = 0x31;
+constexpr uint8_t CMD_ERASE = 0x41;
+constexpr uint8_t ACK = 0x0A;
+constexpr int DIGEST_BYTES = 32;
+constexpr uint32_t CHUNK_BYTES = 16384;
+constexpr int ATTEMPTS = 3;
+constexpr auto PAUSE_AFTER_WRONG_DIGEST = 15s;
+
+[[noreturn]] void fail(const char* message, int code)
+{
+    throw DownloadException(QLatin1String(message), code);
+}
+
+bool send(Pod& pod, uint8_t command)
+{
+    return LibUsbUtils().writeData(pod.getDevHandle(), &command, 1, TIMEOUT_MS) >= 1;
+}
+
+bool readAck(Pod& pod)
+{
+    uint8_t ack = 0;
+    return LibUsbUtils().readData(pod.getDevHandle(), &ack, 1, TIMEOUT_MS) >= 1 && ack == ACK;
+}
+
+/// The pod's data file, truncated when it is opened. Every write is checked: a full disk must never
+/// leave a short file behind a good digest.
+class DataFile
+{
+public:
+    explicit DataFile(const QString& path)
+        : m_stream(path.toStdString(), std::ios::out | std::ios::binary | std::ios::trunc)
+    {
+        if (!m_stream.is_open() || !m_stream.good())
+            fail("Failed to open file", 260);
+    }
+
+    void write(const uint8_t* bytes, uint32_t length_bytes)
+    {
+        if (!m_stream.write(reinterpret_cast<const char*>(bytes), length_bytes))
+            fail("Failed to write file", 260);
+    }
+
+    void close()
+    {
+        m_stream.close();
+        if (m_stream.fail())
+            fail("Failed to write file", 260);
+    }
+
+private:
+    std::ofstream m_stream;
+};
+
+void showProgress(Pod& pod, uint32_t size_bytes, uint32_t remaining_bytes)
+{
+    const double remaining = static_cast<double>(remaining_bytes) / size_bytes;
+    emit pod.setSyncProgress(pod.getIdx(), static_cast<int>(100.0 - remaining * 100.0));
+}
+
+/// Copies the data bytes into the file; returns their digest.
+QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
+{
+    QCryptographicHash digest(QCryptographicHash::Sha256);
+    std::array<uint8_t, CHUNK_BYTES> buffer{};
+    uint32_t remaining = size_bytes;
+    while (remaining != 0) {
+        const uint32_t chunk = std::min(remaining, CHUNK_BYTES);
+        if (LibUsbUtils().readData(pod.getDevHandle(), buffer.data(), static_cast<int>(chunk),
+                                   TIMEOUT_MS) < 1)
+            fail("Failed to read pod datas", 261);
+        // A short read deliberately counts as whole: the digest is what tells.
+        remaining -= chunk;
+        file.write(buffer.data(), chunk);
+        digest.addData(reinterpret_cast<const char*>(buffer.data()), static_cast<int>(chunk));
+        showProgress(pod, size_bytes, remaining);
+    }
+    qDebug() << "Done ! Byte remaining:" << remaining;
+    return digest.result();
+}
+
+QByteArray readDigest(Pod& pod)
+{
+    QByteArray received(DIGEST_BYTES, '\0');
+    LibUsbUtils().readData(pod.getDevHandle(), received, TIMEOUT_MS);
+    return received;
+}
+
+} // namespace
+
+uint32_t uint32_big_decode(const uint8_t* bytes)
+{
+    return (uint32_t{bytes[0]} << 24) | (uint32_t{bytes[1]} << 16) | (uint32_t{bytes[2]} << 8) |
+           uint32_t{bytes[3]};
+}
+
+bool Downloader::downloadPodData(Pod& pod)
+{
+    emit pod.syncInProgress(false);
+    for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
+        sendReadCommand(pod);
+        const uint32_t size_bytes = readSize(pod);
+        // A pod that announces exactly 512 bytes deliberately counts as empty too.
+        if (size_bytes == 0 || size_bytes == 512) {
+            dropEmptyAnswer(pod, size_bytes);
+            return false;
+        }
+        if (readOut(pod, size_bytes))
+            return true;
+        if (!sleepUnlessInterrupted(PAUSE_AFTER_WRONG_DIGEST))
+            fail("Download interrupted", 264);
+    }
+    // Deliberately true: a recording that the pod itself cannot read back right is still kept.
+    emit pod.setSyncProgress(pod.getIdx(), -1);
+    return true;
+}
+
+void Downloader::sendReadCommand(Pod& pod)
+{
+    if (!send(pod, CMD_READ_DATA))
+        fail("Failed to write read data command", 256);
+    if (!readAck(pod))
+        fail("Failed to get ack (Read datas)", 257);
+}
+
+uint32_t Downloader::readSize(Pod& pod)
+{
+    std::array<uint8_t, 4> size{};
+    if (LibUsbUtils().readData(pod.getDevHandle(), size.data(), size.size(), TIMEOUT_MS) < 1)
+        fail("Failed to get size", 258);
+    return uint32_big_decode(size.data());
+}
+
+void Downloader::dropEmptyAnswer(Pod& pod, uint32_t size_bytes)
+{
+    std::array<uint8_t, 512 + DIGEST_BYTES> dropped{};
+    LibUsbUtils().readData(pod.getDevHandle(), dropped.data(),
+                           static_cast<int>(size_bytes) + DIGEST_BYTES, TIMEOUT_MS);
+    emit pod.syncInProgress(true);
+}
+
+bool Downloader::readOut(Pod& pod, uint32_t size_bytes)
+{
+    if (!pod.claimDataFile())
+        fail("Download interrupted", 264);
+    DataFile file(pod.getOzuFilePath());
+    const QByteArray calculated = copyData(pod, size_bytes, file);
+    file.close();
+
+    const QByteArray received = readDigest(pod);
+    qDebug().noquote() << "Hash received:" << received.toHex().toUpper();
+    qDebug().noquote() << "Hash calculated:" << calculated.toHex().toUpper();
+    if (received != calculated)
+        return false;
+
+    qDebug() << "Hash correct!";
+    emit pod.setSyncProgress(pod.getIdx(), 100);
+    return true;
+}
+
+void Downloader::erasePod(Pod& pod)
+{
+    if (!send(pod, CMD_ERASE))
+        fail("Failed to write erase data", 263);
+    if (!readAck(pod))
+        fail("Failed to get ack (Erase pod)", 257);
+    qInfo() << "Erase successful from pod at index:" << pod.getIdx();
+}

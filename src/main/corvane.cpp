@@ -1,0 +1,216 @@
+#include "main/corvane.h"
+
+#include "main/discovery.h"
+#include "uibackend/uibackend.h"
+#include "utils/archiveaddition.h"
+#include "utils/childprocess.h"
+#include "utils/filesaver.h"
+#include "utils/interruptiblesleep.h"
+#include "utils/serialnumberchip.h"
+#include "utils/ziputils.h"
+
+#include <QDebug>
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QThread>
+#include <QTimer>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto DISCOVERY_DELAY = 3500ms;
+constexpr auto ARCHIVE_INTERVAL = 3h;
+constexpr auto PANEL_INTERVAL = 2000ms;
+constexpr int MAX_ARCHIVES = 25;
+
+const QString INFOS_PATH = QStringLiteral("tmp/infos.log");
+const QString STATION_VERSION_PATH = QStringLiteral("/opt/Corvane/version");
+const QString LAUNCHER_VERSION_PATH = QStringLiteral("/opt/CorvaneLauncher/version");
+const QString EXPORT_NAME = QStringLiteral("QVX_DATAS.cvx");
+
+enum SyncCode { CopyFailed = -2, Syncing = -1, Copied = 0, NoUsbKey = 1, WaitingForPods = 2 };
+
+/// The whole content as it stands, empty when there is no such file.
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+Corvane::Corvane(UIBackEnd& backend)
+    : uibackend(backend)
+{
+}
+
+Corvane::~Corvane() = default;
+
+void Corvane::init()
+{
+    // Before anything reads "datas": an addition cut short by the power is put back.
+    ArchiveAddition::recover();
+    QDir(QStringLiteral("dfu")).removeRecursively();
+    QDir(QStringLiteral("tmp")).removeRecursively();
+    QDir().mkdir(QStringLiteral("tmp"));
+
+    connect(this, &Corvane::podConnection, &uibackend, &UIBackEnd::setPodConnection);
+    connect(this, &Corvane::syncDone, &uibackend, &UIBackEnd::setSyncDone);
+    connect(this, &Corvane::updateDone, &uibackend, &UIBackEnd::setUpdateDone);
+
+    m_eui48 = getEUI48();
+    writeInfosFile();
+}
+
+QByteArray Corvane::getEUI48()
+{
+    return SerialNumberChip(QStringLiteral("/dev/i2c-3")).readEui48();
+}
+
+void Corvane::writeInfosFile()
+{
+    const QByteArray version = contentOf(STATION_VERSION_PATH);
+    QFile infos(INFOS_PATH);
+    if (infos.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        infos.write("Serial number: " + m_eui48.toHex().toUpper());
+        infos.write("\r\nBootloader version: " + contentOf(LAUNCHER_VERSION_PATH));
+        infos.write("\r\nCorvane version: " + version);
+    }
+    qInfo().noquote().nospace() << "Version: " << version;
+}
+
+void Corvane::taskLoop()
+{
+    init();
+    Discovery discovery(*this);
+    FileSaver saver(QStringLiteral("datas"), QStringLiteral(".cvx"), MAX_ARCHIVES);
+    if (!sleepUnlessInterrupted(2000ms))
+        return;
+    startNewArchive(saver);
+    serveTimers(discovery, saver);
+    if (discovery.workersLeft() > 0)
+        emit workersAbandoned();
+}
+
+void Corvane::startNewArchive(FileSaver& saver)
+{
+    saver.createNewFile();
+    m_current_zip_path = saver.getCurrentFilePath();
+    ZipUtils zip;
+    zip.createZip(m_current_zip_path);
+    zip.addFile(m_current_zip_path, INFOS_PATH);
+}
+
+void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
+{
+    QThread discovery_thread;
+    discovery.moveToThread(&discovery_thread);
+    connect(&discovery_thread, &QThread::started, &discovery, &Discovery::Start);
+    QTimer discovery_timer;
+    discovery_timer.setSingleShot(true);
+    discovery_timer.setTimerType(Qt::CoarseTimer);
+    connect(&discovery_timer, &QTimer::timeout, &discovery_thread,
+            [&] { discovery_thread.start(); });
+    discovery_timer.start(DISCOVERY_DELAY);
+
+    QTimer archive_timer;
+    archive_timer.setInterval(ARCHIVE_INTERVAL);
+    archive_timer.setTimerType(Qt::VeryCoarseTimer);
+    const auto restart = qOverload<>(&QTimer::start);
+    connect(&archive_timer, &QTimer::timeout, &archive_timer, restart);
+    // A station in use keeps one archive: only three hours without a plug or unplug begin the next.
+    connect(&discovery, &Discovery::podConnectionEvent, &archive_timer, restart);
+    connect(&archive_timer, &QTimer::timeout, this, [&] {
+        startNewArchive(saver);
+        qDebug().noquote() << "Timeout new file:" << m_current_zip_path;
+    });
+
+    QTimer panel_timer;
+    panel_timer.setInterval(PANEL_INTERVAL);
+    connect(&panel_timer, &QTimer::timeout, &panel_timer, restart);
+    connect(&panel_timer, &QTimer::timeout, this, &Corvane::updateInfowWindow);
+
+    archive_timer.start();
+    panel_timer.start();
+    QEventLoop loop;
+    while (!thread()->isInterruptionRequested())
+        loop.exec();
+
+    discovery_thread.requestInterruption();
+    discovery.Stop();
+    discovery_thread.quit();
+    discovery_thread.wait();
+}
+
+void Corvane::zipFile(const QString& file_path, int idx, ArchiveTicket* ticket)
+{
+    const bool success = ZipUtils().addFile(m_current_zip_path, file_path);
+    // Before the broadcast, which is what makes the pod look at its ticket.
+    const bool pod_gone =
+        ticket != nullptr && ticket->settle(success) == ArchiveTicket::Answer::Abandoned;
+    emit fileZipped(success, idx);
+    if (success) {
+        qDebug().noquote() << "Zipped file:" << file_path;
+        ++m_nb_pods_zipped;
+        return;
+    }
+    qDebug() << "Zip failed";
+    if (pod_gone)
+        nbPodsInSync(true); // what the pod would have done on the answer
+}
+
+void Corvane::podIsEmpty()
+{
+    ++m_nb_pods_empty;
+}
+
+void Corvane::nbPodsInSync(bool failed)
+{
+    if (failed) {
+        --m_nb_pods_to_sync;
+    } else {
+        m_saved_to_usb = false;
+        ++m_nb_pods_to_sync;
+    }
+    if (m_nb_pods_to_sync > 0)
+        emit syncDone(Syncing);
+    qDebug() << "Pods to sync:" << m_nb_pods_to_sync;
+}
+
+bool Corvane::isIdle() const
+{
+    return m_nb_pods_to_sync == 0 && m_nb_pods_zipped == 0;
+}
+
+void Corvane::updateInfowWindow()
+{
+    if (m_saved_to_usb)
+        return;
+    if (isIdle() && !m_just_updated)
+        runChild(QStringLiteral("lsusb"), {QStringLiteral("-v")});
+    if (m_nb_pods_to_sync == 0 && !m_backup_saved && !new_firmware && !m_no_backup)
+        emit syncDone(WaitingForPods);
+    if (m_nb_pods_zipped != m_nb_pods_to_sync)
+        emit syncDone(Syncing);
+    else if (m_nb_pods_zipped != 0)
+        exportArchive();
+}
+
+void Corvane::exportArchive()
+{
+    if (m_usbkey.mountKey() != 0) {
+        emit syncDone(NoUsbKey);
+        return;
+    }
+    if (!m_usbkey.copyFileToUsbKey(m_current_zip_path, EXPORT_NAME)) {
+        emit syncDone(CopyFailed);
+        return;
+    }
+    runChild(QStringLiteral("sync"), {});
+    m_saved_to_usb = true;
+    if (m_usbkey.umountKey() != 0)
+        qDebug() << "Failed to unmount usb key";
+    emit syncDone(Copied);
+}

@@ -1,0 +1,94 @@
+#pragma once
+
+#include "main/archiveticket.h"
+#include "utils/usbcontext.h"
+#include "utils/usbkeyutils.h"
+
+#include <QByteArray>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+#include <array>
+#include <atomic>
+#include <memory>
+
+class Discovery;
+class FileSaver;
+class Pod;
+class QThread;
+class UIBackEnd;
+
+/// The station controller. Made by main, lives on a thread of its own whose start runs taskLoop,
+/// and owns the thirty slots. Reaches the screens only through its signals; no failure stops it.
+class Corvane : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int SLOT_COUNT = 30;
+
+    /// One place for a pod. It owns neither object: both delete themselves after Pod::finished.
+    /// Belongs to the discovery thread.
+    struct device_slot_ts
+    {
+        QPointer<Pod> pod;
+        QPointer<QThread> workThread;
+
+        /// Makes the pod and its worker thread, wires them and starts the thread.
+        void start(int idx, const UsbDeviceRef& dev, Corvane& controller, UIBackEnd& backend);
+        /// Forgets both, however long they take to wind down: the place is free for the next pod.
+        void clean();
+        bool occupied() const { return !pod.isNull() && !workThread.isNull(); }
+    };
+
+    explicit Corvane(UIBackEnd& backend);
+    ~Corvane() override;
+    Corvane(const Corvane&) = delete;
+    Corvane& operator=(const Corvane&) = delete;
+
+    UIBackEnd& uibackend;
+    std::array<device_slot_ts, SLOT_COUNT> device_slots; ///< discovery thread
+    std::atomic<int> nb_pods_connected{0};               ///< written by discovery
+
+public slots:
+    /// Runs until the thread is asked to stop (QThread::requestInterruption, then quit).
+    void taskLoop();
+    /// Adds a pod's data file to the current archive and answers with fileZipped; the ticket, when
+    /// the pod has one, is settled before.
+    void zipFile(const QString& file_path, int idx, ArchiveTicket* ticket = nullptr);
+    void podIsEmpty();
+    void nbPodsInSync(bool failed);
+    void updateInfowWindow();
+
+signals:
+    void fileZipped(bool success, int idx); ///< to every pod; each acts on its own index
+    void podConnection(int idx, bool connected);
+    void
+    syncDone(int code); ///< -2 copy failed, -1 syncing, 0 copied, 1 no USB key, 2 waiting for pods
+    void updateDone(int code);
+    /// The last signal of taskLoop when a worker sat in a blocked transfer for longer than a quit
+    /// waits: its thread still runs.
+    void workersAbandoned();
+
+private:
+    void init();
+    QByteArray getEUI48();
+    void writeInfosFile();
+    void startNewArchive(FileSaver& saver);
+    void serveTimers(Discovery& discovery, FileSaver& saver);
+    bool isIdle() const;
+    void exportArchive();
+
+    bool new_firmware = false;
+    int m_nb_pods_zipped = 0;
+    int m_nb_pods_empty = 0;
+    int m_nb_pods_to_sync = 0;
+    bool m_saved_to_usb = false;
+    bool m_backup_saved = false;
+    bool m_just_updated = false;
+    bool m_no_backup = false;
+    UsbKeyUtils m_usbkey;
+    QByteArray m_eui48; ///< 6 bytes, empty when the chip did not answer
+    QString m_current_zip_path;
+};

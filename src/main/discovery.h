@@ -1,0 +1,68 @@
+#pragma once
+
+#include "main/corvane.h"
+#include "utils/usbcontext.h"
+
+#include <QDeadlineTimer>
+#include <QObject>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+
+/// Watches the USB bus for pods and serves each in the slot that its place on the hubs gives.
+/// Lives on the discovery thread, which Start keeps until it is stopped; owned by the task loop.
+///
+/// libusb runs the hot-plug callbacks on whichever thread handles its events, a worker in a
+/// transfer included: they only reference the device and pass it on, and all else runs on this
+/// thread. The loop also delivers this thread's queued calls and deletions, for the worker threads'
+/// sake.
+class Discovery : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Discovery(Corvane& corvane);
+    ~Discovery() override;
+    Discovery(const Discovery&) = delete;
+    Discovery& operator=(const Discovery&) = delete;
+
+    /// Slot of a device, negative when it sits in none. Six pods a hub, five hubs in a chain; the
+    /// deepest hub holds slots 0 to 5, and port 6 has the lower index, as the screen's rows do.
+    static int getIdx(libusb_device* dev);
+
+    /// Worker threads still running when Start gave up waiting for them. Valid after Start.
+    int workersLeft() const { return m_live_workers; }
+
+public slots:
+    /// Blocks until the thread is asked to stop; then ends all pods and waits for their threads,
+    /// at most 2 s.
+    void Start();
+    /// Thread-safe.
+    void Stop();
+
+signals:
+    void podConnectionEvent();
+    /// From any thread, queued to this one. `event` is a libusb_hotplug_event.
+    void hotplug(UsbDeviceRef dev, int event);
+
+private:
+    static int LIBUSB_CALL OnUsbHotplugCallback(libusb_context* ctx, libusb_device* dev,
+                                                libusb_hotplug_event event, void* user_data);
+    void OnUsbHotplug(const UsbDeviceRef& dev, int event);
+    void onArrival(const UsbDeviceRef& dev);
+    void onRemoval(const UsbDeviceRef& dev);
+    void endPod(int idx);
+
+    bool registerCallback();
+    void Loop();
+    void handleEvents();
+    void wake();
+    void windDown();
+
+    Corvane& m_corvane;
+    std::shared_ptr<UsbContext> m_usb;
+    libusb_hotplug_callback_handle m_handle = 0;
+    std::atomic<bool> m_started{false};
+    int m_live_workers = 0;
+};

@@ -1,0 +1,174 @@
+#include "main/pod.h"
+
+#include "downloader/downloader.h"
+#include "downloader/downloadexception.h"
+#include "uibackend/uibackend.h"
+#include "utils/interruptiblesleep.h"
+#include "utils/libusbutils.h"
+#include "utils/libusbutilsexception.h"
+
+#include <QDebug>
+#include <QThread>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr int TIMEOUT_MS = 10000;
+constexpr uint8_t CMD_READ_UDID = 0x11;
+constexpr uint8_t CMD_CHARGE_STATUS = 0x14;
+constexpr uint8_t ACK = 0x0A;
+constexpr int CHARGE_LOOP_STARTED = 22;
+constexpr uint8_t CHARGED = 2;
+constexpr auto CHARGE_POLL_INTERVAL = 10s;
+
+} // namespace
+
+Pod::Pod(int idx, UsbDeviceRef dev, UIBackEnd& uibackend)
+    : m_idx(idx)
+    , m_dev(std::move(dev))
+    , m_uibackend(uibackend)
+    , m_ozu_file_path(QStringLiteral("tmp/"))
+{
+    connect(this, &Pod::setSyncProgress, &m_uibackend, &UIBackEnd::setPodSyncProgress);
+    connect(this, &Pod::setChargingState, &m_uibackend, &UIBackEnd::setChargingState);
+    connect(this, &Pod::syncDone, this, &Pod::chargingLoop);
+    connect(this, &Pod::podEmpty, this, &Pod::chargingLoop);
+}
+
+Pod::~Pod()
+{
+    disconnectScreen();
+    // A refusal that came too late to be acted on must still be taken off the count, or the panel
+    // would wait for this pod for ever.
+    if (m_ticket->abandon() == ArchiveTicket::Answer::Refused && !m_answered)
+        emit syncInProgress(true);
+    LibUsbUtils().forceCloseDevice(m_dev_handle);
+    qDebug() << "Pod destructor";
+}
+
+void Pod::disconnectScreen()
+{
+    disconnect(this, nullptr, &m_uibackend, nullptr);
+}
+
+void Pod::tasks()
+{
+    // Thirty pods plugged at once do not all start in the same instant.
+    if (!sleepUnlessInterrupted(300ms + 300ms * m_idx))
+        return;
+    try {
+        LibUsbUtils().openDevice(m_dev.get(), m_dev_handle);
+        readUDID();
+        downloadData();
+    } catch (...) {
+        errorHandler();
+    }
+    qDebug() << "Task pod done";
+}
+
+void Pod::readUDID()
+{
+    LibUsbUtils usb;
+    uint8_t command = CMD_READ_UDID;
+    uint8_t ack = 0;
+    usb.writeData(m_dev_handle, &command, 1, TIMEOUT_MS);
+    usb.readData(m_dev_handle, &ack, 1, TIMEOUT_MS);
+    usb.readData(m_dev_handle, m_pod_udid.data(), m_pod_udid.size(), TIMEOUT_MS);
+
+    QString name = QString::fromLatin1(
+        QByteArray(reinterpret_cast<const char*>(m_pod_udid.data()), m_pod_udid.size())
+            .toHex()
+            .toUpper());
+    name.chop(1); // deliberate: data files are known by the first 15 of the 16 digits
+    m_ozu_file_path = QStringLiteral("tmp/") + name + QStringLiteral(".ozu");
+}
+
+void Pod::downloadData()
+{
+    try {
+        if (Downloader().downloadPodData(*this)) {
+            emit dataReady(m_ozu_file_path, m_idx);
+        } else {
+            emit podEmpty();
+            emit setSyncProgress(m_idx, 101);
+        }
+    } catch (...) {
+        m_ticket->release();
+        errorHandler();
+        LibUsbUtils().forceCloseDevice(m_dev_handle);
+    }
+}
+
+void Pod::erasePod(bool /*erase*/, int idx)
+{
+    // The broadcast only wakes: what it says may be about the pod that sat here before.
+    const ArchiveTicket::Answer answer = m_ticket->answer();
+    if (idx != m_idx || m_answered || answer == ArchiveTicket::Answer::Pending)
+        return;
+    m_answered = true;
+    if (answer != ArchiveTicket::Answer::Added) {
+        emit setSyncProgress(m_idx, -2);
+        emit syncInProgress(true);
+        return;
+    }
+    try {
+        Downloader().erasePod(*this);
+        emit setSyncProgress(m_idx, 101);
+        emit syncDone();
+    } catch (...) {
+        // The recording is in the archive: the handler's taking back is balanced in advance.
+        emit syncInProgress(false);
+        errorHandler();
+    }
+}
+
+void Pod::chargingLoop()
+{
+    emit setChargingState(m_idx, CHARGE_LOOP_STARTED);
+    try {
+        while (!m_pod_charged && !thread()->isInterruptionRequested()) {
+            pollCharge();
+            if (!sleepUnlessInterrupted(CHARGE_POLL_INTERVAL))
+                break;
+        }
+    } catch (...) {
+        errorHandler();
+    }
+    qDebug() << "Charging loop end";
+}
+
+void Pod::pollCharge()
+{
+    LibUsbUtils usb;
+    uint8_t command = CMD_CHARGE_STATUS;
+    uint8_t ack = 0;
+    uint8_t status = 0;
+    usb.writeData(m_dev_handle, &command, 1, TIMEOUT_MS);
+    usb.readData(m_dev_handle, &ack, 1, TIMEOUT_MS);
+    if (ack != ACK)
+        qInfo().noquote() << "Fail ack" << QString::number(ack, 16);
+    if (usb.readData(m_dev_handle, &status, 1, TIMEOUT_MS) < 1)
+        return; // the pod said nothing: the screen keeps what it last said
+    m_pod_charged = status == CHARGED;
+    emit setChargingState(m_idx, status);
+}
+
+void Pod::errorHandler()
+{
+    emit setSyncProgress(m_idx, -2);
+    try {
+        throw;
+    } catch (const DownloadException& e) {
+        emit syncInProgress(true);
+        qWarning().noquote() << "Download exception:" << e.msg()
+                             << "Error code:" << e.getErrorCode() << "on pod at index" << m_idx;
+    } catch (const LibUsbUtilsException& e) {
+        qCritical().noquote() << "LibUsb exception:" << e.msg() << "Error code:" << e.getErrorCode()
+                              << "on pod at index" << m_idx;
+    } catch (const std::exception& e) {
+        qCritical() << "Unhandled exception:" << e.what() << "on pod at index" << m_idx;
+    } catch (...) {
+        qCritical() << "Unknown exception on pod at index" << m_idx;
+    }
+}

@@ -1,0 +1,137 @@
+#include "main/archiveticket.h"
+#include "main/corvane.h"
+#include "main/pod.h"
+#include "uibackend/uibackend.h"
+#include "utils/serialnumberchip.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+
+#include <memory>
+
+/// Which answer of the controller may erase which pod, and who may write which data file: a pod
+/// erased on another one's word would be a recording lost.
+class ControllerAnswers : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void podActsOnItsOwnAnswerAlone();
+    void refusalIsCountedBackExactlyOnce_data();
+    void refusalIsCountedBackExactlyOnce();
+    void sameFileNameTakesTurns();
+    void stopRequestEndsTheWaitForAName();
+    void serialNumberIsWholeOrEmpty();
+
+private:
+    std::unique_ptr<QTemporaryDir> m_dir;
+    UIBackEnd m_backend;
+};
+
+void ControllerAnswers::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(QDir::setCurrent(m_dir->path()));
+}
+
+void ControllerAnswers::podActsOnItsOwnAnswerAlone()
+{
+    Pod pod(4, UsbDeviceRef(), m_backend);
+    const QSignalSpy shown(&pod, &Pod::setSyncProgress);
+    const QSignalSpy taken_back(&pod, &Pod::syncInProgress);
+
+    pod.erasePod(true, 4); // meant for the pod that sat in slot 4 before
+    pod.erasePod(false, 4);
+    QCOMPARE(shown.size(), 0);
+
+    pod.ticket()->settle(false);
+    pod.erasePod(true, 5); // another slot's
+    QCOMPARE(shown.size(), 0);
+    pod.erasePod(true, 4); // late, and wrong about this pod's file, which was refused
+    pod.erasePod(false, 4);
+    QCOMPARE(shown.size(), 1);
+    QCOMPARE(shown.first(), QVariantList({4, -2}));
+    QCOMPARE(taken_back.size(), 1);
+    QCOMPARE(taken_back.first(), QVariantList({true}));
+}
+
+void ControllerAnswers::refusalIsCountedBackExactlyOnce_data()
+{
+    QTest::addColumn<bool>("pod_leaves_first");
+    QTest::addColumn<bool>("pod_hears_the_answer");
+    QTest::newRow("pod gone before the controller came to its file") << true << false;
+    QTest::newRow("pod gone before it heard the answer") << false << false;
+    QTest::newRow("pod there") << false << true;
+}
+
+void ControllerAnswers::refusalIsCountedBackExactlyOnce()
+{
+    QFETCH(bool, pod_leaves_first);
+    QFETCH(bool, pod_hears_the_answer);
+    auto pod = std::make_unique<Pod>(0, UsbDeviceRef(), m_backend);
+    const auto ticket = pod->ticket();
+    int taken_back = 0;
+    connect(pod.get(), &Pod::syncInProgress, this, [&](bool failed) { taken_back += failed; });
+
+    if (pod_leaves_first)
+        pod.reset();
+    if (ticket->settle(false) == ArchiveTicket::Answer::Abandoned)
+        ++taken_back; // the controller's part
+    if (pod_hears_the_answer)
+        pod->erasePod(false, 0);
+    pod.reset();
+    QCOMPARE(taken_back, 1);
+}
+
+void ControllerAnswers::sameFileNameTakesTurns()
+{
+    const QString path = QStringLiteral("0123456789ABCDE.ozu");
+    ArchiveTicket first;
+    QVERIFY(first.claim(path));
+    QVERIFY(first.claim(path)); // a second read-out of the same pod
+
+    ArchiveTicket second;
+    std::atomic<bool> settled{false};
+    bool after_settling = false;
+    const std::unique_ptr<QThread> other(QThread::create([&] {
+        if (second.claim(path))
+            after_settling = settled;
+        second.release();
+    }));
+    other->start();
+    settled = true;
+    first.settle(true);
+    QVERIFY(other->wait());
+    QVERIFY(after_settling);
+    QVERIFY(ArchiveTicket().claim(path));
+}
+
+void ControllerAnswers::stopRequestEndsTheWaitForAName()
+{
+    const QString path = QStringLiteral("0123456789ABCDE.ozu");
+    ArchiveTicket holder;
+    QVERIFY(holder.claim(path));
+    bool claimed = true;
+    const std::unique_ptr<QThread> other(
+        QThread::create([&] { claimed = ArchiveTicket().claim(path); }));
+    other->start();
+    other->requestInterruption();
+    QVERIFY(other->wait());
+    QVERIFY(!claimed);
+}
+
+void ControllerAnswers::serialNumberIsWholeOrEmpty()
+{
+    QTest::ignoreMessage(QtDebugMsg, "Error opening i2c device");
+    QCOMPARE(SerialNumberChip(QStringLiteral("no-such-bus")).readEui48(), QByteArray());
+    QTest::ignoreMessage(QtDebugMsg, "Failed to acquire i2c bus");
+    QCOMPARE(SerialNumberChip(QStringLiteral("/dev/null")).readEui48(), QByteArray());
+}
+
+QTEST_GUILESS_MAIN(ControllerAnswers)
+#include "controller_answers.moc"
