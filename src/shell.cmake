@@ -8,7 +8,7 @@ target_sources(corvane_station PRIVATE
 set(CORVANE_SCREENS main StartupScreen Corvane Pod InfoWindow Theme)
 # Each picture at the pixels it is drawn with on the panel, width by height.
 set(CORVANE_PICTURES
-  qv_logo=480x272 qv_logo_clear=160x91 charge_icon=14x22
+  qv_logo=480x272 qv_logo_clear=160x91 charge_icon=16x26
   addpod=255x185 sync=255x185 plugUSB=255x185 syncOK=255x185 cross_mark=255x185)
 
 find_program(RSVG_CONVERT rsvg-convert REQUIRED)
