@@ -1,0 +1,4 @@
+corvane_add_test(shell_logger SOURCES unit/shell_logger.cpp)
+corvane_add_test(shell_handover SOURCES unit/shell_handover.cpp)
+corvane_add_test(shell_uibackend SOURCES unit/shell_uibackend.cpp)
+corvane_add_test(shell_screens SOURCES unit/shell_screens.cpp)

@@ -1,0 +1,152 @@
+#include "launcherhandover.h"
+
+#include <QDir>
+#include <QFile>
+#include <QMap>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+/// File name without the common "CorvaneLauncher" to content.
+using Files = QMap<QString, QByteArray>;
+
+const QString launcher = QStringLiteral("CorvaneLauncher");
+const QString pending = QStringLiteral("_new");
+const QString aside = QStringLiteral("_old");
+
+/// A hand-over in which chosen steps fail; the rest happens on real files.
+class FailingHandover : public LauncherHandover
+{
+public:
+    using LauncherHandover::LauncherHandover;
+
+    bool copy_aside_fails = false;
+    bool remove_fails = false;
+    bool rename_fails = false;
+    int failing_restores = 0;
+
+protected:
+    bool copy(const QString& from, const QString& to) override
+    {
+        const bool fails = from.endsWith(aside) ? failing_restores-- > 0 : copy_aside_fails;
+        return !fails && LauncherHandover::copy(from, to);
+    }
+    bool remove(const QString& path) override
+    {
+        return !remove_fails && LauncherHandover::remove(path);
+    }
+    bool rename(const QString& from, const QString& to) override
+    {
+        return !rename_fails && LauncherHandover::rename(from, to);
+    }
+};
+
+} // namespace
+
+class HandoverTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void files_data();
+    void files();
+    void stepFails_data();
+    void stepFails();
+
+private:
+    QString path() const { return m_dir->path() + QLatin1Char('/'); }
+    void place(const Files& files) const;
+    Files found() const;
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+};
+
+void HandoverTest::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+}
+
+void HandoverTest::place(const Files& files) const
+{
+    for (auto it = files.cbegin(); it != files.cend(); ++it) {
+        QFile file(path() + launcher + it.key());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(it.value());
+    }
+}
+
+Files HandoverTest::found() const
+{
+    Files files;
+    for (const QString& name : QDir(path()).entryList(QDir::Files)) {
+        QFile file(path() + name);
+        if (file.open(QIODevice::ReadOnly))
+            files.insert(name.mid(launcher.size()), file.readAll());
+    }
+    return files;
+}
+
+void HandoverTest::files_data()
+{
+    QTest::addColumn<Files>("before");
+    QTest::addColumn<Files>("after");
+
+    const QString current;
+    QTest::newRow("nothing pending") << Files{{current, "1"}} << Files{{current, "1"}};
+    QTest::newRow("nothing pending, a safety copy lies about")
+        << Files{{current, "1"}, {aside, "0"}} << Files{{current, "1"}, {aside, "0"}};
+    QTest::newRow("empty directory") << Files{} << Files{};
+    QTest::newRow("pending") << Files{{current, "1"}, {pending, "2"}} << Files{{current, "2"}};
+    QTest::newRow("pending after a hand-over that was cut short")
+        << Files{{current, "1"}, {pending, "2"}, {aside, "0"}} << Files{{current, "2"}};
+    QTest::newRow("no launcher to set aside") << Files{{pending, "2"}} << Files{{pending, "2"}};
+    QTest::newRow("no launcher, its safety copy is kept")
+        << Files{{pending, "2"}, {aside, "1"}} << Files{{pending, "2"}, {aside, "1"}};
+}
+
+void HandoverTest::files()
+{
+    QFETCH(Files, before);
+    place(before);
+
+    LauncherHandover(path()).run();
+
+    QTEST(found(), "after");
+}
+
+void HandoverTest::stepFails_data()
+{
+    QTest::addColumn<QString>("step");
+    QTest::addColumn<Files>("after");
+
+    const QString current;
+    const Files all{{current, "1"}, {pending, "2"}, {aside, "1"}};
+    QTest::newRow("copy aside") << "copy" << Files{{current, "1"}, {pending, "2"}};
+    QTest::newRow("remove") << "remove" << all;
+    QTest::newRow("rename") << "rename" << all;
+    QTest::newRow("rename, and the restoring copy at first") << "restore" << all;
+}
+
+void HandoverTest::stepFails()
+{
+    QFETCH(QString, step);
+    place({{QString(), "1"}, {pending, "2"}});
+    FailingHandover handover(path());
+    handover.copy_aside_fails = step == QLatin1String("copy");
+    handover.remove_fails = step == QLatin1String("remove");
+    handover.rename_fails = step == QLatin1String("rename") || step == QLatin1String("restore");
+    handover.failing_restores = step == QLatin1String("restore") ? 1000 : 0;
+
+    handover.run();
+    QTEST(found(), "after");
+
+    // Whatever failed, the next start completes the replacement.
+    LauncherHandover(path()).run();
+    QCOMPARE(found(), (Files{{QString(), "2"}}));
+}
+
+QTEST_APPLESS_MAIN(HandoverTest)
+#include "shell_handover.moc"
