@@ -1,0 +1,53 @@
+#include "utils/archivedevice.h"
+
+#include "utils/archiveaddition.h"
+#include "utils/storagefile.h"
+
+#include <algorithm>
+#include <unistd.h>
+
+ArchiveDevice::ArchiveDevice(ArchiveAddition& addition)
+    : m_addition(addition)
+{
+    m_gathered.reserve(int(storage::kBlockBytes));
+}
+
+qint64 ArchiveDevice::size() const
+{
+    return std::max(m_addition.sizeBytes(), m_position);
+}
+
+bool ArchiveDevice::seek(qint64 position)
+{
+    if (!flush() || !QIODevice::seek(position))
+        return false;
+    m_position = position;
+    return true;
+}
+
+bool ArchiveDevice::flush()
+{
+    if (m_gathered.isEmpty())
+        return true;
+    const bool written = m_addition.writeAt(m_position - m_gathered.size(), m_gathered);
+    m_gathered.resize(0);
+    return written;
+}
+
+qint64 ArchiveDevice::readData(char* data, qint64 maxBytes)
+{
+    if (!flush())
+        return -1;
+    const qint64 got = ::pread(m_addition.descriptor(), data, size_t(maxBytes), m_position);
+    m_position += std::max<qint64>(got, 0);
+    return got;
+}
+
+qint64 ArchiveDevice::writeData(const char* data, qint64 bytes)
+{
+    if (m_gathered.size() + bytes > storage::kBlockBytes && !flush())
+        return -1;
+    m_gathered.append(data, int(bytes));
+    m_position += bytes;
+    return bytes;
+}

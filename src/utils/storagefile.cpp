@@ -1,0 +1,140 @@
+#include "utils/storagefile.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace storage {
+
+namespace {
+
+template <typename Call>
+auto retried(Call call)
+{
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
+
+bool isRegular(int fd)
+{
+    struct stat info = {};
+    return ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+}
+
+bool copyBlocks(int source, int target)
+{
+    QByteArray block(int(kBlockBytes), Qt::Uninitialized);
+    for (;;) {
+        const qint64 got = readBlock(source, block.data(), block.size());
+        if (got < 0 || !writeAll(target, block.constData(), got))
+            return false;
+        if (got < block.size())
+            return true;
+    }
+}
+
+} // namespace
+
+UniqueFd openRegular(const QString& path, int flags)
+{
+    const QByteArray name = QFile::encodeName(path);
+    UniqueFd fd(retried(
+        [&] { return ::open(name.constData(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); }));
+    if (fd && !isRegular(fd.get())) {
+        errno = EINVAL;
+        return {};
+    }
+    return fd;
+}
+
+UniqueFd createNew(const QString& path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    return UniqueFd(retried([&] { return ::open(name.constData(), kFlags, 0644); }));
+}
+
+qint64 sizeOf(int fd)
+{
+    struct stat info = {};
+    return ::fstat(fd, &info) == 0 ? qint64(info.st_size) : -1;
+}
+
+qint64 readBlock(int fd, char* buffer, qint64 bytes)
+{
+    qint64 total = 0;
+    while (total < bytes) {
+        const auto got = retried([&] { return ::read(fd, buffer + total, size_t(bytes - total)); });
+        if (got < 0)
+            return -1;
+        if (got == 0)
+            break;
+        total += got;
+    }
+    return total;
+}
+
+std::optional<QByteArray> readRange(int fd, qint64 offset, qint64 bytes)
+{
+    if (bytes < 0 || ::lseek(fd, offset, SEEK_SET) != offset)
+        return std::nullopt;
+    QByteArray range(int(bytes), Qt::Uninitialized);
+    return readBlock(fd, range.data(), bytes) == bytes ? std::make_optional(range) : std::nullopt;
+}
+
+bool writeAll(int fd, const char* data, qint64 bytes)
+{
+    while (bytes > 0) {
+        const auto written = retried([&] { return ::write(fd, data, size_t(bytes)); });
+        if (written <= 0)
+            return false;
+        data += written;
+        bytes -= written;
+    }
+    return true;
+}
+
+bool writeAllAt(int fd, qint64 offset, const char* data, qint64 bytes)
+{
+    return ::lseek(fd, offset, SEEK_SET) == offset && writeAll(fd, data, bytes);
+}
+
+bool truncate(int fd, qint64 bytes)
+{
+    return retried([&] { return ::ftruncate(fd, bytes); }) == 0;
+}
+
+bool syncFile(int fd)
+{
+    return retried([&] { return ::fsync(fd); }) == 0;
+}
+
+bool syncFolderOf(const QString& path)
+{
+    const QByteArray folder = QFile::encodeName(QFileInfo(path).path());
+    const UniqueFd fd(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return fd && syncFile(fd.get());
+}
+
+bool copyFile(const QString& source, const QString& target)
+{
+    const UniqueFd from = openRegular(source, O_RDONLY);
+    if (!from)
+        return false;
+    const UniqueFd to = createNew(target);
+    if (!to)
+        return false;
+    if (copyBlocks(from.get(), to.get()) && syncFile(to.get()) && syncFolderOf(target))
+        return true;
+    QFile::remove(target);
+    return false;
+}
+
+} // namespace storage

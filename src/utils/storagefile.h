@@ -1,0 +1,45 @@
+#pragma once
+
+#include "utils/uniquefd.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <optional>
+
+/// What the station needs of the storage and Qt does not give: every write, flush and folder flush
+/// is checked and its failure told. Reentrant, no state; failure is false, -1 or an empty result
+/// with errno as the system left it.
+namespace storage {
+
+constexpr qint64 kBlockBytes = qint64(256) * 1024;
+
+/// Opens a regular file and nothing else: a pipe or a device in its place neither blocks nor is
+/// read.
+UniqueFd openRegular(const QString& path, int flags);
+
+/// Creates a file that did not exist; an existing one, or a link, is a failure.
+UniqueFd createNew(const QString& path);
+
+qint64 sizeOf(int fd);
+
+/// Fewer bytes than asked for mean the end of the file; -1 an error.
+qint64 readBlock(int fd, char* buffer, qint64 bytes);
+
+/// Exactly `bytes` bytes from `offset` on, or nothing.
+std::optional<QByteArray> readRange(int fd, qint64 offset, qint64 bytes);
+
+bool writeAll(int fd, const char* data, qint64 bytes);
+bool writeAllAt(int fd, qint64 offset, const char* data, qint64 bytes);
+bool truncate(int fd, qint64 bytes);
+
+bool syncFile(int fd);
+
+/// Flushes the entry of `path` in the folder that holds it.
+bool syncFolderOf(const QString& path);
+
+/// True when `target` holds all of `source` and both it and its name are on the storage; a failure
+/// leaves no part of it. A `target` that exists already is a failure and stays as it is.
+bool copyFile(const QString& source, const QString& target);
+
+} // namespace storage

@@ -1,0 +1,178 @@
+#include "utils/ziputils.h"
+
+#include "utils/archiveaddition.h"
+#include "utils/archivedevice.h"
+#include "utils/storagefile.h"
+#include "utils/zipdirectory.h"
+#include "utils/zipextraction.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <quazip/quazip.h>
+#include <quazip/quazipfile.h>
+
+#include <cstdio>
+#include <fcntl.h>
+#include <optional>
+
+namespace {
+
+constexpr int kDeflateLevel = 6;
+/// A size of 32 bits in the entry's header; the last value is taken for the 64-bit form.
+constexpr qint64 kMaxEntryBytes = 0xFFFFFFFE;
+
+/// A name in the archive's own folder, so that a rename can replace the archive in one step;
+/// hidden, so that one left by a power cut is never taken for a data file.
+QString draftPath(const QString& zipPath)
+{
+    const QFileInfo info(zipPath);
+    return info.path() + QStringLiteral("/.") + info.fileName() + QStringLiteral(".new");
+}
+
+bool writeDraft(const QString& draft)
+{
+    const QByteArray bytes = zipdirectory::emptyArchive();
+    QFile::remove(draft);
+    const UniqueFd fd = storage::createNew(draft);
+    return fd && storage::writeAll(fd.get(), bytes.constData(), bytes.size()) &&
+           storage::syncFile(fd.get());
+}
+
+bool replaceDurably(const QString& from, const QString& to)
+{
+    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) ==
+               0 &&
+           storage::syncFolderOf(to);
+}
+
+/// Nothing when the directory is damaged: an addition would be made on top of the damage.
+std::optional<QStringList> entryNames(int archive)
+{
+    const auto entries = zipdirectory::read(archive);
+    if (!entries)
+        return std::nullopt;
+    QStringList names;
+    names.reserve(entries->size());
+    for (const ZipEntry& entry : *entries)
+        names.append(QString::fromUtf8(entry.name));
+    return names;
+}
+
+/// The format's years start in 1980, and the clock of a station without a network in 1970.
+QuaZipNewInfo entryInfo(const QString& name, const QString& filePath)
+{
+    QuaZipNewInfo info(name, filePath);
+    const QDateTime earliest(QDate(1980, 1, 1), QTime(0, 0));
+    if (info.dateTime < earliest)
+        info.dateTime = earliest;
+    return info;
+}
+
+bool copyInto(QuaZipFile& entry, int source)
+{
+    QByteArray block(int(storage::kBlockBytes), Qt::Uninitialized);
+    qint64 total = 0;
+    for (;;) {
+        const qint64 got = storage::readBlock(source, block.data(), block.size());
+        total += got;
+        if (got < 0 || total > kMaxEntryBytes || entry.write(block.constData(), got) != got)
+            return false;
+        if (got < block.size())
+            return true;
+    }
+}
+
+bool writeEntry(QuaZip& zip, const QuaZipNewInfo& info, int source)
+{
+    QuaZipFile entry(&zip);
+    if (!entry.open(QIODevice::WriteOnly, info, nullptr, 0, Z_DEFLATED, kDeflateLevel))
+        return false;
+    const bool copied = copyInto(entry, source);
+    entry.close();
+    return copied && entry.getZipError() == ZIP_OK;
+}
+
+/// The library writes the directory when it is closed, and tells a failure by its error code alone.
+bool appendEntry(ArchiveDevice& device, const QuaZipNewInfo& info, int source)
+{
+    QuaZip zip(&device);
+    zip.setAutoClose(false);
+    zip.setUtf8Enabled(true);
+    if (!zip.open(QuaZip::mdAdd))
+        return false;
+    const bool written = writeEntry(zip, info, source);
+    zip.close();
+    return written && zip.getZipError() == ZIP_OK;
+}
+
+bool addUnder(const QString& zipPath, const QString& filePath, const QString& entryName)
+{
+    ArchiveAddition addition(zipPath);
+    if (entryName.isEmpty() || !addition.begin())
+        return false;
+    const auto names = entryNames(addition.descriptor());
+    if (!names || names->size() >= zipdirectory::kMaxEntries)
+        return false;
+    const UniqueFd source = storage::openRegular(filePath, O_RDONLY);
+    if (!source)
+        return false;
+    ArchiveDevice device(addition);
+    const QString unique = ZipUtils::incFileName(*names, entryName, 0);
+    return device.open(QIODevice::ReadWrite) &&
+           appendEntry(device, entryInfo(unique, filePath), source.get()) && device.flush() &&
+           addition.commit();
+}
+
+} // namespace
+
+bool ZipUtils::createZip(const QString& zipPath)
+{
+    // An archive that still waits to be put back must not be put back over the new one.
+    if (!ArchiveAddition::recover())
+        return false;
+    const QString draft = draftPath(zipPath);
+    if (writeDraft(draft) && replaceDurably(draft, zipPath))
+        return true;
+    QFile::remove(draft);
+    return false;
+}
+
+bool ZipUtils::deleteZip(const QString& zipPath)
+{
+    return std::remove(QFile::encodeName(zipPath).constData()) == 0;
+}
+
+QStringList ZipUtils::listFiles(const QString& zipPath)
+{
+    const UniqueFd archive = storage::openRegular(zipPath, O_RDONLY);
+    return archive ? entryNames(archive.get()).value_or(QStringList()) : QStringList();
+}
+
+bool ZipUtils::addFile(const QString& zipPath, const QString& filePath)
+{
+    return addUnder(zipPath, filePath, filePath.section(QLatin1Char('/'), -1));
+}
+
+bool ZipUtils::addFile(const QString& zipPath, const QString& filePath, const QString& entryName)
+{
+    return addUnder(zipPath, filePath, entryName);
+}
+
+bool ZipUtils::extractZip(const QString& zipPath, const QString& dir)
+{
+    return ZipExtraction(dir).run(zipPath);
+}
+
+QString ZipUtils::incFileName(const QStringList& names, const QString& name, int n)
+{
+    QString candidate = name;
+    for (; names.contains(candidate); ++n) {
+        if (n == 0) {
+            candidate += QStringLiteral("_0");
+        } else {
+            candidate.chop(1);
+            candidate += QString::number(n);
+        }
+    }
+    return candidate;
+}
