@@ -8,8 +8,8 @@
  *                        eio, enospc: the call fails and does nothing; short: a write takes half;
  *                        kill: the process dies in place of the call
  *   FAULTYSTORAGE_LOST   what a kill takes of the changes that were not flushed: none (the program
- *                        died, the machine lives on), all, last, first, or torn (half the last write)
- *   FAULTYSTORAGE_SPARE  an empty folder of the same file system, to keep removed files in
+ *                        died, the machine lives on), all, last, first, or torn (half the last
+ * write) FAULTYSTORAGE_SPARE  an empty folder of the same file system, to keep removed files in
  *   FAULTYSTORAGE_COUNT  a file outside the folder that gets the number of calls at the end
  *
  * A file's bytes are on the storage once the file was flushed, its name once its folder was: what
@@ -17,29 +17,31 @@
  * sanitizer's own wrappers play no part.
  */
 #define _GNU_SOURCE
+#include <libgen.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+
 #include <errno.h>
 #include <fcntl.h>
-#include <libgen.h>
 #include <limits.h>
 #include <signal.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 enum kind { WRITTEN, TRUNCATED, CREATED, RENAMED, REMOVED };
 
 /* One change that a loss of power may still take back. */
-struct change {
+struct change
+{
     enum kind kind;
-    int fd;           /* of the file's own, for its bytes */
-    char* before;     /* all bytes of the file before the change */
+    int fd;       /* of the file's own, for its bytes */
+    char* before; /* all bytes of the file before the change */
     off_t before_size;
-    char* data;       /* what was written */
-    off_t offset;     /* where, or the size truncated to */
+    char* data;   /* what was written */
+    off_t offset; /* where, or the size truncated to */
     size_t size;
     char path[PATH_MAX];
     char to[PATH_MAX];
@@ -230,8 +232,8 @@ static void lose_power(const char* lost)
     }
     for (int i = 0; i < change_count && strcmp(lost, "all") != 0; ++i) {
         const int torn = i == last && strcmp(lost, "torn") == 0;
-        const int gone = (i == last && strcmp(lost, "last") == 0) ||
-                         (i == first && strcmp(lost, "first") == 0);
+        const int gone =
+            (i == last && strcmp(lost, "last") == 0) || (i == first && strcmp(lost, "first") == 0);
         if (!changes[i]->flushed && !gone)
             redo(changes[i], torn);
     }
@@ -261,9 +263,7 @@ static int next_fault(void)
             continue;
         if (strncmp(kind, ":kill", 5) == 0)
             die();
-        return strncmp(kind, ":eio", 4) == 0      ? EIO
-               : strncmp(kind, ":enospc", 7) == 0 ? ENOSPC
-                                                  : -1;
+        return strncmp(kind, ":eio", 4) == 0 ? EIO : strncmp(kind, ":enospc", 7) == 0 ? ENOSPC : -1;
     }
     return 0;
 }

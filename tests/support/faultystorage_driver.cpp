@@ -1,6 +1,6 @@
 // Runs the storage operations named on its command line, for a test that preloads a faulty storage:
-// each argument is one step, its parts divided by colons. Tells each answer on standard output, then
-// creates a file, so that the plan can also strike right after an answer was given.
+// each argument is one step, its parts divided by colons. Tells each answer on standard output,
+// then creates a file, so that the plan can also strike right after an answer was given.
 #include "utils/archiveaddition.h"
 #include "utils/storagefile.h"
 #include "utils/ziputils.h"

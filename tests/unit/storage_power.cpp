@@ -67,6 +67,7 @@ private slots:
     void additionSurvivesALoss();
     void additionUndoesAFailure_data();
     void additionUndoesAFailure();
+    void killWhilePuttingBack_data();
     void killWhilePuttingBack();
     void recoveryMayBeCutShort_data();
     void recoveryMayBeCutShort();
@@ -241,15 +242,22 @@ void StoragePower::additionUndoesAFailure()
     QVERIFY(fault == QLatin1String("short") ? refused == 0 : refused > calls * 3 / 4);
 }
 
+void StoragePower::killWhilePuttingBack_data()
+{
+    QTest::addColumn<QString>("lost");
+    for (const char* lost : {"none", "all"})
+        QTest::newRow(lost) << QString::fromLatin1(lost);
+}
+
 void StoragePower::killWhilePuttingBack()
 {
+    QFETCH(QString, lost);
     const QStringList one = two_additions.mid(0, 1);
     const int calls = callsOf(one);
     for (int at = 1; at <= calls; ++at) {
         for (int later = at + 1;; ++later) {
             reset(m_original);
-            const Run twice =
-                run(one, QStringLiteral("%1:eio,%2:kill").arg(at).arg(later), QStringLiteral("all"));
+            const Run twice = run(one, QStringLiteral("%1:eio,%2:kill").arg(at).arg(later), lost);
             if (!twice.killed)
                 break;
             QVERIFY(ArchiveAddition::recover());
