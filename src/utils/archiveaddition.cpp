@@ -107,8 +107,8 @@ bool ArchiveAddition::finish()
         return false;
     if (undofile::clear())
         return true;
-    // Whether the record is still on the storage is not known. Bring it back before the archive is
-    // put back, or a kill in the middle of that would find nothing to go by.
-    undofile::store(m_undo);
+    // Whether the record is still on the storage is not known, so the archive goes back; but not
+    // without the record, or a kill in the middle would leave neither the old archive nor the new.
+    m_protected = undofile::store(m_undo);
     return false;
 }

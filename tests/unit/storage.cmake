@@ -1,0 +1,15 @@
+# Preloaded into programs, hence never with a sanitizer's runtime of its own.
+add_library(faultystorage MODULE support/faultystorage.c)
+target_compile_options(faultystorage PRIVATE -fno-sanitize=all)
+target_link_options(faultystorage PRIVATE -fno-sanitize=all)
+target_link_libraries(faultystorage PRIVATE corvane_warnings)
+
+add_executable(faultystorage_driver support/faultystorage_driver.cpp)
+target_link_libraries(faultystorage_driver PRIVATE corvane_station corvane_warnings)
+target_link_options(faultystorage_driver PRIVATE -Wl,--as-needed)
+
+corvane_add_test(storage_power SOURCES unit/storage_power.cpp)
+add_dependencies(storage_power faultystorage faultystorage_driver)
+target_compile_definitions(storage_power PRIVATE
+  FAULTYSTORAGE_LIBRARY="$<TARGET_FILE:faultystorage>"
+  FAULTYSTORAGE_DRIVER="$<TARGET_FILE:faultystorage_driver>")

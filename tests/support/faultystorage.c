@@ -1,0 +1,460 @@
+/*
+ * Preloaded into a program, makes the storage below one folder fail or lose power. Every write,
+ * truncation, flush, rename, removal and creating open below the folder is counted; the plan says
+ * what happens at which.
+ *
+ *   FAULTYSTORAGE_DIR    the folder, without links or a slash at its end
+ *   FAULTYSTORAGE_PLAN   "5:eio,9:kill": at call 5 ..., at call 9 ...; "5+:eio": from call 5 on.
+ *                        eio, enospc: the call fails and does nothing; short: a write takes half;
+ *                        kill: the process dies in place of the call
+ *   FAULTYSTORAGE_LOST   what a kill takes of the changes that were not flushed: none (the program
+ *                        died, the machine lives on), all, last, first, or torn (half the last
+ * write) FAULTYSTORAGE_SPARE  an empty folder of the same file system, to keep removed files in
+ *   FAULTYSTORAGE_COUNT  a file outside the folder that gets the number of calls at the end
+ *
+ * A file's bytes are on the storage once the file was flushed, its name once its folder was: what
+ * the standard promises, and no more. For one thread; system calls are made directly, so that a
+ * sanitizer's own wrappers play no part.
+ */
+#define _GNU_SOURCE
+#include <libgen.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+
+#include <errno.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <signal.h>
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+enum kind { WRITTEN, TRUNCATED, CREATED, RENAMED, REMOVED };
+
+/* One change that a loss of power may still take back. */
+struct change
+{
+    enum kind kind;
+    int fd;       /* of the file's own, for its bytes */
+    char* before; /* all bytes of the file before the change */
+    off_t before_size;
+    char* data;   /* what was written */
+    off_t offset; /* where, or the size truncated to */
+    size_t size;
+    char path[PATH_MAX];
+    char to[PATH_MAX];
+    char spare[PATH_MAX];    /* second name of the file at path */
+    char spare_to[PATH_MAX]; /* of the file that a rename replaced */
+    int flushed;
+};
+
+enum { MAX_CHANGES = 512 };
+static struct change* changes[MAX_CHANGES];
+static int change_count;
+static int call_count;
+static int spare_count;
+
+static const char* setting(const char* name)
+{
+    const char* value = getenv(name);
+    return value ? value : "";
+}
+
+static int is_below(const char* path)
+{
+    const char* dir = setting("FAULTYSTORAGE_DIR");
+    const size_t length = strlen(dir);
+    return length > 0 && strncmp(path, dir, length) == 0 &&
+           (path[length] == '/' || path[length] == '\0');
+}
+
+static void resolve(int folder, const char* path, char* full)
+{
+    char parent[PATH_MAX] = "";
+    char copy[PATH_MAX] = "";
+    char name[PATH_MAX] = "";
+    (void)folder; /* only AT_FDCWD is used by the programs under test */
+    snprintf(copy, sizeof copy, "%s", path);
+    snprintf(name, sizeof name, "%s", basename(copy));
+    snprintf(copy, sizeof copy, "%s", path);
+    if (!realpath(dirname(copy), parent))
+        parent[0] = '\0';
+    snprintf(full, PATH_MAX, "%.*s/%.*s", PATH_MAX / 2 - 2, parent, PATH_MAX / 2 - 2, name);
+}
+
+static void path_of(int fd, char* path)
+{
+    char link[64];
+    snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+    const ssize_t length = readlink(link, path, PATH_MAX - 1);
+    path[length > 0 ? length : 0] = '\0';
+}
+
+static int real_open(const char* path, int flags, mode_t mode)
+{
+    return (int)syscall(SYS_openat, AT_FDCWD, path, flags, mode);
+}
+
+static void write_at(int fd, const char* data, size_t size, off_t offset)
+{
+    for (size_t done = 0; done < size;) {
+        const long part = syscall(SYS_pwrite64, fd, data + done, size - done, offset + (off_t)done);
+        if (part <= 0)
+            abort();
+        done += (size_t)part;
+    }
+}
+
+/* --- recording --- */
+
+static struct change* record(enum kind kind)
+{
+    if (change_count == MAX_CHANGES)
+        abort();
+    struct change* change = calloc(1, sizeof *change);
+    change->kind = kind;
+    changes[change_count++] = change;
+    return change;
+}
+
+static void keep_spare(const char* path, char* spare)
+{
+    snprintf(spare, PATH_MAX, "%.200s/%d", setting("FAULTYSTORAGE_SPARE"), spare_count++);
+    if (link(path, spare) != 0)
+        spare[0] = '\0';
+}
+
+static struct change* record_bytes(enum kind kind, int fd)
+{
+    struct change* change = record(kind);
+    struct stat info;
+    char link[64];
+    snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+    change->fd = real_open(link, O_RDWR | O_CLOEXEC, 0);
+    if (change->fd < 0 || fstat(change->fd, &info) != 0)
+        abort();
+    change->before_size = info.st_size;
+    change->before = malloc((size_t)info.st_size + 1);
+    if (pread(change->fd, change->before, (size_t)info.st_size, 0) != info.st_size)
+        abort();
+    return change;
+}
+
+static void record_write(int fd, const void* data, size_t size, off_t offset)
+{
+    struct change* change = record_bytes(WRITTEN, fd);
+    change->data = malloc(size + 1);
+    memcpy(change->data, data, size);
+    change->size = size;
+    change->offset = offset;
+}
+
+static void mark_flushed(int fd)
+{
+    struct stat flushed;
+    char folder[PATH_MAX];
+    path_of(fd, folder);
+    if (fstat(fd, &flushed) != 0)
+        abort();
+    for (int i = 0; i < change_count; ++i) {
+        struct change* change = changes[i];
+        struct stat info;
+        char parent[PATH_MAX];
+        snprintf(parent, sizeof parent, "%s", change->path);
+        if (change->kind > TRUNCATED)
+            change->flushed |= strcmp(dirname(parent), folder) == 0;
+        else if (fstat(change->fd, &info) == 0)
+            change->flushed |= info.st_ino == flushed.st_ino;
+    }
+}
+
+/* --- losing power --- */
+
+static void undo(const struct change* change)
+{
+    switch (change->kind) {
+    case WRITTEN:
+    case TRUNCATED:
+        syscall(SYS_ftruncate, change->fd, change->before_size);
+        write_at(change->fd, change->before, (size_t)change->before_size, 0);
+        break;
+    case CREATED:
+        syscall(SYS_unlinkat, AT_FDCWD, change->path, 0);
+        break;
+    case RENAMED:
+        syscall(SYS_unlinkat, AT_FDCWD, change->to, 0);
+        link(change->spare, change->path);
+        if (change->spare_to[0])
+            link(change->spare_to, change->to);
+        break;
+    case REMOVED:
+        link(change->spare, change->path);
+        break;
+    }
+}
+
+static void redo(const struct change* change, int half)
+{
+    switch (change->kind) {
+    case WRITTEN:
+        write_at(change->fd, change->data, half ? change->size / 2 : change->size, change->offset);
+        break;
+    case TRUNCATED:
+        syscall(SYS_ftruncate, change->fd, change->offset);
+        break;
+    case CREATED:
+        link(change->spare, change->path);
+        break;
+    case RENAMED:
+        syscall(SYS_unlinkat, AT_FDCWD, change->to, 0);
+        link(change->spare, change->to);
+        syscall(SYS_unlinkat, AT_FDCWD, change->path, 0);
+        break;
+    case REMOVED:
+        syscall(SYS_unlinkat, AT_FDCWD, change->path, 0);
+        break;
+    }
+}
+
+/* Takes back everything not flushed, then brings back what the storage happened to hold already. */
+static void lose_power(const char* lost)
+{
+    int first = -1;
+    int last = -1;
+    for (int i = change_count - 1; i >= 0; --i) {
+        if (changes[i]->flushed)
+            continue;
+        undo(changes[i]);
+        first = i;
+        last = last < 0 ? i : last;
+    }
+    for (int i = 0; i < change_count && strcmp(lost, "all") != 0; ++i) {
+        const int torn = i == last && strcmp(lost, "torn") == 0;
+        const int gone =
+            (i == last && strcmp(lost, "last") == 0) || (i == first && strcmp(lost, "first") == 0);
+        if (!changes[i]->flushed && !gone)
+            redo(changes[i], torn);
+    }
+}
+
+static void die(void)
+{
+    const char* lost = setting("FAULTYSTORAGE_LOST");
+    if (lost[0] && strcmp(lost, "none") != 0)
+        lose_power(lost);
+    syscall(SYS_kill, getpid(), SIGKILL);
+}
+
+/* --- the plan --- */
+
+/* The errno to fail with, 0 to go on, -1 for half a write. */
+static int next_fault(void)
+{
+    ++call_count;
+    for (const char* step = setting("FAULTYSTORAGE_PLAN"); step; step = strchr(step, ',')) {
+        char* kind = NULL;
+        step += *step == ',';
+        const long at = strtol(step, &kind, 10);
+        const int applies = *kind == '+' ? call_count >= at : call_count == at;
+        kind += *kind == '+';
+        if (!applies || *kind != ':')
+            continue;
+        if (strncmp(kind, ":kill", 5) == 0)
+            die();
+        return strncmp(kind, ":eio", 4) == 0 ? EIO : strncmp(kind, ":enospc", 7) == 0 ? ENOSPC : -1;
+    }
+    return 0;
+}
+
+/* -1 with errno set when the call is to fail. */
+static int fails(void)
+{
+    const int fault = next_fault();
+    if (fault > 0)
+        errno = fault;
+    return fault > 0 ? -1 : 0;
+}
+
+__attribute__((destructor)) static void tell_count(void)
+{
+    char text[32];
+    const int size = snprintf(text, sizeof text, "%d\n", call_count);
+    const int fd = real_open(setting("FAULTYSTORAGE_COUNT"), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (fd >= 0)
+        write_at(fd, text, (size_t)size, 0);
+}
+
+static int is_fd_below(int fd)
+{
+    char path[PATH_MAX];
+    struct stat info;
+    path_of(fd, path);
+    return is_below(path) && fstat(fd, &info) == 0 &&
+           (S_ISREG(info.st_mode) || S_ISDIR(info.st_mode));
+}
+
+/* --- the calls --- */
+
+ssize_t write(int fd, const void* data, size_t size)
+{
+    if (is_fd_below(fd)) {
+        const int fault = next_fault();
+        if (fault > 0) {
+            errno = fault;
+            return -1;
+        }
+        size = fault < 0 && size > 1 ? size / 2 : size;
+        record_write(fd, data, size, lseek(fd, 0, SEEK_CUR));
+    }
+    return syscall(SYS_write, fd, data, size);
+}
+
+ssize_t pwrite(int fd, const void* data, size_t size, off_t offset)
+{
+    if (is_fd_below(fd)) {
+        const int fault = next_fault();
+        if (fault > 0) {
+            errno = fault;
+            return -1;
+        }
+        size = fault < 0 && size > 1 ? size / 2 : size;
+        record_write(fd, data, size, offset);
+    }
+    return syscall(SYS_pwrite64, fd, data, size, offset);
+}
+
+ssize_t pwrite64(int fd, const void* data, size_t size, off64_t offset)
+{
+    return pwrite(fd, data, size, offset);
+}
+
+int ftruncate(int fd, off_t size)
+{
+    if (is_fd_below(fd)) {
+        if (fails())
+            return -1;
+        record_bytes(TRUNCATED, fd)->offset = size;
+    }
+    return (int)syscall(SYS_ftruncate, fd, size);
+}
+
+int ftruncate64(int fd, off64_t size)
+{
+    return ftruncate(fd, size);
+}
+
+int fsync(int fd)
+{
+    if (is_fd_below(fd)) {
+        if (fails())
+            return -1;
+        mark_flushed(fd);
+    }
+    return 0; /* no power is lost here but by die() */
+}
+
+int fdatasync(int fd)
+{
+    return fsync(fd);
+}
+
+int renameat(int from_folder, const char* from, int to_folder, const char* to)
+{
+    char full[PATH_MAX];
+    resolve(to_folder, to, full);
+    if (is_below(full)) {
+        if (fails())
+            return -1;
+        struct change* change = record(RENAMED);
+        resolve(from_folder, from, change->path);
+        snprintf(change->to, sizeof change->to, "%s", full);
+        keep_spare(change->path, change->spare);
+        keep_spare(change->to, change->spare_to);
+    }
+    return (int)syscall(SYS_renameat2, from_folder, from, to_folder, to, 0);
+}
+
+int rename(const char* from, const char* to)
+{
+    return renameat(AT_FDCWD, from, AT_FDCWD, to);
+}
+
+int unlinkat(int folder, const char* path, int flags)
+{
+    char full[PATH_MAX];
+    resolve(folder, path, full);
+    if (is_below(full) && !(flags & AT_REMOVEDIR) && access(full, F_OK) == 0) {
+        if (fails())
+            return -1;
+        struct change* change = record(REMOVED);
+        snprintf(change->path, sizeof change->path, "%s", full);
+        keep_spare(full, change->spare);
+    }
+    return (int)syscall(SYS_unlinkat, folder, path, flags);
+}
+
+int unlink(const char* path)
+{
+    return unlinkat(AT_FDCWD, path, 0);
+}
+
+static int open_below(const char* full, int flags, mode_t mode)
+{
+    if (fails())
+        return -1;
+    const int existed = access(full, F_OK) == 0;
+    const int fd = real_open(full, flags & ~O_TRUNC, mode);
+    if (fd >= 0 && !existed) {
+        struct change* change = record(CREATED);
+        snprintf(change->path, sizeof change->path, "%s", full);
+        keep_spare(full, change->spare);
+    } else if (fd >= 0 && (flags & O_TRUNC)) {
+        record_bytes(TRUNCATED, fd)->offset = 0;
+        syscall(SYS_ftruncate, fd, 0);
+    }
+    return fd;
+}
+
+int openat(int folder, const char* path, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    char full[PATH_MAX];
+    if (flags & (O_CREAT | O_TRUNC)) {
+        resolve(folder, path, full);
+        if (is_below(full))
+            return open_below(full, flags, mode);
+    }
+    return (int)syscall(SYS_openat, folder, path, flags, mode);
+}
+
+int open(const char* path, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return openat(AT_FDCWD, path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return openat(AT_FDCWD, path, flags, mode);
+}
+
+int openat64(int folder, const char* path, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return openat(folder, path, flags, mode);
+}

@@ -1,0 +1,43 @@
+// Runs the storage operations named on its command line, for a test that preloads a faulty storage:
+// each argument is one step, its parts divided by colons. Tells each answer on standard output,
+// then creates a file, so that the plan can also strike right after an answer was given.
+#include "utils/archiveaddition.h"
+#include "utils/storagefile.h"
+#include "utils/ziputils.h"
+
+#include <QStringList>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+bool run(const QStringList& step)
+{
+    const QString& verb = step.at(0);
+    if (verb == QLatin1String("add"))
+        return ZipUtils::addFile(step.at(1), step.at(2));
+    if (verb == QLatin1String("create"))
+        return ZipUtils::createZip(step.at(1));
+    if (verb == QLatin1String("copy"))
+        return storage::copyFile(step.at(1), step.at(2));
+    return ArchiveAddition::recover();
+}
+
+bool tell(bool answer)
+{
+    return ::write(STDOUT_FILENO, answer ? "y" : "n", 1) == 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        const bool answer = run(QString::fromLocal8Bit(argv[i]).split(QLatin1Char(':')));
+        if (!tell(answer))
+            return 1;
+        storage::createNew(QStringLiteral("answer-%1").arg(i));
+    }
+    return 0;
+}

@@ -1,0 +1,380 @@
+// What the storage holds when it fails, or the power goes, at any one of its calls.
+#include "utils/archiveaddition.h"
+#include "utils/ziputils.h"
+
+#include <QDir>
+#include <QFile>
+#include <QMap>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+const QString archive = QStringLiteral("datas/0000000000.cvx");
+const QString stick_file = QStringLiteral("stick/QVX_DATAS.cvx");
+const QString side_file = QStringLiteral("addition.undo");
+
+const QStringList two_additions = {QStringLiteral("add:%1:tmp/a.ozu").arg(archive),
+                                   QStringLiteral("add:%1:tmp/b.ozu").arg(archive)};
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool write(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
+QByteArray noise(quint32 seed, int bytes)
+{
+    QByteArray content(bytes, Qt::Uninitialized);
+    QRandomGenerator generator(seed);
+    for (char& byte : content)
+        byte = char(generator.bounded(256));
+    return content;
+}
+
+QString firstRefusedKept(QString answers)
+{
+    const int at = answers.indexOf(u'n');
+    return at < 0 ? answers : answers.replace(at, 1, u'y');
+}
+
+/// What one run of the driver came to.
+struct Run
+{
+    QString answers;
+    bool killed = false;
+    int calls = 0;
+};
+
+} // namespace
+
+class StoragePower : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void additionSurvivesALoss_data();
+    void additionSurvivesALoss();
+    void additionUndoesAFailure_data();
+    void additionUndoesAFailure();
+    void killWhilePuttingBack_data();
+    void killWhilePuttingBack();
+    void recoveryMayBeCutShort_data();
+    void recoveryMayBeCutShort();
+    void recoveryLeavesTheRestAlone();
+    void newArchiveIsNeverHalfMade_data();
+    void newArchiveIsNeverHalfMade();
+    void copyIsWholeOrNone_data();
+    void copyIsWholeOrNone();
+
+private:
+    void reset(const QByteArray& archiveBytes);
+    Run run(const QStringList& steps, const QString& plan = {},
+            const QString& lost = QStringLiteral("none"));
+    int callsOf(const QStringList& steps);
+    QByteArray archiveWith(const QStringList& sources);
+    void checkAfterKill(const Run& run);
+    void checkHeld(const QString& one, const QString& other);
+
+    QScopedPointer<QTemporaryDir> m_folder;
+    QByteArray m_original;
+    /// The archive after those of the two additions that are marked y.
+    QMap<QString, QByteArray> m_expected;
+};
+
+void StoragePower::init()
+{
+    m_folder.reset(new QTemporaryDir);
+    const QDir root(m_folder->path());
+    for (const char* name : {"station/datas", "station/tmp", "station/stick", "spare", "unpacked"})
+        QVERIFY(root.mkpath(QLatin1String(name)));
+    QVERIFY(QDir::setCurrent(root.filePath(QStringLiteral("station"))));
+    // Longer than one block, and no shorter once deflated.
+    QVERIFY(write(QStringLiteral("tmp/a.ozu"), noise(1, 300000)));
+    QVERIFY(write(QStringLiteral("tmp/b.ozu"), noise(2, 5000)));
+    QVERIFY(write(QStringLiteral("tmp/infos.log"), "Serial number: 001122334455"));
+    QVERIFY(ZipUtils::createZip(archive));
+    QVERIFY(ZipUtils::addFile(archive, QStringLiteral("tmp/infos.log")));
+    m_original = contentOf(archive);
+    const QString a = QStringLiteral("tmp/a.ozu");
+    const QString b = QStringLiteral("tmp/b.ozu");
+    m_expected = {{QStringLiteral("nn"), m_original},
+                  {QStringLiteral("yn"), archiveWith({a})},
+                  {QStringLiteral("ny"), archiveWith({b})},
+                  {QStringLiteral("yy"), archiveWith({a, b})}};
+    // The yardstick itself: an archive with everything that the other checks compare with.
+    QVERIFY(ZipUtils::extractZip(archive, QStringLiteral("../unpacked")));
+    QCOMPARE(contentOf(QStringLiteral("../unpacked/a.ozu")), contentOf(a));
+    QCOMPARE(contentOf(QStringLiteral("../unpacked/b.ozu")), contentOf(b));
+    reset(m_original);
+}
+
+void StoragePower::reset(const QByteArray& archiveBytes)
+{
+    QFile::remove(side_file);
+    QFile::remove(stick_file);
+    for (const QString& name : QDir().entryList({QStringLiteral("answer-*")}))
+        QFile::remove(name);
+    QDir spare(QStringLiteral("../spare"));
+    for (const QString& name : spare.entryList(QDir::Files))
+        spare.remove(name);
+    QVERIFY(write(archive, archiveBytes));
+}
+
+QByteArray StoragePower::archiveWith(const QStringList& sources)
+{
+    reset(m_original);
+    for (const QString& source : sources)
+        if (!ZipUtils::addFile(archive, source))
+            return {};
+    return contentOf(archive);
+}
+
+Run StoragePower::run(const QStringList& steps, const QString& plan, const QString& lost)
+{
+    const QString count = QStringLiteral("../count");
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral(FAULTYSTORAGE_LIBRARY));
+    environment.insert(QStringLiteral("FAULTYSTORAGE_DIR"), QDir::currentPath());
+    environment.insert(QStringLiteral("FAULTYSTORAGE_SPARE"),
+                       QDir::cleanPath(QDir::current().filePath(QStringLiteral("../spare"))));
+    environment.insert(QStringLiteral("FAULTYSTORAGE_COUNT"), count);
+    environment.insert(QStringLiteral("FAULTYSTORAGE_PLAN"), plan);
+    environment.insert(QStringLiteral("FAULTYSTORAGE_LOST"), lost);
+    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("verify_asan_link_order=0"));
+    QProcess driver;
+    driver.setProcessEnvironment(environment);
+    driver.start(QStringLiteral(FAULTYSTORAGE_DRIVER), steps);
+    driver.waitForFinished();
+    Run result;
+    result.answers = QString::fromLatin1(driver.readAllStandardOutput());
+    result.killed = driver.exitStatus() == QProcess::CrashExit;
+    result.calls = contentOf(count).trimmed().toInt();
+    return result;
+}
+
+int StoragePower::callsOf(const QStringList& steps)
+{
+    const Run untouched = run(steps);
+    const bool passed = !untouched.killed && untouched.answers == QString(steps.size(), u'y');
+    reset(m_original);
+    return passed ? untouched.calls : 0;
+}
+
+/// Whole, with every addition that was acknowledged, and at most the one that was under way.
+void StoragePower::checkAfterKill(const Run& run)
+{
+    QVERIFY(run.killed);
+    QVERIFY(!run.answers.contains(u'n'));
+    QVERIFY(ArchiveAddition::recover());
+    const QByteArray held = contentOf(archive);
+    const QString acknowledged = run.answers.leftJustified(2, u'n');
+    checkHeld(acknowledged, firstRefusedKept(acknowledged));
+    QVERIFY(ArchiveAddition::recover());
+    QCOMPARE(contentOf(archive), held);
+}
+
+void StoragePower::checkHeld(const QString& one, const QString& other)
+{
+    const QByteArray held = contentOf(archive);
+    QVERIFY(held == m_expected.value(one) || held == m_expected.value(other));
+}
+
+void StoragePower::additionSurvivesALoss_data()
+{
+    QTest::addColumn<QString>("lost");
+    for (const char* lost : {"none", "all", "last", "first", "torn"})
+        QTest::newRow(lost) << QString::fromLatin1(lost);
+}
+
+void StoragePower::additionSurvivesALoss()
+{
+    QFETCH(QString, lost);
+    const int calls = callsOf(two_additions);
+    QVERIFY(calls > 20);
+    for (int at = 1; at <= calls; ++at) {
+        reset(m_original);
+        checkAfterKill(run(two_additions, QStringLiteral("%1:kill").arg(at), lost));
+        if (QTest::currentTestFailed())
+            QFAIL(qPrintable(QStringLiteral("at call %1").arg(at)));
+    }
+}
+
+void StoragePower::additionUndoesAFailure_data()
+{
+    QTest::addColumn<QString>("fault");
+    for (const char* fault : {"eio", "enospc", "short"})
+        QTest::newRow(fault) << QString::fromLatin1(fault);
+}
+
+void StoragePower::additionUndoesAFailure()
+{
+    QFETCH(QString, fault);
+    const int calls = callsOf(two_additions);
+    int refused = 0;
+    for (int at = 1; at <= calls; ++at) {
+        reset(m_original);
+        const Run once = run(two_additions, QStringLiteral("%1:%2").arg(at).arg(fault));
+        QVERIFY(!once.killed);
+        QVERIFY2(contentOf(archive) == m_expected.value(once.answers), qPrintable(once.answers));
+        refused += once.answers.count(u'n');
+
+        // A storage that fails from here on cannot put the archive back; the next start does, or
+        // finds the addition that could be neither confirmed nor undone whole.
+        reset(m_original);
+        const Run lasting = run(two_additions, QStringLiteral("%1+:%2").arg(at).arg(fault));
+        QVERIFY(ArchiveAddition::recover());
+        checkHeld(lasting.answers, firstRefusedKept(lasting.answers));
+        if (QTest::currentTestFailed())
+            QFAIL(qPrintable(QStringLiteral("from call %1 on").arg(at)));
+    }
+    // Half a write is followed by the other half; anything else costs the addition that it hits.
+    QVERIFY(fault == QLatin1String("short") ? refused == 0 : refused > calls * 3 / 4);
+}
+
+void StoragePower::killWhilePuttingBack_data()
+{
+    QTest::addColumn<QString>("lost");
+    for (const char* lost : {"none", "all"})
+        QTest::newRow(lost) << QString::fromLatin1(lost);
+}
+
+void StoragePower::killWhilePuttingBack()
+{
+    QFETCH(QString, lost);
+    const QStringList one = two_additions.mid(0, 1);
+    const int calls = callsOf(one);
+    for (int at = 1; at <= calls; ++at) {
+        for (int later = at + 1;; ++later) {
+            reset(m_original);
+            const Run twice = run(one, QStringLiteral("%1:eio,%2:kill").arg(at).arg(later), lost);
+            if (!twice.killed)
+                break;
+            QVERIFY(ArchiveAddition::recover());
+            const QByteArray held = contentOf(archive);
+            const bool isOld = held == m_original;
+            const bool isNew = held == m_expected.value(QStringLiteral("yn"));
+            QVERIFY(isNew || (isOld && !twice.answers.startsWith(u'y')));
+            QVERIFY(isOld || !twice.answers.startsWith(u'n'));
+        }
+    }
+}
+
+void StoragePower::recoveryMayBeCutShort_data()
+{
+    QTest::addColumn<QString>("lost");
+    for (const char* lost : {"none", "all", "first", "torn"})
+        QTest::newRow(lost) << QString::fromLatin1(lost);
+}
+
+void StoragePower::recoveryMayBeCutShort()
+{
+    QFETCH(QString, lost);
+    const QStringList recovery = {QStringLiteral("recover")};
+    const int calls = callsOf(two_additions.mid(0, 1));
+    int cuts = 0;
+    for (int at = 1; at <= calls; ++at) {
+        reset(m_original);
+        const Run first = run(two_additions.mid(0, 1), QStringLiteral("%1:kill").arg(at), lost);
+        const QByteArray left = contentOf(archive);
+        const bool sideFileLeft = QFile::exists(side_file);
+        const QByteArray side = contentOf(side_file);
+        for (int cut = 1;; ++cut) {
+            reset(left);
+            QVERIFY(!sideFileLeft || write(side_file, side));
+            const Run recovered = run(recovery, QStringLiteral("%1:kill").arg(cut), lost);
+            checkAfterKill(first);
+            cuts += recovered.killed ? 1 : 0;
+            if (!recovered.killed || !recovered.answers.isEmpty())
+                break;
+        }
+    }
+    QVERIFY(cuts > calls);
+}
+
+void StoragePower::recoveryLeavesTheRestAlone()
+{
+    const Run killed = run(two_additions, QStringLiteral("6:kill"));
+    QVERIFY(killed.killed);
+    const QByteArray side = contentOf(side_file);
+    QVERIFY(!side.isEmpty());
+    const QByteArray changed = contentOf(archive);
+    // A side file that is not whole was cut short before the archive was touched.
+    for (int bytes = 0; bytes < side.size(); bytes += 7) {
+        QVERIFY(write(side_file, side.left(bytes)));
+        QVERIFY(ArchiveAddition::recover());
+        QCOMPARE(contentOf(archive), changed);
+    }
+    // An archive that is gone needs nothing; a new one in its place is not written over.
+    QVERIFY(write(side_file, side));
+    QVERIFY(QFile::remove(archive));
+    QVERIFY(ArchiveAddition::recover());
+    QVERIFY(!QFile::exists(archive));
+    QVERIFY(write(side_file, side));
+    QVERIFY(ZipUtils::createZip(archive));
+    QVERIFY(ArchiveAddition::recover());
+    QCOMPARE(contentOf(archive).size(), 22);
+}
+
+void StoragePower::newArchiveIsNeverHalfMade_data()
+{
+    QTest::addColumn<QString>("fault");
+    QTest::addColumn<QString>("lost");
+    for (const char* lost : {"none", "all", "last", "first", "torn"})
+        QTest::newRow(lost) << QStringLiteral("kill") << QString::fromLatin1(lost);
+    for (const char* fault : {"eio", "enospc", "short"})
+        QTest::newRow(fault) << QString::fromLatin1(fault) << QStringLiteral("none");
+}
+
+void StoragePower::newArchiveIsNeverHalfMade()
+{
+    QFETCH(QString, fault);
+    QFETCH(QString, lost);
+    const QStringList creation = {QStringLiteral("create:%1").arg(archive)};
+    const QByteArray empty = QByteArray("PK\x05\x06") + QByteArray(18, '\0');
+    const int calls = callsOf(creation);
+    QVERIFY(calls > 4);
+    for (int at = 1; at <= calls; ++at) {
+        reset(m_original);
+        const Run created = run(creation, QStringLiteral("%1:%2").arg(at).arg(fault), lost);
+        const QByteArray held = contentOf(archive);
+        QVERIFY(held == empty || held == m_original);
+        QVERIFY(held == empty || !created.answers.startsWith(u'y'));
+        QCOMPARE(QDir(QStringLiteral("datas")).entryList(QDir::Files).size(), 1);
+    }
+}
+
+void StoragePower::copyIsWholeOrNone_data()
+{
+    newArchiveIsNeverHalfMade_data();
+}
+
+void StoragePower::copyIsWholeOrNone()
+{
+    QFETCH(QString, fault);
+    QFETCH(QString, lost);
+    const QStringList copying = {QStringLiteral("copy:tmp/a.ozu:%1").arg(stick_file)};
+    const QByteArray source = contentOf(QStringLiteral("tmp/a.ozu"));
+    const int calls = callsOf(copying);
+    QVERIFY(calls > 4);
+    for (int at = 1; at <= calls; ++at) {
+        reset(m_original);
+        const Run copied = run(copying, QStringLiteral("%1:%2").arg(at).arg(fault), lost);
+        QVERIFY(!copied.answers.startsWith(u'y') || contentOf(stick_file) == source);
+        QVERIFY(copied.killed || copied.answers.startsWith(u'y') || !QFile::exists(stick_file));
+    }
+}
+
+QTEST_GUILESS_MAIN(StoragePower)
+
+#include "storage_power.moc"
