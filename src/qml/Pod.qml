@@ -1,0 +1,158 @@
+import QtQuick 2.15
+import QtQuick.Controls 2.15
+import "."
+
+// One place of the station: an upright bar that tells whether a pod is there and how far it is.
+Item {
+    id: root
+
+    property int qidx: 0
+    property string main_color: Theme.download_color
+    property string border_color: Theme.empty_border
+    property bool charging: false
+    property real val: 0.0
+
+    function showFull() {
+        main_color = Theme.done_color
+        val = 1.0
+    }
+
+    // A pod that is plugged while its predecessor still fades out gets a gauge of its own at once.
+    function showConnected() {
+        emptying.complete()
+        border_color = Theme.plugged_border
+    }
+
+    function showDisconnected() {
+        emptying.start()
+        charging = false
+    }
+
+    Connections {
+        target: uibackend
+
+        function onPodConnectionChanged(idx, connected) {
+            if (idx !== root.qidx)
+                return
+            if (connected)
+                root.showConnected()
+            else
+                root.showDisconnected()
+        }
+
+        function onPodSyncProgressChanged(idx, progress) {
+            if (idx !== root.qidx)
+                return
+            if (progress === 101)
+                root.showFull()
+            else
+                root.val = Math.max(progress / 100, 0.1)
+        }
+
+        function onPodUpdateProgressChanged(idx, progress) {
+            if (idx !== root.qidx)
+                return
+            if (progress === 101) {
+                root.showFull()
+                return
+            }
+            root.main_color = Theme.update_color
+            root.val = progress / 100
+        }
+
+        function onChargingStateChanged(idx, state) {
+            if (idx !== root.qidx)
+                return
+            if (state === 1 || state === 2)
+                root.main_color = Theme.done_color
+            root.val = 1.0
+            root.charging = state !== 2
+        }
+    }
+
+    ParallelAnimation {
+        id: emptying
+        objectName: "emptying"
+
+        SequentialAnimation {
+            ColorAnimation {
+                target: root
+                property: "main_color"
+                to: Theme.blank_color
+                duration: Theme.fade_duration
+            }
+            PropertyAction { target: root; property: "val"; value: 0.0 }
+            PropertyAction { target: root; property: "main_color"; value: Theme.download_color }
+        }
+        ColorAnimation {
+            target: root
+            property: "border_color"
+            from: Theme.plugged_border_drawn
+            to: Theme.empty_border
+            duration: Theme.fade_duration
+        }
+    }
+
+    SequentialAnimation {
+        objectName: "pulse"
+        running: root.charging
+        loops: Animation.Infinite
+        onStopped: root.main_color = Theme.done_color
+
+        ColorAnimation {
+            target: root
+            property: "main_color"
+            to: Theme.done_color
+            duration: Theme.fade_duration
+        }
+        ColorAnimation {
+            target: root
+            property: "main_color"
+            to: Theme.blank_color
+            duration: Theme.charge_fade_duration
+        }
+    }
+
+    ProgressBar {
+        id: bar
+        objectName: "bar"
+        // Turned about its centre, a bar of 35 by 20 falls between pixels: half a pixel puts it right.
+        x: (parent.width - width + 1) / 2
+        y: (parent.height - height + 1) / 2
+        width: 35
+        height: 20
+        padding: 1
+        rotation: 270
+        value: root.val
+
+        background: Rectangle {
+            objectName: "border"
+            radius: 8
+            color: "white"
+            border.width: 2
+            border.color: root.border_color === Theme.plugged_border ? Theme.plugged_border_drawn
+                                                                     : root.border_color
+        }
+
+        contentItem: Item {
+            Rectangle {
+                objectName: "fill"
+                x: 1
+                y: 1
+                width: bar.visualPosition * (parent.width - 2)
+                height: parent.height - 2
+                radius: 6
+                color: root.main_color
+            }
+
+            Image {
+                objectName: "chargeIcon"
+                anchors.centerIn: parent
+                rotation: 90
+                fillMode: Image.PreserveAspectFit
+                source: "../img/charge_icon.png"
+                visible: root.charging
+            }
+        }
+    }
+}
