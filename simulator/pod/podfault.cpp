@@ -1,0 +1,46 @@
+#include "pod/podfault.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+struct NamedFault
+{
+    PodFault fault;
+    QLatin1String name;
+};
+
+constexpr std::array<NamedFault, 12> named_faults{{
+    {PodFault::None, QLatin1String("none")},
+    {PodFault::NoAnswer, QLatin1String("no answer")},
+    {PodFault::WrongAck, QLatin1String("wrong ack")},
+    {PodFault::ShortRead, QLatin1String("short read")},
+    {PodFault::CutHalfWay, QLatin1String("cut half way")},
+    {PodFault::DigestWrongOnce, QLatin1String("digest wrong once")},
+    {PodFault::DigestWrongAlways, QLatin1String("digest wrong always")},
+    {PodFault::EraseRefused, QLatin1String("erase refused")},
+    {PodFault::ClaimBusy, QLatin1String("claim busy")},
+    {PodFault::DriverBusy, QLatin1String("driver busy")},
+    {PodFault::UnpluggedAtByte, QLatin1String("unplugged at byte")},
+    {PodFault::SizeAbsurd, QLatin1String("size absurd")},
+}};
+
+} // namespace
+
+std::optional<PodFault> podFaultFromName(const QString& name)
+{
+    const auto* found = std::find_if(named_faults.begin(), named_faults.end(),
+                                     [&](const NamedFault& named) { return name == named.name; });
+    if (found == named_faults.end())
+        return std::nullopt;
+    return found->fault;
+}
+
+QString podFaultName(PodFault fault)
+{
+    const auto* found = std::find_if(named_faults.begin(), named_faults.end(),
+                                     [&](const NamedFault& named) { return fault == named.fault; });
+    Q_ASSERT(found != named_faults.end());
+    return found->name;
+}

@@ -1,0 +1,212 @@
+#include "pod/podmodel.h"
+
+#include <QtEndian>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+constexpr char ack = 0x0A;
+constexpr char nak = 0x15;
+constexpr char read_udid = 0x11;
+constexpr char read_charge = 0x14;
+constexpr char read_data = 0x31;
+constexpr char erase = 0x41;
+
+constexpr char charging = 1;
+constexpr char charged = 2;
+
+constexpr int digest_bytes = 32;
+/// The station takes a pod of 0 or 512 bytes for empty and reads data and digest in one transfer.
+constexpr quint32 empty_size_bytes = 512;
+
+QByteArray sizeField(quint32 size_bytes)
+{
+    QByteArray field(sizeof(size_bytes), '\0');
+    qToBigEndian(size_bytes, field.data());
+    return field;
+}
+
+} // namespace
+
+PodModel::PodModel(PodSettings settings)
+    : m_settings(std::move(settings))
+    , m_recording(m_settings.seed, m_settings.size_bytes)
+    , m_short_read_due(m_settings.fault == PodFault::ShortRead)
+    , m_silent(m_settings.fault == PodFault::NoAnswer)
+{}
+
+bool PodModel::claim()
+{
+    m_report.opened = m_settings.fault != PodFault::ClaimBusy;
+    return m_report.opened;
+}
+
+void PodModel::receive(const QByteArray& from_station)
+{
+    if (m_silent || m_vanished)
+        return;
+    for (const char command : from_station)
+        execute(command);
+}
+
+void PodModel::execute(char command)
+{
+    m_output.clear();
+    m_falls_silent = false;
+    switch (command) {
+    case read_udid:
+        answer(QByteArray(1, ack));
+        answer(m_settings.udid);
+        break;
+    case read_charge:
+        answerCharge();
+        break;
+    case read_data:
+        answerReadout();
+        break;
+    case erase:
+        answerErase();
+        break;
+    default:
+        answer(QByteArray(1, nak));
+    }
+}
+
+void PodModel::answer(const QByteArray& bytes)
+{
+    m_output.push_back({FieldKind::Fixed, bytes, quint32(bytes.size()), false});
+}
+
+void PodModel::answerReadout()
+{
+    if (m_settings.fault == PodFault::WrongAck)
+        return answer(QByteArray(1, nak));
+    const bool absurd = m_settings.fault == PodFault::SizeAbsurd;
+    const bool cut = m_settings.fault == PodFault::CutHalfWay;
+    const quint32 size_bytes = recordedBytes();
+    const quint32 data_bytes = cut ? size_bytes / 2 : size_bytes;
+
+    ++m_report.readouts_begun;
+    m_hash.reset();
+    m_data_offset_bytes = 0;
+    answer(QByteArray(1, ack));
+    answer(sizeField(absurd ? std::numeric_limits<quint32>::max() : size_bytes));
+    if (data_bytes > 0)
+        m_output.push_back({FieldKind::Data, {}, data_bytes, size_bytes == empty_size_bytes});
+    m_falls_silent = absurd || cut;
+    if (!m_falls_silent)
+        m_output.push_back({FieldKind::Digest, {}, digest_bytes, false});
+    tell(PodEvent::ReadoutBegun);
+    leaveIfDue();
+}
+
+void PodModel::answerCharge()
+{
+    ++m_report.charge_polls;
+    const bool full = m_report.charge_polls > m_settings.polls_until_charged;
+    answer(QByteArray(1, ack));
+    answer(QByteArray(1, full ? charged : charging));
+    if (full && !m_report.charged) {
+        m_report.charged = true;
+        tell(PodEvent::Charged);
+    }
+}
+
+void PodModel::answerErase()
+{
+    if (m_settings.fault == PodFault::EraseRefused)
+        return answer(QByteArray(1, nak));
+    m_report.erased = true;
+    answer(QByteArray(1, ack));
+    tell(PodEvent::Erased);
+}
+
+int PodModel::nextTransferBytes(int at_most_bytes) const
+{
+    if (m_silent || m_vanished || m_output.empty())
+        return 0;
+    quint64 bytes = 0;
+    for (const Field& field : m_output) {
+        bytes += field.left_bytes;
+        if (!field.joins_next)
+            break;
+    }
+    bytes = std::min<quint64>(bytes, quint64(at_most_bytes));
+    if (m_output.front().kind != FieldKind::Data)
+        return int(bytes);
+    if (m_settings.fault == PodFault::UnpluggedAtByte)
+        bytes = std::min<quint64>(bytes, m_settings.unplug_at_byte - m_report.bytes_sent);
+    return m_short_read_due ? int(bytes + 1) / 2 : int(bytes);
+}
+
+int PodModel::send(char* out, int at_most_bytes)
+{
+    const int transfer_bytes = nextTransferBytes(at_most_bytes);
+    int done = 0;
+    while (done < transfer_bytes) {
+        Field& field = m_output.front();
+        const int part = int(std::min(quint32(transfer_bytes - done), field.left_bytes));
+        fill(field, out + done, part);
+        done += part;
+        if (field.left_bytes == 0)
+            finishField();
+    }
+    leaveIfDue();
+    return transfer_bytes;
+}
+
+void PodModel::fill(Field& field, char* out, int length_bytes)
+{
+    if (field.kind == FieldKind::Data) {
+        m_recording.read(m_data_offset_bytes, out, length_bytes);
+        m_hash.addData(out, length_bytes);
+        m_data_offset_bytes += quint32(length_bytes);
+        m_report.bytes_sent += quint64(length_bytes);
+        m_short_read_due = false;
+    } else {
+        if (field.bytes.isEmpty())
+            field.bytes = digest();
+        std::memcpy(out, field.bytes.constEnd() - field.left_bytes, size_t(length_bytes));
+    }
+    field.left_bytes -= quint32(length_bytes);
+}
+
+void PodModel::finishField()
+{
+    const FieldKind finished = m_output.front().kind;
+    m_output.pop_front();
+    if (finished == FieldKind::Digest) {
+        ++m_report.readouts_completed;
+        tell(PodEvent::ReadoutCompleted);
+    }
+    if (m_output.empty() && m_falls_silent)
+        m_silent = true;
+}
+
+QByteArray PodModel::digest() const
+{
+    QByteArray result = m_hash.result();
+    const bool wrong = m_settings.fault == PodFault::DigestWrongAlways
+        || (m_settings.fault == PodFault::DigestWrongOnce && m_report.readouts_completed == 0);
+    if (wrong)
+        result[0] = char(~result.at(0));
+    return result;
+}
+
+void PodModel::leaveIfDue()
+{
+    if (m_settings.fault != PodFault::UnpluggedAtByte || m_vanished || m_report.readouts_begun == 0
+        || m_report.bytes_sent < m_settings.unplug_at_byte)
+        return;
+    m_vanished = true;
+    tell(PodEvent::Vanished);
+}
+
+void PodModel::tell(PodEvent event) const
+{
+    if (m_listener)
+        m_listener(event);
+}

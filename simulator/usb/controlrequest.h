@@ -1,0 +1,13 @@
+#pragma once
+
+#include "usb/usbdescription.h"
+
+#include <QByteArray>
+
+#include <optional>
+
+/// Answers one request on endpoint 0 from what the device says about itself: the data of a read,
+/// nothing for an accepted write, no value for a request that the device stalls. `setup` has the 8
+/// bytes of the setup packet, little-endian.
+std::optional<QByteArray> answerControlRequest(const UsbDescription& description,
+                                               const QByteArray& setup);

@@ -1,0 +1,47 @@
+#include "usb/devicenode.h"
+
+#include <QFile>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+// The smallest pipe has one slot, which a single byte fills.
+constexpr int smallest_pipe_bytes = 4096;
+} // namespace
+
+DeviceNode::DeviceNode(const QString& path) : m_path(QFile::encodeName(path))
+{
+    const bool made = ::mkfifo(m_path.constData(), 0666) == 0;
+    Q_ASSERT(made);
+    Q_UNUSED(made)
+    m_fifo = UniqueFd(::open(m_path.constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    Q_ASSERT(m_fifo);
+    ::fcntl(m_fifo.get(), F_SETPIPE_SZ, smallest_pipe_bytes);
+    setReady(false);
+}
+
+DeviceNode::~DeviceNode()
+{
+    remove();
+}
+
+void DeviceNode::setReady(bool ready)
+{
+    if (ready == m_ready)
+        return;
+    m_ready = ready;
+    char filler = 0;
+    const ssize_t moved
+        = ready ? ::read(m_fifo.get(), &filler, 1) : ::write(m_fifo.get(), &filler, 1);
+    Q_ASSERT(moved == 1);
+    Q_UNUSED(moved)
+}
+
+void DeviceNode::remove()
+{
+    if (!m_path.isEmpty())
+        ::unlink(m_path.constData());
+    m_path.clear();
+}

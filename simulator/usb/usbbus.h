@@ -1,0 +1,79 @@
+#pragma once
+
+#include "pod/podmodel.h"
+#include "usb/sysfstree.h"
+#include "usb/testbed.h"
+#include "usb/ueventsender.h"
+
+#include <QObject>
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <vector>
+
+class UsbDevice;
+class UsbfsServer;
+
+/// The station's simulated USB: a root hub, five chained seven-port hubs, and thirty places for
+/// pods, as a program with real libusb sees it when it runs with testbedDir() as UMOCKDEV_DIR under
+/// umockdev's preload. Lives on one thread, whose event loop must run; its signals come from there.
+/// The devices are served on the testbed's worker thread (UsbfsServer).
+class UsbBus : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int slots_count = 30;
+
+    UsbBus();
+    UsbBus(const UsbBus&) = delete;
+    UsbBus& operator=(const UsbBus&) = delete;
+    UsbBus(UsbBus&&) = delete;
+    UsbBus& operator=(UsbBus&&) = delete;
+    ~UsbBus() override;
+
+    QString testbedDir() const { return m_testbed.dir(); }
+    /// For other simulated hardware of the same station.
+    Testbed& testbed() { return m_testbed; }
+
+    /// The slot must be free.
+    void plug(int slot, const PodSettings& settings);
+    /// Nothing happens when the slot is free.
+    void unplug(int slot);
+    bool plugged(int slot) const;
+    /// Of the last pod of that slot.
+    PodReport report(int slot) const;
+    /// How often hosts came to collect finished transfers and found none; of the last pod.
+    int emptyReaps(int slot) const;
+
+Q_SIGNALS:
+    void readoutBegun(int slot);
+    void readoutCompleted(int slot);
+    void podErased(int slot);
+    void podCharged(int slot);
+    /// The pod unplugged itself.
+    void podVanished(int slot);
+
+private:
+    struct Place
+    {
+        std::optional<UsbAddress> address; ///< none while the place is free
+        std::shared_ptr<UsbDevice> device; ///< kept for its report when it has left
+    };
+
+    std::shared_ptr<UsbDevice> addDevice(const UsbAddress& address,
+                                         const UsbDescription& description,
+                                         std::unique_ptr<PodModel> pod);
+    void onPodEvent(int slot, const PodModel* pod, PodEvent event);
+    int nextDeviceNumber();
+    const Place& place(int slot) const;
+
+    Testbed m_testbed;
+    SysfsTree m_tree;
+    UeventSender m_uevents;
+    std::shared_ptr<UsbfsServer> m_server;
+    std::array<Place, slots_count> m_places;
+    std::vector<bool> m_device_number_used;
+    int m_next_device_number = 1;
+};

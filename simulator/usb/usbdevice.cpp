@@ -1,0 +1,305 @@
+#include "usb/usbdevice.h"
+
+#include "usb/controlrequest.h"
+
+#include <sys/ioctl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+constexpr unsigned char endpoint_out = 0x01;
+constexpr unsigned char endpoint_in = 0x81;
+constexpr int setup_bytes = 8;
+
+/// The argument of an ioctl call, or what it points to when `T` is a structure.
+template <typename T>
+GObjectRef<UMockdevIoctlData> pointee(UMockdevIoctlData* argument)
+{
+    return GObjectRef<UMockdevIoctlData>(
+        umockdev_ioctl_data_resolve(argument, 0, sizeof(T), nullptr));
+}
+
+template <typename T>
+T* as(const GObjectRef<UMockdevIoctlData>& data)
+{
+    return reinterpret_cast<T*>(data->data);
+}
+
+} // namespace
+
+UsbDevice::UsbDevice(UsbDescription description, const QString& node_path,
+                     std::unique_ptr<PodModel> pod)
+    : m_description(std::move(description))
+    , m_node(node_path)
+    , m_pod(std::move(pod))
+    , m_pacer(m_pod ? m_pod->settings().bytes_per_second : 0)
+{
+    for (Interface& interface : m_interfaces)
+        interface.has_driver = true;
+}
+
+UsbDevice::Reply UsbDevice::handle(gulong request, UMockdevIoctlClient* client,
+                                   UMockdevIoctlData* argument)
+{
+    if (request == USBDEVFS_REAPURBNDELAY)
+        return reap(client, argument);
+    if (!m_connected)
+        return failed(ENODEV);
+    switch (request) {
+    case USBDEVFS_SUBMITURB:
+        return submit(client, argument);
+    case USBDEVFS_DISCARDURB:
+        return discard(argument);
+    case USBDEVFS_GET_CAPABILITIES:
+        return capabilities(argument);
+    case USBDEVFS_CLAIMINTERFACE:
+        return claim(client, argument);
+    case USBDEVFS_RELEASEINTERFACE:
+        return release(client, argument);
+    case USBDEVFS_GETDRIVER:
+        return driverName(argument);
+    case USBDEVFS_IOCTL:
+        return driverRequest(argument);
+    case USBDEVFS_CLEAR_HALT:
+    case USBDEVFS_RESET:
+    case USBDEVFS_RESETEP:
+        return {};
+    default:
+        return failed(ENOTTY);
+    }
+}
+
+UsbDevice::Reply UsbDevice::capabilities(UMockdevIoctlData* argument) const
+{
+    const auto data = pointee<quint32>(argument);
+    if (!data)
+        return failed(EFAULT);
+    *as<quint32>(data) = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION
+        | USBDEVFS_CAP_NO_PACKET_SIZE_LIM | USBDEVFS_CAP_BULK_SCATTER_GATHER
+        | USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
+    return {};
+}
+
+UsbDevice::Interface* UsbDevice::interfaceAt(quint32 number)
+{
+    return int(number) < m_description.interfaces() ? &m_interfaces.at(number) : nullptr;
+}
+
+UsbDevice::Reply UsbDevice::claim(const UMockdevIoctlClient* client, UMockdevIoctlData* argument)
+{
+    const auto number = pointee<quint32>(argument);
+    Interface* interface = number ? interfaceAt(*as<quint32>(number)) : nullptr;
+    if (interface == nullptr)
+        return failed(EINVAL);
+    const bool taken = interface->claimed_by != nullptr && interface->claimed_by != client;
+    if (taken || interface->has_driver || (m_pod && !m_pod->claim()))
+        return failed(EBUSY);
+    interface->claimed_by = client;
+    return {};
+}
+
+UsbDevice::Reply UsbDevice::release(const UMockdevIoctlClient* client, UMockdevIoctlData* argument)
+{
+    const auto number = pointee<quint32>(argument);
+    Interface* interface = number ? interfaceAt(*as<quint32>(number)) : nullptr;
+    if (interface == nullptr || interface->claimed_by != client)
+        return failed(EINVAL);
+    interface->claimed_by = nullptr;
+    return {};
+}
+
+UsbDevice::Reply UsbDevice::driverName(UMockdevIoctlData* argument)
+{
+    const auto data = pointee<usbdevfs_getdriver>(argument);
+    const Interface* interface
+        = data ? interfaceAt(as<usbdevfs_getdriver>(data)->interface) : nullptr;
+    if (interface == nullptr)
+        return failed(EINVAL);
+    if (!interface->has_driver && interface->claimed_by == nullptr)
+        return failed(ENODATA);
+    const char* kernel_driver = m_description.isHub() ? "hub" : "cdc_acm";
+    qstrncpy(as<usbdevfs_getdriver>(data)->driver,
+             interface->has_driver ? kernel_driver : "usbfs", sizeof(usbdevfs_getdriver::driver));
+    return {};
+}
+
+UsbDevice::Reply UsbDevice::driverRequest(UMockdevIoctlData* argument)
+{
+    const auto data = pointee<usbdevfs_ioctl>(argument);
+    Interface* interface = data ? interfaceAt(quint32(as<usbdevfs_ioctl>(data)->ifno)) : nullptr;
+    if (interface == nullptr)
+        return failed(EINVAL);
+    switch (unsigned(as<usbdevfs_ioctl>(data)->ioctl_code)) {
+    case USBDEVFS_DISCONNECT:
+        if (!interface->has_driver)
+            return failed(ENODATA);
+        if (m_pod && !m_pod->driverDetaches())
+            return failed(EBUSY);
+        interface->has_driver = false;
+        return {};
+    case USBDEVFS_CONNECT:
+        if (interface->has_driver || interface->claimed_by != nullptr)
+            return failed(EBUSY);
+        interface->has_driver = true;
+        return {1, 0};
+    default:
+        return failed(ENOTTY);
+    }
+}
+
+UsbDevice::Reply UsbDevice::submit(UMockdevIoctlClient* client, UMockdevIoctlData* argument)
+{
+    Urb urb(client, argument);
+    if (!urb.isValid())
+        return failed(EFAULT);
+    if (urb.type() == USBDEVFS_URB_TYPE_CONTROL)
+        return control(std::move(urb));
+    const bool known = urb.endpoint() == endpoint_out || urb.endpoint() == endpoint_in;
+    if (urb.type() != USBDEVFS_URB_TYPE_BULK || !m_pod || !known)
+        return failed(ENOENT);
+    Urbs& queue = urb.endpoint() == endpoint_out ? m_out : m_in;
+    queue.push_back(std::move(urb));
+    return {};
+}
+
+UsbDevice::Reply UsbDevice::control(Urb urb)
+{
+    if (urb.lengthBytes() < setup_bytes)
+        return failed(EINVAL);
+    const QByteArray setup(urb.buffer(), setup_bytes);
+    const auto answer = answerControlRequest(m_description, setup);
+    const bool read = (quint8(setup.at(0)) & 0x80) != 0;
+    int length_bytes = urb.lengthBytes() - setup_bytes;
+    if (answer && read) {
+        length_bytes = std::min(length_bytes, answer->size());
+        std::memcpy(urb.buffer() + setup_bytes, answer->constData(), size_t(length_bytes));
+    }
+    urb.finish(answer ? 0 : -EPIPE, answer ? length_bytes : 0);
+    m_finished.push_back(std::move(urb));
+    return {};
+}
+
+UsbDevice::Reply UsbDevice::discard(UMockdevIoctlData* argument)
+{
+    gulong address = 0;
+    std::memcpy(&address, argument->data, sizeof(address));
+    for (Urbs* queue : {&m_out, &m_in}) {
+        const auto found = std::find_if(queue->begin(), queue->end(), [&](const Urb& urb) {
+            return urb.address() == address;
+        });
+        if (found == queue->end())
+            continue;
+        found->finish(-ENOENT, 0);
+        m_finished.splice(m_finished.end(), *queue, found);
+        return {};
+    }
+    return failed(EINVAL);
+}
+
+UsbDevice::Reply UsbDevice::reap(const UMockdevIoctlClient* client, UMockdevIoctlData* argument)
+{
+    const auto found = std::find_if(m_finished.begin(), m_finished.end(),
+                                    [&](const Urb& urb) { return urb.client() == client; });
+    if (found == m_finished.end()) {
+        ++m_empty_reaps;
+        return failed(m_connected ? EAGAIN : ENODEV);
+    }
+    found->handOver(argument);
+    m_finished.erase(found);
+    return {};
+}
+
+void UsbDevice::clientGone(const UMockdevIoctlClient* client)
+{
+    for (Urbs* queue : {&m_out, &m_in, &m_finished})
+        queue->remove_if([&](const Urb& urb) { return urb.client() == client; });
+    for (Interface& interface : m_interfaces) {
+        if (interface.claimed_by == client)
+            interface.claimed_by = nullptr;
+    }
+}
+
+void UsbDevice::advance(Pacer::TimePoint now)
+{
+    if (m_pod) {
+        advanceOut(now);
+        advanceIn(now);
+        if (m_connected && m_pod->vanished())
+            disconnect();
+    }
+    m_node.setReady(!m_finished.empty());
+}
+
+bool UsbDevice::beginOut(Urb& urb, Pacer::TimePoint now)
+{
+    if (!urb.moving) {
+        m_pacer.idleUntil(now);
+        urb.due = m_pacer.book(urb.lengthBytes(), now);
+        urb.moving = true;
+    }
+    return urb.due <= now;
+}
+
+void UsbDevice::advanceOut(Pacer::TimePoint now)
+{
+    while (!m_out.empty() && beginOut(m_out.front(), now)) {
+        const Urb& urb = m_out.front();
+        m_pod->receive(QByteArray::fromRawData(urb.buffer(), urb.lengthBytes()));
+        finish(m_out, 0, urb.lengthBytes());
+    }
+}
+
+bool UsbDevice::beginIn(Urb& urb, Pacer::TimePoint now)
+{
+    const int length_bytes = m_pod->nextTransferBytes(urb.lengthBytes());
+    if (length_bytes == 0) {
+        urb.moving = false;
+        return false;
+    }
+    if (!urb.moving) {
+        urb.due = m_pacer.book(length_bytes, now);
+        urb.moving = true;
+    }
+    return urb.due <= now;
+}
+
+void UsbDevice::advanceIn(Pacer::TimePoint now)
+{
+    while (!m_in.empty() && beginIn(m_in.front(), now)) {
+        const Urb& urb = m_in.front();
+        const int length_bytes = m_pod->send(urb.buffer(), urb.lengthBytes());
+        if (m_pod->vanished())
+            return;
+        finish(m_in, 0, length_bytes);
+    }
+}
+
+void UsbDevice::finish(Urbs& from, int status, int actual_length_bytes)
+{
+    from.front().finish(status, actual_length_bytes);
+    m_finished.splice(m_finished.end(), from, from.begin());
+}
+
+std::optional<Pacer::TimePoint> UsbDevice::nextDue() const
+{
+    std::optional<Pacer::TimePoint> next;
+    for (const Urbs* queue : {&m_out, &m_in}) {
+        if (!queue->empty() && queue->front().moving)
+            next = next ? std::min(*next, queue->front().due) : queue->front().due;
+    }
+    return next;
+}
+
+void UsbDevice::disconnect()
+{
+    m_connected = false;
+    m_node.remove();
+    for (Urbs* queue : {&m_out, &m_in}) {
+        while (!queue->empty())
+            finish(*queue, -ESHUTDOWN, 0);
+    }
+    m_node.setReady(!m_finished.empty());
+}
