@@ -35,7 +35,7 @@ SandboxSettings sandboxFor(const BenchSettings& settings, const BenchFolder& fol
 
 Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     : m_scenario(scenario), m_window(settings.window), m_folder(settings.kept_folder),
-      m_rack(settings.seed), m_station(sandboxFor(settings, m_folder, m_rack), m_folder.log(),
+      m_rack(settings.seed), m_serial_number(m_rack.testbed()), m_station(sandboxFor(settings, m_folder, m_rack), m_folder.log(),
                                        settings.echo_log)
 {
     for (int slot = 0; slot < k_slot_count; ++slot)
@@ -156,6 +156,7 @@ QString Bench::act(const verb::Quit& /*quit*/)
         m_station.terminate();
     else
         touchQuitCorner();
+    Q_EMIT changed();
     return {};
 }
 

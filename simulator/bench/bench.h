@@ -6,6 +6,7 @@
 #include "bench/screenclient.h"
 #include "bench/screenreader.h"
 #include "bench/station.h"
+#include "i2c/serialnumbermemory.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -44,6 +45,7 @@ public:
     bool holds(const Condition& condition) const;
     qint64 elapsedMs() const { return m_clock.isValid() ? m_clock.elapsed() : 0; }
 
+    bool quitAsked() const { return m_quitting; }
     const BenchFolder& folder() const { return m_folder; }
     const PodRack& rack() const { return m_rack; }
     const Station& station() const { return m_station; }
@@ -77,6 +79,7 @@ private:
     bool m_window;
     BenchFolder m_folder;
     PodRack m_rack;
+    SerialNumberMemory m_serial_number;
     Station m_station;
     ScreenClient m_screen;
     ScreenReader m_reader;

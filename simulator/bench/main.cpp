@@ -63,7 +63,7 @@ void offerScreen(ScreenServer& server)
 /// Played to its end and judged; the exit code says how it came out.
 int playOnce(Bench& bench, const Scenario& scenario)
 {
-    ScenarioRunner runner(bench, scenario);
+    ScenarioRunner runner(bench, scenario, ScenarioRunner::Mode::Unattended);
     QObject::connect(&runner, &ScenarioRunner::finished, qApp, &QCoreApplication::quit,
                      Qt::QueuedConnection);
     runner.start();
@@ -77,7 +77,7 @@ int playOnce(Bench& bench, const Scenario& scenario)
 /// Left to a person, with a scenario's steps as far as they go.
 int playWithPerson(Bench& bench, const Scenario& scenario, const PodPlan& usual)
 {
-    ScenarioRunner runner(bench, scenario);
+    ScenarioRunner runner(bench, scenario, ScenarioRunner::Mode::Attended);
     Prompt prompt(bench, usual);
     QObject::connect(&runner, &ScenarioRunner::finished, qApp, &QCoreApplication::quit,
                      Qt::QueuedConnection);

@@ -9,8 +9,8 @@ namespace {
 constexpr std::chrono::milliseconds k_look_again{50};
 } // namespace
 
-ScenarioRunner::ScenarioRunner(Bench& bench, const Scenario& scenario)
-    : m_bench(bench), m_scenario(scenario)
+ScenarioRunner::ScenarioRunner(Bench& bench, const Scenario& scenario, Mode mode)
+    : m_bench(bench), m_scenario(scenario), m_mode(mode)
 {
     m_limit.setSingleShot(true);
     m_limit.setInterval(scenario.time_limit);
@@ -27,7 +27,8 @@ ScenarioRunner::ScenarioRunner(Bench& bench, const Scenario& scenario)
 
 void ScenarioRunner::start()
 {
-    m_limit.start();
+    if (m_mode == Mode::Unattended)
+        m_limit.start();
     m_look_again.start();
     m_bench.start();
 }
@@ -55,21 +56,23 @@ void ScenarioRunner::doStep(const Step& step)
     }
 }
 
-/// A station that ends while steps are left has ended too early, unless a step waits for that.
+bool ScenarioRunner::endAwaited() const
+{
+    const auto& conditions = m_scenario.steps[m_next_step].conditions;
+    return std::any_of(conditions.begin(), conditions.end(), [](const Condition& condition) {
+        return condition.kind == Condition::Kind::Ended;
+    });
+}
+
 void ScenarioRunner::finishIfEnded()
 {
-    if (m_finished || m_bench.station().running() || !m_bench.station().exitCode())
+    if (m_finished || !m_bench.station().exitCode())
         return;
-    if (m_next_step < m_scenario.steps.size()) {
-        const auto& conditions = m_scenario.steps[m_next_step].conditions;
-        const bool awaited =
-            std::any_of(conditions.begin(), conditions.end(), [](const Condition& condition) {
-                return condition.kind == Condition::Kind::Ended;
-            });
-        if (awaited)
-            return;
+    const bool steps_left = m_next_step < m_scenario.steps.size();
+    if (m_mode == Mode::Attended ? !m_bench.quitAsked() : steps_left && endAwaited())
+        return;
+    if (m_mode == Mode::Unattended && steps_left)
         m_problems += QStringLiteral("the station ended %1").arg(waitingFor());
-    }
     m_finished = true;
     Q_EMIT finished();
 }

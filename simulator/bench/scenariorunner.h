@@ -13,7 +13,11 @@ class ScenarioRunner : public QObject
     Q_OBJECT
 
 public:
-    ScenarioRunner(Bench& bench, const Scenario& scenario);
+    enum class Mode {
+        Unattended, ///< ends with the station, or at the time limit
+        Attended    ///< ends when the person has asked for it
+    };
+    ScenarioRunner(Bench& bench, const Scenario& scenario, Mode mode);
 
     void start();
     const QStringList& problems() const { return m_problems; }
@@ -24,6 +28,7 @@ Q_SIGNALS:
 private:
     void advance();
     bool stepDue() const;
+    bool endAwaited() const;
     void doStep(const Step& step);
     void finishIfEnded();
     void giveUp(const QString& problem);
@@ -31,6 +36,7 @@ private:
 
     Bench& m_bench;
     const Scenario& m_scenario;
+    Mode m_mode;
     std::size_t m_next_step = 0;
     QTimer m_limit;
     QTimer m_look_again;

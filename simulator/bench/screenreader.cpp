@@ -4,6 +4,9 @@
 
 #include <cstdlib>
 
+/// A static library's resources are loaded by hand, outside of any namespace.
+static void loadPanelPictures() { Q_INIT_RESOURCE(panel); }
+
 namespace {
 
 const QRect k_panel_picture(212, 12, 255, 185);
@@ -60,12 +63,14 @@ bool gaugeFull(const QImage& screen, int slot)
 } // namespace
 
 ScreenReader::ScreenReader()
-    : m_panel_pictures{{0, panelPicture("syncOK")},
-                       {1, panelPicture("plugUSB")},
-                       {2, panelPicture("addpod")},
-                       {-1, panelPicture("sync")},
-                       {-2, panelPicture("cross_mark")}}
-{}
+{
+    loadPanelPictures();
+    m_panel_pictures = {{0, panelPicture("syncOK")},
+                        {1, panelPicture("plugUSB")},
+                        {2, panelPicture("addpod")},
+                        {-1, panelPicture("sync")},
+                        {-2, panelPicture("cross_mark")}};
+}
 
 std::optional<int> ScreenReader::panelCode(const QImage& screen) const
 {

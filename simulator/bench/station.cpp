@@ -5,6 +5,8 @@
 
 #include <QTextStream>
 
+#include <unistd.h>
+
 #include <csignal>
 #include <utility>
 
@@ -13,6 +15,8 @@ constexpr int k_signal_exit = 128;
 // The controller's and discovery's; every other plain QThread of the station serves a pod.
 constexpr int k_threads_without_pods = 2;
 } // namespace
+
+void Station::Process::setupChildProcess() { ::setsid(); }
 
 Station::Station(SandboxSettings settings, const QString& log_path, bool echo)
     : m_settings(std::move(settings))

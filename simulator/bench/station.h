@@ -41,8 +41,15 @@ private:
     void noteEnd(int exit_code, QProcess::ExitStatus status);
     qint64 stationPid() const;
 
+    /// In a session of its own: an interrupt typed at the terminal is for the bench alone.
+    class Process : public QProcess
+    {
+    protected:
+        void setupChildProcess() override;
+    };
+
     SandboxSettings m_settings;
-    QProcess m_process;
+    Process m_process;
     StationLog m_log;
     QFile m_log_file;
     bool m_echo;

@@ -3,6 +3,7 @@
 #include "bench/badinput.h"
 
 #include <QMap>
+#include <QRect>
 
 #include <functional>
 

@@ -37,7 +37,8 @@ void checkNothingLost(const Bench& bench, Verdict& verdict)
 {
     Entries entries;
     QStringList unreadable; // a later check's business, if anybody's: only what is lost counts here
-    for (const QString& path : bench.folder().localArchives() << bench.folder().exportedArchive()) {
+    const QStringList local = bench.folder().localArchives();
+    for (const QString& path : local + QStringList{bench.folder().exportedArchive()}) {
         const Entries more = readArchive(path, unreadable);
         entries.insert(entries.end(), more.begin(), more.end());
     }
