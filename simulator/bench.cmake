@@ -1,0 +1,48 @@
+add_library(corvane_bench STATIC
+  bench/archivecheck.cpp
+  bench/bench.cpp
+  bench/benchfolder.cpp
+  bench/bytesize.cpp
+  bench/interruption.cpp
+  bench/jsonplace.cpp
+  bench/options.cpp
+  bench/podplan.cpp
+  bench/podrack.cpp
+  bench/processtree.cpp
+  bench/prompt.cpp
+  bench/rfbsession.cpp
+  bench/sandbox.cpp
+  bench/scenario.cpp
+  bench/scenarioparser.cpp
+  bench/scenariorunner.cpp
+  bench/screenclient.cpp
+  bench/screenreader.cpp
+  bench/screenserver.cpp
+  bench/slotset.cpp
+  bench/station.cpp
+  bench/stationlog.cpp
+  bench/statustext.cpp
+  bench/verbparser.cpp
+  bench/verdict.cpp)
+target_compile_definitions(corvane_bench
+  PUBLIC QT_NO_KEYWORDS # glib's headers use the word "signals"
+  PRIVATE CORVANE_VERSION="${CORVANE_VERSION}"
+          CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>"
+          CORVANE_TOOLS_FOLDER="${CMAKE_CURRENT_SOURCE_DIR}/tools")
+target_link_libraries(corvane_bench
+  PUBLIC corvane_sim_hardware Qt5::Core Qt5::Gui Qt5::Network
+  PRIVATE QuaZip::QuaZip corvane_warnings)
+
+add_executable(corvane-sim bench/main.cpp)
+target_link_libraries(corvane-sim PRIVATE corvane_bench corvane_warnings)
+add_dependencies(corvane-sim corvane)
+
+# The bench reads the station's panel by the pictures that the station shows.
+set(panel_dir ${CMAKE_CURRENT_BINARY_DIR}/panel)
+file(MAKE_DIRECTORY ${panel_dir})
+configure_file(bench/panel.qrc.in ${panel_dir}/panel.qrc @ONLY)
+add_custom_command(OUTPUT ${panel_dir}/qrc_panel.cpp
+  COMMAND Qt5::rcc --name panel --output ${panel_dir}/qrc_panel.cpp ${panel_dir}/panel.qrc
+  DEPENDS ${panel_dir}/panel.qrc corvane_station VERBATIM)
+target_sources(corvane_bench PRIVATE ${panel_dir}/qrc_panel.cpp)
+set_source_files_properties(${panel_dir}/qrc_panel.cpp PROPERTIES SKIP_AUTOGEN ON)

@@ -1,0 +1,227 @@
+#include "bench/bench.h"
+
+#include "bench/badinput.h"
+#include "bench/statustext.h"
+#include "bench/verbparser.h"
+
+#include <QTimer>
+
+#include <chrono>
+
+namespace {
+
+// In the middle of the screen's hidden quit area.
+constexpr QPoint k_quit_corner(15, 15);
+// A station that was asked to quit and is still there by then never will.
+constexpr std::chrono::seconds k_quit_patience{20};
+constexpr int k_panel_copied = 0;
+
+SandboxSettings sandboxFor(const BenchSettings& settings, const BenchFolder& folder,
+                           const PodRack& rack)
+{
+    SandboxSettings sandbox;
+    sandbox.station_program = settings.station_program;
+    sandbox.station_folder = folder.station();
+    sandbox.launcher_folder = folder.launcher();
+    sandbox.stick_folder = folder.stick();
+    sandbox.control_folder = folder.control();
+    sandbox.tools_folder = QStringLiteral(CORVANE_TOOLS_FOLDER);
+    sandbox.testbed_folder = rack.testbedFolder();
+    sandbox.window = settings.window;
+    return sandbox;
+}
+
+} // namespace
+
+Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
+    : m_scenario(scenario), m_window(settings.window), m_folder(settings.kept_folder),
+      m_rack(settings.seed), m_serial_number(m_rack.testbed()), m_station(sandboxFor(settings, m_folder, m_rack), m_folder.log(),
+                                       settings.echo_log)
+{
+    for (int slot = 0; slot < k_slot_count; ++slot)
+        m_rack.setPlan(slot, scenario.plans.at(slot));
+    connect(&m_rack, &PodRack::changed, this, &Bench::noteChange);
+    connect(&m_station, &Station::logged, this, &Bench::changed);
+    connect(&m_station, &Station::ended, this, [this] {
+        m_screen.stop();
+        Q_EMIT changed();
+    });
+    connect(&m_screen, &ScreenClient::changed, this, &Bench::readScreen);
+}
+
+void Bench::start()
+{
+    m_folder.setStickInserted(m_scenario.stick_inserted);
+    m_rack.plug(m_scenario.plugged);
+    m_clock.start();
+    startStation();
+}
+
+QString Bench::perform(const Verb& verb)
+{
+    return std::visit([this](const auto& one) { return act(one); }, verb);
+}
+
+bool Bench::holds(const Condition& condition) const
+{
+    switch (condition.kind) {
+    case Condition::Kind::Time:
+        return elapsedMs() >= condition.number;
+    case Condition::Kind::GaugeFull:
+        return (m_full_gauges & condition.slot_set) == condition.slot_set;
+    case Condition::Kind::Log:
+        return m_station.log().count(condition.text) >= condition.number;
+    case Condition::Kind::Panel:
+        return m_panel_code == condition.number;
+    case Condition::Kind::PodThreads:
+        return m_station.podThreads() == condition.number;
+    case Condition::Kind::Ended:
+        return !m_station.running();
+    default:
+        return holdsForPods(condition);
+    }
+}
+
+bool Bench::holdsForPods(const Condition& condition) const
+{
+    switch (condition.kind) {
+    case Condition::Kind::ReadoutBegun:
+        return allPods(condition.slot_set, [](const PodReport& pod) { return pod.readouts_begun > 0; });
+    case Condition::Kind::ReadoutCompleted:
+        return allPods(condition.slot_set,
+                       [](const PodReport& pod) { return pod.readouts_completed > 0; });
+    case Condition::Kind::Erased:
+        return allPods(condition.slot_set, [](const PodReport& pod) { return pod.erased; });
+    case Condition::Kind::Charged:
+        return allPods(condition.slot_set, [](const PodReport& pod) { return pod.charged; });
+    case Condition::Kind::Vanished:
+        for (int slot = 0; slot < k_slot_count; ++slot)
+            if (condition.slot_set.test(slot) && m_rack.plugged(slot))
+                return false;
+        return true;
+    default:
+        return false;
+    }
+}
+
+QString Bench::act(const verb::Plug& plug)
+{
+    for (int slot = 0; slot < k_slot_count; ++slot)
+        if (plug.plan && plug.slot_set.test(slot))
+            m_rack.setPlan(slot, *plug.plan);
+    m_rack.plug(plug.slot_set);
+    return {};
+}
+
+QString Bench::act(const verb::Unplug& unplug)
+{
+    m_rack.unplug(unplug.slot_set);
+    return {};
+}
+
+QString Bench::act(const verb::SetFault& fault)
+{
+    m_rack.setFault(fault.slot_set, fault.fault);
+    return {};
+}
+
+QString Bench::act(const verb::Stick& stick)
+{
+    m_folder.setStickInserted(stick.inserted);
+    return {};
+}
+
+QString Bench::act(const verb::Touch& touch)
+{
+    if (!m_screen.ready())
+        throw BadInput(QStringLiteral("there is no screen to touch here"));
+    m_screen.touch(touch.at);
+    return {};
+}
+
+QString Bench::act(const verb::Screenshot& screenshot)
+{
+    if (!m_screen.ready())
+        throw BadInput(QStringLiteral("there is no screen to photograph here"));
+    if (!m_screen.picture().save(screenshot.file, "PNG"))
+        throw BadInput(QStringLiteral("cannot write %1").arg(screenshot.file));
+    return QStringLiteral("saved %1").arg(screenshot.file);
+}
+
+QString Bench::act(const verb::Quit& /*quit*/)
+{
+    m_quitting = true;
+    QTimer::singleShot(k_quit_patience, this, [this] { m_station.kill(); });
+    if (m_window)
+        m_station.terminate();
+    else
+        touchQuitCorner();
+    Q_EMIT changed();
+    return {};
+}
+
+QString Bench::act(const verb::KillStation& /*kill*/)
+{
+    m_station.kill();
+    return {};
+}
+
+QString Bench::act(const verb::RestartStation& /*restart*/)
+{
+    if (m_station.running())
+        throw BadInput(QStringLiteral("the station is running; kill it first"));
+    startStation();
+    return {};
+}
+
+QString Bench::act(const verb::Status& /*status*/)
+{
+    return statusText(m_rack, m_folder, m_panel_code);
+}
+
+QString Bench::act(const verb::Help& /*help*/) { return verbHelp(); }
+
+void Bench::startStation()
+{
+    m_panel_code.reset();
+    m_full_gauges.reset();
+    m_station.start();
+    if (!m_window)
+        m_screen.start(m_folder.screenSocket());
+}
+
+void Bench::noteChange()
+{
+    if (m_times.first_readout_ms < 0)
+        for (int slot = 0; slot < k_slot_count; ++slot)
+            if (m_rack.lastPod(slot) && m_rack.report(slot).readouts_begun > 0)
+                m_times.first_readout_ms = elapsedMs();
+    Q_EMIT changed();
+}
+
+void Bench::readScreen()
+{
+    const std::optional<int> before = m_panel_code;
+    m_panel_code = m_reader.panelCode(m_screen.picture());
+    m_full_gauges = ScreenReader::fullGauges(m_screen.picture());
+    if (m_panel_code == k_panel_copied && before != m_panel_code)
+        m_times.last_copy_ms = elapsedMs();
+    if (m_quitting)
+        touchQuitCorner();
+    Q_EMIT changed();
+}
+
+/// Again with every new picture: the first may come before anything can be touched.
+void Bench::touchQuitCorner()
+{
+    if (m_screen.ready())
+        m_screen.touch(k_quit_corner);
+}
+
+bool Bench::allPods(const SlotSet& slot_set, bool (*done)(const PodReport&)) const
+{
+    for (int slot = 0; slot < k_slot_count; ++slot)
+        if (slot_set.test(slot) && (!m_rack.lastPod(slot) || !done(m_rack.report(slot))))
+            return false;
+    return true;
+}

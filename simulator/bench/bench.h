@@ -1,0 +1,91 @@
+#pragma once
+
+#include "bench/benchfolder.h"
+#include "bench/podrack.h"
+#include "bench/scenario.h"
+#include "bench/screenclient.h"
+#include "bench/screenreader.h"
+#include "bench/station.h"
+#include "i2c/serialnumbermemory.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+
+/// How a bench is set up.
+struct BenchSettings
+{
+    QString station_program;
+    QString kept_folder; ///< empty: a temporary one
+    quint64 seed = 1;
+    bool window = false; ///< on the user's display; the bench then neither sees nor touches it
+    bool echo_log = false;
+};
+
+/// Moments of a run, in milliseconds since the station was first started; -1 before.
+struct BenchTimes
+{
+    qint64 first_readout_ms = -1;
+    qint64 last_copy_ms = -1; ///< the panel began to say that the archive is on the stick
+};
+
+/// The whole bench: pods, stick, screen and the station between them. Lives on the main thread,
+/// owned by main; everything it makes ends with it. Throws BadInput when it cannot be set up or is
+/// told to do what cannot be done; the station's failures are for the expectations to find.
+class Bench : public QObject
+{
+    Q_OBJECT
+
+public:
+    Bench(const BenchSettings& settings, const Scenario& scenario);
+
+    /// Plugs what the scenario plugs and starts the station.
+    void start();
+    /// Does it; the answer is for a person to read, mostly empty.
+    QString perform(const Verb& verb);
+    bool holds(const Condition& condition) const;
+    qint64 elapsedMs() const { return m_clock.isValid() ? m_clock.elapsed() : 0; }
+
+    bool quitAsked() const { return m_quitting; }
+    const BenchFolder& folder() const { return m_folder; }
+    const PodRack& rack() const { return m_rack; }
+    const Station& station() const { return m_station; }
+    const BenchTimes& times() const { return m_times; }
+
+Q_SIGNALS:
+    /// Something that a condition may ask about is different now.
+    void changed();
+
+private:
+    QString act(const verb::Plug& plug);
+    QString act(const verb::Unplug& unplug);
+    QString act(const verb::SetFault& fault);
+    QString act(const verb::Stick& stick);
+    QString act(const verb::Touch& touch);
+    QString act(const verb::Screenshot& screenshot);
+    QString act(const verb::Quit& quit);
+    QString act(const verb::KillStation& kill);
+    QString act(const verb::RestartStation& restart);
+    QString act(const verb::Status& status);
+    QString act(const verb::Help& help);
+
+    void startStation();
+    void noteChange();
+    void readScreen();
+    void touchQuitCorner();
+    bool allPods(const SlotSet& slot_set, bool (*done)(const PodReport&)) const;
+    bool holdsForPods(const Condition& condition) const;
+
+    Scenario m_scenario;
+    bool m_window;
+    BenchFolder m_folder;
+    PodRack m_rack;
+    SerialNumberMemory m_serial_number;
+    Station m_station;
+    ScreenClient m_screen;
+    ScreenReader m_reader;
+    std::optional<int> m_panel_code;
+    SlotSet m_full_gauges;
+    QElapsedTimer m_clock;
+    BenchTimes m_times;
+    bool m_quitting = false;
+};

@@ -1,0 +1,59 @@
+#include "bench/benchfolder.h"
+
+#include "bench/badinput.h"
+
+#include <QFile>
+
+namespace {
+
+constexpr QFile::Permissions k_usable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+
+void writeVersion(const QString& folder, const QByteArray& version)
+{
+    QFile file(folder + QStringLiteral("/version"));
+    if (!QDir().mkpath(folder) || !file.open(QIODevice::WriteOnly) || file.write(version) < 0)
+        throw BadInput(
+            QStringLiteral("cannot write %1: %2").arg(file.fileName(), file.errorString()));
+}
+
+} // namespace
+
+BenchFolder::BenchFolder(const QString& kept)
+    : m_root(QDir(kept.isEmpty() ? m_temporary.path() : kept).absolutePath())
+{
+    if (!m_temporary.isValid() || !m_control.isValid())
+        throw BadInput(QStringLiteral("no temporary folder: %1").arg(m_temporary.errorString()));
+    writeVersion(station(), CORVANE_VERSION);
+    writeVersion(launcher(), "1.0");
+    QFile::setPermissions(stick(), k_usable);
+    if (!QDir().mkpath(stick()))
+        throw BadInput(QStringLiteral("cannot make the folder %1").arg(stick()));
+}
+
+bool BenchFolder::stickInserted() const
+{
+    return QFile::exists(stickMark());
+}
+
+void BenchFolder::setStickInserted(bool inserted) const
+{
+    QFile::setPermissions(stick(), inserted ? k_usable : QFile::Permissions());
+    if (inserted)
+        QFile(stickMark()).open(QIODevice::WriteOnly);
+    else
+        QFile::remove(stickMark());
+}
+
+QStringList BenchFolder::localArchives() const
+{
+    const QDir datas(station() + QStringLiteral("/datas"));
+    QStringList paths;
+    for (const QString& name : datas.entryList({QStringLiteral("*.cvx")}, QDir::Files, QDir::Name))
+        paths += datas.filePath(name);
+    return paths;
+}
+
+QString BenchFolder::exportedArchive() const
+{
+    return stick() + QStringLiteral("/QVX_DATAS.cvx");
+}

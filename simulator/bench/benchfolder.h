@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QDir>
+#include <QString>
+#include <QTemporaryDir>
+
+/// The folders that stand for the station's storage and for the stick. Lives as long as the bench
+/// and is owned by it. A folder that the user names is kept, one made up is removed at the end.
+/// Throws BadInput when a folder cannot be made.
+class BenchFolder
+{
+public:
+    /// kept: where to keep everything, or empty for a temporary folder.
+    explicit BenchFolder(const QString& kept);
+
+    QString path() const { return m_root.path(); }
+    /// Becomes "/opt/Corvane".
+    QString station() const { return m_root.filePath(QStringLiteral("station")); }
+    /// Becomes "/opt/CorvaneLauncher".
+    QString launcher() const { return m_root.filePath(QStringLiteral("launcher")); }
+    QString stick() const { return m_root.filePath(QStringLiteral("stick")); }
+    QString log() const { return m_root.filePath(QStringLiteral("station.log")); }
+    /// Where bench and private root talk; short, because a socket's path may not be long.
+    QString control() const { return m_control.path(); }
+    QString screenSocket() const { return m_control.filePath(QStringLiteral("screen")); }
+
+    bool stickInserted() const;
+    /// Pulling a stick that is mounted leaves the mount, as on the station, and every access to it
+    /// fails from then on.
+    void setStickInserted(bool inserted) const;
+    /// Full paths of the station's own archives, oldest first.
+    QStringList localArchives() const;
+    QString exportedArchive() const;
+
+private:
+    QString stickMark() const { return m_control.filePath(QStringLiteral("stick-inserted")); }
+
+    QTemporaryDir m_temporary;
+    QTemporaryDir m_control;
+    QDir m_root;
+};

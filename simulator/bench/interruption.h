@@ -1,0 +1,25 @@
+#pragma once
+
+#include "utils/uniquefd.h"
+
+#include <QObject>
+#include <QSocketNotifier>
+
+#include <memory>
+
+/// Turns SIGINT, SIGTERM and SIGHUP into a Qt signal, so that a bench that is interrupted cleans up
+/// after itself. One at a time; lives on the main thread. A second signal kills as usual.
+class Interruption : public QObject
+{
+    Q_OBJECT
+
+public:
+    Interruption();
+
+Q_SIGNALS:
+    void requested();
+
+private:
+    UniqueFd m_event;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};

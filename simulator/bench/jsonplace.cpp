@@ -1,0 +1,116 @@
+#include "bench/jsonplace.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+#include <utility>
+
+namespace {
+
+QString lineAndColumn(const QByteArray& json, int offset_bytes)
+{
+    const QByteArray before = json.left(offset_bytes);
+    return QStringLiteral("line %1, column %2")
+        .arg(before.count('\n') + 1)
+        .arg(offset_bytes - before.lastIndexOf('\n'));
+}
+
+} // namespace
+
+JsonPlace::JsonPlace(QJsonValue value, QString place)
+    : m_value(std::move(value)), m_place(std::move(place))
+{}
+
+JsonPlace JsonPlace::parse(const QByteArray& json, const QString& file_name)
+{
+    QJsonParseError error{};
+    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
+    if (error.error != QJsonParseError::NoError)
+        throw BadInput(QStringLiteral("%1: %2: %3")
+                           .arg(file_name, lineAndColumn(json, error.offset), error.errorString()));
+    if (!document.isObject())
+        throw BadInput(QStringLiteral("%1: the scenario must be an object").arg(file_name));
+    return {document.object(), file_name + QLatin1Char(':')};
+}
+
+QString JsonPlace::text() const
+{
+    if (!m_value.isString())
+        refuse(QStringLiteral("a text is needed here"));
+    return m_value.toString();
+}
+
+QStringList JsonPlace::texts() const
+{
+    QStringList list;
+    for (const JsonPlace& element : elements())
+        list += element.text();
+    return list;
+}
+
+bool JsonPlace::flag() const
+{
+    if (!m_value.isBool())
+        refuse(QStringLiteral("true or false is needed here"));
+    return m_value.toBool();
+}
+
+int JsonPlace::number(int least, int most) const
+{
+    const double value = m_value.toDouble(static_cast<double>(least) - 1);
+    if (value < least || value > most || value != static_cast<int>(value))
+        refuse(QStringLiteral("a whole number from %1 to %2 is needed here").arg(least).arg(most));
+    return static_cast<int>(value);
+}
+
+double JsonPlace::seconds() const
+{
+    if (!m_value.isDouble() || m_value.toDouble() < 0)
+        refuse(QStringLiteral("a number of seconds is needed here"));
+    return m_value.toDouble();
+}
+
+SlotSet JsonPlace::slotSet() const
+{
+    if (isNumber())
+        return slotSetOf(number(0, k_slot_count - 1));
+    return parsed(slotSetFromText);
+}
+
+std::vector<JsonPlace> JsonPlace::elements() const
+{
+    if (!m_value.isArray())
+        refuse(QStringLiteral("a list is needed here"));
+    std::vector<JsonPlace> places;
+    for (const QJsonValue& element : m_value.toArray())
+        places.emplace_back(element, QStringLiteral("%1[%2]").arg(m_place).arg(places.size()));
+    return places;
+}
+
+JsonPlace JsonPlace::member(const QString& name) const
+{
+    if (!isObject())
+        refuse(QStringLiteral("an object is needed here"));
+    if (!has(name))
+        refuse(QStringLiteral("'%1' is missing").arg(name));
+    const bool top = m_place.endsWith(QLatin1Char(':'));
+    return {m_value.toObject().value(name), m_place + QLatin1Char(top ? ' ' : '.') + name};
+}
+
+QStringList JsonPlace::memberNames() const { return m_value.toObject().keys(); }
+
+void JsonPlace::allowMembers(const QStringList& names) const
+{
+    if (!isObject())
+        refuse(QStringLiteral("an object is needed here"));
+    for (const QString& name : memberNames())
+        if (!names.contains(name))
+            refuse(QStringLiteral("unknown '%1'; known are: %2").arg(name, names.join(QStringLiteral(", "))));
+}
+
+void JsonPlace::refuse(const QString& complaint) const
+{
+    throw BadInput(m_place.endsWith(QLatin1Char(':'))
+                       ? m_place + QLatin1Char(' ') + complaint
+                       : QStringLiteral("%1: %2").arg(m_place, complaint));
+}

@@ -1,0 +1,125 @@
+#include "bench/badinput.h"
+#include "bench/interruption.h"
+#include "bench/options.h"
+#include "bench/prompt.h"
+#include "bench/scenarioparser.h"
+#include "bench/scenariorunner.h"
+#include "bench/screenserver.h"
+#include "bench/verdict.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QTextStream>
+
+namespace {
+
+constexpr int k_bad_input = 2;
+
+Scenario scenarioOf(const Options& options)
+{
+    if (options.scenario_file.isEmpty()) {
+        Scenario plain = plainScenario(options.usual_pod, firstSlots(options.pods), options.stick,
+                                       options.screenshot_file);
+        if (!options.once)
+            plain.steps.clear();
+        return plain;
+    }
+    QFile file(options.scenario_file);
+    if (!file.open(QIODevice::ReadOnly))
+        throw BadInput(QStringLiteral("%1: %2").arg(options.scenario_file, file.errorString()));
+    return parseScenario(file.readAll(), options.scenario_file, options.usual_pod);
+}
+
+Display displayOf(const Options& options)
+{
+    if (options.display != Display::Auto)
+        return options.display;
+    if (options.once)
+        return Display::None;
+    return qEnvironmentVariableIsEmpty("DISPLAY") ? Display::Vnc : Display::Window;
+}
+
+void needPrograms(const Options& options)
+{
+    for (const QString& program : {QStringLiteral("bwrap"), QStringLiteral("socat")})
+        if (QStandardPaths::findExecutable(program).isEmpty())
+            throw BadInput(QStringLiteral("%1 is not installed; scripts/setup does it").arg(program));
+    if (!QFileInfo(options.station_program).isExecutable())
+        throw BadInput(QStringLiteral("%1 is no program").arg(options.station_program));
+}
+
+void offerScreen(ScreenServer& server)
+{
+    const quint16 port = server.listen();
+    QTextStream out(stdout);
+    if (port == 0)
+        out << "No port from 5900 on is free: the screen cannot be watched.\n";
+    else
+        out << "The station's screen: connect a VNC viewer to 127.0.0.1:" << port << '\n';
+}
+
+/// Played to its end and judged; the exit code says how it came out.
+int playOnce(Bench& bench, const Scenario& scenario)
+{
+    ScenarioRunner runner(bench, scenario, ScenarioRunner::Mode::Unattended);
+    QObject::connect(&runner, &ScenarioRunner::finished, qApp, &QCoreApplication::quit,
+                     Qt::QueuedConnection);
+    runner.start();
+    QCoreApplication::exec();
+    Verdict verdict = judge(bench, scenario.expect);
+    verdict.problems = runner.problems() + verdict.problems;
+    QTextStream(stdout) << summary(bench, verdict);
+    return verdict.good() ? 0 : 1;
+}
+
+/// Left to a person, with a scenario's steps as far as they go.
+int playWithPerson(Bench& bench, const Scenario& scenario, const PodPlan& usual)
+{
+    ScenarioRunner runner(bench, scenario, ScenarioRunner::Mode::Attended);
+    Prompt prompt(bench, usual);
+    QObject::connect(&runner, &ScenarioRunner::finished, qApp, &QCoreApplication::quit,
+                     Qt::QueuedConnection);
+    runner.start();
+    QCoreApplication::exec();
+    for (const QString& problem : runner.problems())
+        QTextStream(stderr) << problem << '\n';
+    return bench.station().exitCode().value_or(1);
+}
+
+int run(const Options& options)
+{
+    needPrograms(options);
+    const Scenario scenario = scenarioOf(options);
+    const Display display = displayOf(options);
+    Bench bench({QFileInfo(options.station_program).absoluteFilePath(), options.kept_folder,
+                 options.seed, display == Display::Window, options.verbose},
+                scenario);
+    Interruption interruption;
+    QObject::connect(&interruption, &Interruption::requested, &bench,
+                     [&bench] { bench.perform(verb::Quit{}); });
+    ScreenServer server(bench.folder().screenSocket());
+    if (display == Display::Vnc)
+        offerScreen(server);
+    return options.once ? playOnce(bench, scenario)
+                        : playWithPerson(bench, scenario, options.usual_pod);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    try {
+        const Options options = parseOptions(QCoreApplication::arguments());
+        if (options.help) {
+            QTextStream(stdout) << optionsHelp();
+            return 0;
+        }
+        return run(options);
+    } catch (const BadInput& bad) {
+        QTextStream(stderr) << "corvane-sim: " << bad.text() << '\n';
+        return k_bad_input;
+    }
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "bench/podplan.h"
+
+#include <QString>
+#include <QStringList>
+
+enum class Display {
+    Auto,   ///< a window where there is a display and a person, else as below
+    Window, ///< on the user's display
+    Vnc,    ///< for a viewer on this machine
+    None    ///< seen by the bench alone
+};
+
+/// The command line of the bench.
+struct Options
+{
+    bool help = false;
+    int pods = 30;
+    PodPlan usual_pod;
+    bool stick = true;
+    Display display = Display::Auto;
+    QString station_program;
+    QString scenario_file;
+    bool once = false;
+    QString screenshot_file;
+    QString kept_folder;
+    quint64 seed = 1;
+    bool verbose = false;
+};
+
+/// arguments begin with the program's name. Throws BadInput.
+Options parseOptions(const QStringList& arguments);
+QString optionsHelp();

@@ -1,0 +1,54 @@
+#include "bench/podplan.h"
+
+#include "bench/badinput.h"
+
+#include <QRandomGenerator>
+#include <QtEndian>
+
+#include <array>
+
+namespace {
+
+/// Places differ in the second byte, so names never collide by chance.
+QByteArray udidFor(int slot, quint64 bench_seed)
+{
+    std::array<char, 8> bytes{};
+    qToBigEndian(bench_seed * 0x9E3779B97F4A7C15ULL, bytes.data());
+    bytes[0] = '\xC0';
+    bytes[1] = static_cast<char>(slot);
+    return {bytes.data(), static_cast<int>(bytes.size())};
+}
+
+} // namespace
+
+PodSettings settingsFor(const PodPlan& plan, int slot, quint64 bench_seed, int generation)
+{
+    const std::array<quint32, 4> mixed{static_cast<quint32>(bench_seed),
+                                       static_cast<quint32>(bench_seed >> 32),
+                                       static_cast<quint32>(slot), static_cast<quint32>(generation)};
+    QRandomGenerator random(mixed.data(), mixed.size());
+    PodSettings settings;
+    settings.udid = plan.udid.value_or(udidFor(slot, bench_seed));
+    settings.seed = random.generate64();
+    const quint64 choices = quint64(plan.size.max_bytes) - plan.size.min_bytes + 1;
+    settings.size_bytes = plan.size.min_bytes + static_cast<quint32>(random.generate64() % choices);
+    settings.bytes_per_second = plan.bytes_per_second;
+    settings.polls_until_charged = plan.polls_until_charged;
+    settings.fault = plan.fault;
+    // A pod that leaves by itself and was not told where does so in the middle.
+    settings.unplug_at_byte =
+        plan.unplug_at_byte != 0 ? plan.unplug_at_byte : settings.size_bytes / 2;
+    return settings;
+}
+
+QString recordingName(const QByteArray& udid)
+{
+    return QString::fromLatin1(udid.toHex().toUpper().left(15)) + QStringLiteral(".ozu");
+}
+
+PodFault faultFromText(const QString& text)
+{
+    if (const auto fault = podFaultFromName(text.simplified()))
+        return *fault;
+    throw BadInput(QStringLiteral("'%1' is no fault of a pod").arg(text.simplified()));
+}

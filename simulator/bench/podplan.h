@@ -1,0 +1,31 @@
+#pragma once
+
+#include "bench/bytesize.h"
+#include "pod/podmodel.h"
+
+#include <QByteArray>
+
+#include <optional>
+
+/// What is to be plugged into one place. Values left open follow from the place and the bench's
+/// seed, so that a run can be repeated exactly.
+struct PodPlan
+{
+    SizeRange size{8 * 1024 * 1024, 8 * 1024 * 1024};
+    quint32 bytes_per_second = 1'200'000;
+    int polls_until_charged = 3;
+    PodFault fault = PodFault::None;
+    quint32 unplug_at_byte = 0;
+    std::optional<QByteArray> udid; ///< 8 bytes
+};
+
+/// generation counts the recordings that this place's pod has brought: the pod stays the same, a
+/// new generation is a new recording in it.
+PodSettings settingsFor(const PodPlan& plan, int slot, quint64 bench_seed, int generation);
+
+/// The name under which the station files a pod's recording: the identifier's first 15 hexadecimal
+/// digits. The sixteenth is not used.
+QString recordingName(const QByteArray& udid);
+
+/// Throws BadInput.
+PodFault faultFromText(const QString& text);

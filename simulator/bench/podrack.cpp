@@ -1,0 +1,77 @@
+#include "bench/podrack.h"
+
+#include "bench/badinput.h"
+
+PodRack::PodRack(quint64 seed) : m_seed(seed)
+{
+    for (const auto signal : {&UsbBus::readoutBegun, &UsbBus::readoutCompleted, &UsbBus::podErased,
+                              &UsbBus::podCharged, &UsbBus::podVanished})
+        connect(&m_bus, signal, this, &PodRack::changed);
+}
+
+void PodRack::setFault(const SlotSet& slot_set, PodFault fault)
+{
+    for (int slot = 0; slot < k_slot_count; ++slot)
+        if (slot_set.test(slot))
+            m_places.at(slot).plan.fault = fault;
+}
+
+void PodRack::plug(const SlotSet& slot_set)
+{
+    for (int slot = 0; slot < k_slot_count; ++slot) {
+        if (!slot_set.test(slot))
+            continue;
+        if (m_bus.plugged(slot))
+            throw BadInput(QStringLiteral("place %1 is taken").arg(slot));
+        retire(slot);
+        Place& place = m_places.at(slot);
+        place.pod = settingsFor(place.plan, slot, m_seed, place.generation);
+        m_bus.plug(slot, *place.pod);
+    }
+}
+
+void PodRack::unplug(const SlotSet& slot_set)
+{
+    for (int slot = 0; slot < k_slot_count; ++slot) {
+        if (!slot_set.test(slot))
+            continue;
+        if (!m_bus.plugged(slot))
+            throw BadInput(QStringLiteral("place %1 is empty").arg(slot));
+        m_bus.unplug(slot);
+    }
+}
+
+std::vector<KnownRecording> PodRack::recordings(const SlotSet& slot_set) const
+{
+    std::vector<KnownRecording> list;
+    for (int slot = 0; slot < k_slot_count; ++slot)
+        if (slot_set.test(slot) && m_places.at(slot).pod)
+            list.push_back(recordingOf(slot, *m_places.at(slot).pod));
+    return list;
+}
+
+std::vector<KnownRecording> PodRack::erasedRecordings() const
+{
+    SlotSet erased;
+    for (int slot = 0; slot < k_slot_count; ++slot)
+        erased.set(slot, m_places.at(slot).pod && report(slot).erased);
+    std::vector<KnownRecording> list = recordings(erased);
+    list.insert(list.end(), m_erased.begin(), m_erased.end());
+    return list;
+}
+
+KnownRecording PodRack::recordingOf(int slot, const PodSettings& pod)
+{
+    return {slot, recordingName(pod.udid), pod.size_bytes,
+            Recording(pod.seed, pod.size_bytes).sha256()};
+}
+
+/// The bus forgets a pod when the next one takes its place.
+void PodRack::retire(int slot)
+{
+    Place& place = m_places.at(slot);
+    if (!place.pod || !report(slot).erased)
+        return;
+    m_erased.push_back(recordingOf(slot, *place.pod));
+    ++place.generation;
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "bench/archivecheck.h"
+#include "bench/scenario.h"
+#include "usb/usbbus.h"
+
+#include <QObject>
+
+#include <array>
+#include <optional>
+#include <vector>
+
+/// The thirty places and the pods that are, or were, in them; keeps account of every recording that
+/// was ever erased. Lives on the bench's thread, owned by the bench. Throws BadInput when asked to
+/// plug into a taken place or to unplug an empty one.
+class PodRack : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit PodRack(quint64 seed);
+
+    QString testbedFolder() const { return m_bus.testbedDir(); }
+    Testbed& testbed() { return m_bus.testbed(); }
+
+    void setPlan(int slot, const PodPlan& plan) { m_places.at(slot).plan = plan; }
+    void setFault(const SlotSet& slot_set, PodFault fault);
+    /// A pod that was erased comes back with a new recording, any other with the one it had.
+    void plug(const SlotSet& slot_set);
+    void unplug(const SlotSet& slot_set);
+
+    bool plugged(int slot) const { return m_bus.plugged(slot); }
+    /// Of the last pod of that place.
+    PodReport report(int slot) const { return m_bus.report(slot); }
+    std::optional<PodSettings> lastPod(int slot) const { return m_places.at(slot).pod; }
+
+    /// Recordings of the last pods of these places.
+    std::vector<KnownRecording> recordings(const SlotSet& slot_set) const;
+    /// Every recording that exists in no pod any more.
+    std::vector<KnownRecording> erasedRecordings() const;
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    struct Place
+    {
+        PodPlan plan;
+        std::optional<PodSettings> pod;
+        int generation = 0;
+    };
+    static KnownRecording recordingOf(int slot, const PodSettings& pod);
+    void retire(int slot);
+
+    quint64 m_seed;
+    UsbBus m_bus;
+    std::array<Place, k_slot_count> m_places;
+    std::vector<KnownRecording> m_erased;
+};

@@ -1,0 +1,116 @@
+#pragma once
+
+#include "bench/podplan.h"
+#include "bench/slotset.h"
+
+#include <QPoint>
+#include <QStringList>
+
+#include <array>
+#include <chrono>
+#include <optional>
+#include <variant>
+#include <vector>
+
+/// What can be done to a bench, by a step of a scenario or at the prompt.
+namespace verb {
+struct Plug
+{
+    SlotSet slot_set;
+    std::optional<PodPlan> plan; ///< none: as that place was planned before
+};
+struct Unplug
+{
+    SlotSet slot_set;
+};
+/// Of the next pod that is plugged there.
+struct SetFault
+{
+    SlotSet slot_set;
+    PodFault fault;
+};
+struct Stick
+{
+    bool inserted;
+};
+struct Touch
+{
+    QPoint at;
+};
+struct Screenshot
+{
+    QString file;
+};
+struct Quit
+{};
+struct KillStation
+{};
+struct RestartStation
+{};
+struct Status
+{};
+struct Help
+{};
+} // namespace verb
+
+using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::Touch,
+                          verb::Screenshot, verb::Quit, verb::KillStation, verb::RestartStation,
+                          verb::Status, verb::Help>;
+
+/// What a step waits for. Conditions are about how things stand, not about a moment, so none can be
+/// missed: of a place's present or last pod, of all lines logged so far, of the picture now shown.
+struct Condition
+{
+    enum class Kind {
+        Time, ///< number: milliseconds since the station was first started
+        ReadoutBegun,
+        ReadoutCompleted,
+        Erased,
+        Charged,
+        Vanished,
+        GaugeFull,  ///< shown full, green and not charging
+        Log,        ///< text in at least `number` lines
+        Panel,      ///< number: the code whose picture is shown
+        PodThreads, ///< number: worker threads of pods alive in the station
+        Ended       ///< the station is not running
+    };
+    Kind kind;
+    SlotSet slot_set;
+    QString text;
+    int number = 0;
+};
+
+struct Step
+{
+    std::vector<Condition> conditions; ///< all must hold
+    Verb action;
+    QString place; ///< where it stands in its file
+};
+
+struct Expectations
+{
+    SlotSet archived; ///< whose last recording must be in the archive, whole
+    SlotSet erased;
+    SlotSet kept; ///< plugged or not, their recording must still be in them
+    QStringList log_contains;
+    QStringList log_lacks;
+    QStringList warnings; ///< texts that make a warning an expected one
+    std::optional<int> entries;
+    int exit_code = 0;
+    bool on_stick = true; ///< the archive looked at is the stick's, else the station's last one
+};
+
+struct Scenario
+{
+    QString name;
+    std::array<PodPlan, k_slot_count> plans;
+    SlotSet plugged;
+    bool stick_inserted = true;
+    std::vector<Step> steps;
+    Expectations expect;
+    std::chrono::seconds time_limit{300};
+};
+
+/// The plain road: the given places plugged from the start, everything archived, copied, erased and
+/// charged; then, if run unattended, a screenshot (unless the name is empty) and the end.
+Scenario plainScenario(const PodPlan& plan, SlotSet slot_set, bool stick, const QString& screenshot);

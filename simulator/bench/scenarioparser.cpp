@@ -1,0 +1,232 @@
+#include "bench/scenarioparser.h"
+
+#include "bench/jsonplace.h"
+
+#include <QMap>
+
+#include <functional>
+#include <limits>
+
+namespace {
+
+constexpr int k_most = std::numeric_limits<int>::max();
+
+QString key(const char* name) { return QLatin1String(name); }
+
+PodFault faultOf(const JsonPlace& place) { return place.parsed(faultFromText); }
+
+QByteArray udidFromText(const QString& text)
+{
+    const QByteArray udid = QByteArray::fromHex(text.toLatin1());
+    if (udid.size() != 8 || text.size() != 16)
+        throw BadInput(QStringLiteral("an identifier has 16 hexadecimal digits"));
+    return udid;
+}
+
+SizeRange sizeOf(const JsonPlace& place)
+{
+    if (!place.isNumber())
+        return place.parsed(sizeRangeFromText);
+    const auto bytes = static_cast<quint32>(place.number(0, k_most));
+    return {bytes, bytes};
+}
+
+/// Takes from `place` what it says about a pod, and leaves the rest of `plan` as it is.
+void readPlan(const JsonPlace& place, PodPlan& plan)
+{
+    const QMap<QString, std::function<void(const JsonPlace&)>> readers{
+        {key("size"), [&](const JsonPlace& value) { plan.size = sizeOf(value); }},
+        {key("speed"),
+         [&](const JsonPlace& value) { plan.bytes_per_second = value.number(0, k_most); }},
+        {key("polls until charged"),
+         [&](const JsonPlace& value) { plan.polls_until_charged = value.number(0, k_most); }},
+        {key("fault"), [&](const JsonPlace& value) { plan.fault = faultOf(value); }},
+        {key("unplug at byte"),
+         [&](const JsonPlace& value) { plan.unplug_at_byte = value.number(1, k_most); }},
+        {key("udid"), [&](const JsonPlace& value) { plan.udid = value.parsed(udidFromText); }},
+    };
+    place.allowMembers(readers.keys() << key("slots") << key("plugged"));
+    for (auto reader = readers.begin(); reader != readers.end(); ++reader)
+        if (place.has(reader.key()))
+            reader.value()(place.member(reader.key()));
+}
+
+void readPods(const JsonPlace& place, Scenario& scenario)
+{
+    for (const JsonPlace& pod : place.elements()) {
+        const SlotSet slot_set = pod.member(key("slots")).slotSet();
+        for (int slot = 0; slot < k_slot_count; ++slot)
+            if (slot_set.test(slot))
+                readPlan(pod, scenario.plans.at(slot));
+        if (!pod.has(key("plugged")) || pod.member(key("plugged")).flag())
+            scenario.plugged |= slot_set;
+        else
+            scenario.plugged &= ~slot_set;
+    }
+}
+
+verb::Stick stickOf(const JsonPlace& place)
+{
+    const QString state = place.text();
+    if (state != QLatin1String("in") && state != QLatin1String("out"))
+        place.refuse(QStringLiteral("a stick is \"in\" or \"out\""));
+    return {state == QLatin1String("in")};
+}
+
+verb::Plug plugOf(const JsonPlace& place, const PodPlan& usual)
+{
+    if (!place.isObject())
+        return {place.slotSet(), std::nullopt};
+    PodPlan plan = usual;
+    readPlan(place, plan);
+    return {place.member(key("slots")).slotSet(), plan};
+}
+
+verb::SetFault setFaultOf(const JsonPlace& place)
+{
+    place.allowMembers({key("slots"), key("fault")});
+    return {place.member(key("slots")).slotSet(), faultOf(place.member(key("fault")))};
+}
+
+verb::Touch touchOf(const JsonPlace& place)
+{
+    const auto numbers = place.elements();
+    if (numbers.size() != 2)
+        place.refuse(QStringLiteral("a touch is [x, y]"));
+    return {QPoint(numbers[0].number(0, 479), numbers[1].number(0, 271))};
+}
+
+verb::Screenshot screenshotOf(const JsonPlace& place) { return {place.text()}; }
+
+Verb stationVerbOf(const JsonPlace& place)
+{
+    static const QMap<QString, Verb> verbs{{key("quit"), verb::Quit{}},
+                                           {key("kill"), verb::KillStation{}},
+                                           {key("restart"), verb::RestartStation{}}};
+    const QString name = place.text();
+    if (!verbs.contains(name))
+        place.refuse(QStringLiteral("unknown '%1'; a station can: %2")
+                         .arg(name, verbs.keys().join(QStringLiteral(", "))));
+    return verbs.value(name);
+}
+
+using VerbReader = std::function<Verb(const JsonPlace&)>;
+
+QMap<QString, VerbReader> verbReaders(const PodPlan& usual)
+{
+    return {
+        {key("plug"), [&usual](const JsonPlace& place) { return plugOf(place, usual); }},
+        {key("unplug"),
+         [](const JsonPlace& place) -> Verb { return verb::Unplug{place.slotSet()}; }},
+        {key("fault"), setFaultOf},
+        {key("stick"), stickOf},
+        {key("touch"), touchOf},
+        {key("screenshot"), screenshotOf},
+        {key("station"), stationVerbOf},
+    };
+}
+
+using Kind = Condition::Kind;
+
+Condition conditionOf(const QString& event, const JsonPlace& value)
+{
+    static const QMap<QString, Kind> of_slots{
+        {key("readout begun"), Kind::ReadoutBegun}, {key("erased"), Kind::Erased},
+        {key("readout completed"), Kind::ReadoutCompleted}, {key("charged"), Kind::Charged},
+        {key("vanished"), Kind::Vanished}, {key("gauge full"), Kind::GaugeFull}};
+    if (of_slots.contains(event))
+        return {of_slots.value(event), value.slotSet(), QString(), 0};
+    if (event == key("panel"))
+        return {Kind::Panel, SlotSet(), QString(), value.number(-2, 2)};
+    if (event == key("pod threads"))
+        return {Kind::PodThreads, SlotSet(), QString(), value.number(0, k_slot_count)};
+    if (event == key("ended") && value.flag())
+        return {Kind::Ended, SlotSet(), QString(), 0};
+    value.refuse(QStringLiteral("unknown event; known are: log, panel, pod threads, ended, %1")
+                     .arg(QStringList(of_slots.keys()).join(QStringLiteral(", "))));
+}
+
+Condition logCondition(const JsonPlace& after)
+{
+    const int times = after.has(key("times")) ? after.member(key("times")).number(1, k_most) : 1;
+    return {Kind::Log, SlotSet(), after.member(key("log")).text(), times};
+}
+
+void readAfter(const JsonPlace& after, Step& step)
+{
+    if (after.memberNames().isEmpty())
+        after.refuse(QStringLiteral("an event is needed here"));
+    for (const QString& event : after.memberNames()) {
+        if (event == key("log"))
+            step.conditions.push_back(logCondition(after));
+        else if (event != key("times"))
+            step.conditions.push_back(conditionOf(event, after.member(event)));
+    }
+}
+
+Step readStep(const JsonPlace& place, const QString& name, const PodPlan& usual)
+{
+    const auto readers = verbReaders(usual);
+    place.allowMembers(QStringList(readers.keys()) << key("at") << key("after"));
+    Step step{{}, verb::Help{}, name};
+    if (place.has(key("at")))
+        step.conditions.push_back({Kind::Time, SlotSet(), QString(),
+                                   static_cast<int>(place.member(key("at")).seconds() * 1000)});
+    if (place.has(key("after")))
+        readAfter(place.member(key("after")), step);
+    int verbs = 0;
+    for (auto reader = readers.begin(); reader != readers.end(); ++reader) {
+        if (!place.has(reader.key()))
+            continue;
+        step.action = reader.value()(place.member(reader.key()));
+        ++verbs;
+    }
+    if (verbs != 1)
+        place.refuse(QStringLiteral("a step does one thing: %1")
+                         .arg(QStringList(readers.keys()).join(QStringLiteral(", "))));
+    return step;
+}
+
+Expectations readExpectations(const JsonPlace& place)
+{
+    Expectations expect;
+    const QMap<QString, std::function<void(const JsonPlace&)>> readers{
+        {key("archived"), [&](const JsonPlace& value) { expect.archived = value.slotSet(); }},
+        {key("erased"), [&](const JsonPlace& value) { expect.erased = value.slotSet(); }},
+        {key("kept"), [&](const JsonPlace& value) { expect.kept = value.slotSet(); }},
+        {key("log contains"), [&](const JsonPlace& value) { expect.log_contains = value.texts(); }},
+        {key("log lacks"), [&](const JsonPlace& value) { expect.log_lacks = value.texts(); }},
+        {key("warnings"), [&](const JsonPlace& value) { expect.warnings = value.texts(); }},
+        {key("entries"), [&](const JsonPlace& value) { expect.entries = value.number(0, k_most); }},
+        {key("exit code"), [&](const JsonPlace& value) { expect.exit_code = value.number(0, 255); }},
+        {key("on stick"), [&](const JsonPlace& value) { expect.on_stick = value.flag(); }},
+    };
+    place.allowMembers(readers.keys());
+    for (auto reader = readers.begin(); reader != readers.end(); ++reader)
+        if (place.has(reader.key()))
+            reader.value()(place.member(reader.key()));
+    return expect;
+}
+
+} // namespace
+
+Scenario parseScenario(const QByteArray& json, const QString& file_name, const PodPlan& usual)
+{
+    const JsonPlace file = JsonPlace::parse(json, file_name);
+    file.allowMembers({key("name"), key("pods"), key("stick"), key("steps"), key("expect"),
+                       key("time limit")});
+    Scenario scenario;
+    scenario.name = file.member(key("name")).text();
+    scenario.plans.fill(usual);
+    if (file.has(key("pods")))
+        readPods(file.member(key("pods")), scenario);
+    if (file.has(key("stick")))
+        scenario.stick_inserted = stickOf(file.member(key("stick"))).inserted;
+    if (file.has(key("time limit")))
+        scenario.time_limit = std::chrono::seconds(file.member(key("time limit")).number(1, 86400));
+    for (const JsonPlace& step : file.member(key("steps")).elements())
+        scenario.steps.push_back(readStep(
+            step, QStringLiteral("step %1").arg(scenario.steps.size() + 1), usual));
+    scenario.expect = readExpectations(file.member(key("expect")));
+    return scenario;
+}

@@ -1,0 +1,92 @@
+#include "bench/scenariorunner.h"
+
+#include "bench/badinput.h"
+
+#include <algorithm>
+
+namespace {
+// For what changes without a word: the clock, and the station's threads.
+constexpr std::chrono::milliseconds k_look_again{50};
+} // namespace
+
+ScenarioRunner::ScenarioRunner(Bench& bench, const Scenario& scenario, Mode mode)
+    : m_bench(bench), m_scenario(scenario), m_mode(mode)
+{
+    m_limit.setSingleShot(true);
+    m_limit.setInterval(scenario.time_limit);
+    m_look_again.setInterval(k_look_again);
+    connect(&m_limit, &QTimer::timeout, this, [this] {
+        giveUp(QStringLiteral("the time limit of %1 s passed %2")
+                   .arg(m_scenario.time_limit.count())
+                   .arg(waitingFor()));
+    });
+    connect(&m_look_again, &QTimer::timeout, this, &ScenarioRunner::advance);
+    // Queued: a step may itself change what is waited for.
+    connect(&bench, &Bench::changed, this, &ScenarioRunner::advance, Qt::QueuedConnection);
+}
+
+void ScenarioRunner::start()
+{
+    if (m_mode == Mode::Unattended)
+        m_limit.start();
+    m_look_again.start();
+    m_bench.start();
+}
+
+void ScenarioRunner::advance()
+{
+    while (!m_finished && m_next_step < m_scenario.steps.size() && stepDue())
+        doStep(m_scenario.steps[m_next_step++]);
+    finishIfEnded();
+}
+
+bool ScenarioRunner::stepDue() const
+{
+    const auto& conditions = m_scenario.steps[m_next_step].conditions;
+    return std::all_of(conditions.begin(), conditions.end(),
+                       [this](const Condition& condition) { return m_bench.holds(condition); });
+}
+
+void ScenarioRunner::doStep(const Step& step)
+{
+    try {
+        m_bench.perform(step.action);
+    } catch (const BadInput& bad) {
+        giveUp(QStringLiteral("%1: %2").arg(step.place, bad.text()));
+    }
+}
+
+bool ScenarioRunner::endAwaited() const
+{
+    const auto& conditions = m_scenario.steps[m_next_step].conditions;
+    return std::any_of(conditions.begin(), conditions.end(), [](const Condition& condition) {
+        return condition.kind == Condition::Kind::Ended;
+    });
+}
+
+void ScenarioRunner::finishIfEnded()
+{
+    if (m_finished || !m_bench.station().exitCode())
+        return;
+    const bool steps_left = m_next_step < m_scenario.steps.size();
+    if (m_mode == Mode::Attended ? !m_bench.quitAsked() : steps_left && endAwaited())
+        return;
+    if (m_mode == Mode::Unattended && steps_left)
+        m_problems += QStringLiteral("the station ended %1").arg(waitingFor());
+    m_finished = true;
+    Q_EMIT finished();
+}
+
+void ScenarioRunner::giveUp(const QString& problem)
+{
+    m_problems += problem;
+    m_next_step = m_scenario.steps.size();
+    m_bench.perform(verb::KillStation{});
+}
+
+QString ScenarioRunner::waitingFor() const
+{
+    return m_next_step < m_scenario.steps.size()
+               ? QStringLiteral("while %1 waited").arg(m_scenario.steps[m_next_step].place)
+               : QStringLiteral("while the station was to end");
+}

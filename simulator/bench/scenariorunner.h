@@ -1,0 +1,45 @@
+#pragma once
+
+#include "bench/bench.h"
+
+#include <QObject>
+#include <QTimer>
+
+/// Does a scenario's steps, each as soon as its conditions hold, and says when the station has
+/// ended after the last one. Lives on the main thread, owned by main. A step that cannot be done
+/// and a time limit that passes are problems(); they end the run.
+class ScenarioRunner : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class Mode {
+        Unattended, ///< ends with the station, or at the time limit
+        Attended    ///< ends when the person has asked for it
+    };
+    ScenarioRunner(Bench& bench, const Scenario& scenario, Mode mode);
+
+    void start();
+    const QStringList& problems() const { return m_problems; }
+
+Q_SIGNALS:
+    void finished();
+
+private:
+    void advance();
+    bool stepDue() const;
+    bool endAwaited() const;
+    void doStep(const Step& step);
+    void finishIfEnded();
+    void giveUp(const QString& problem);
+    QString waitingFor() const;
+
+    Bench& m_bench;
+    const Scenario& m_scenario;
+    Mode m_mode;
+    std::size_t m_next_step = 0;
+    QTimer m_limit;
+    QTimer m_look_again;
+    QStringList m_problems;
+    bool m_finished = false;
+};

@@ -1,0 +1,81 @@
+#include "bench/screenclient.h"
+
+#include <chrono>
+
+namespace {
+// Slow enough to cost the station nothing that counts, fast enough for a person's eye.
+constexpr std::chrono::milliseconds k_between_pictures{100};
+constexpr std::chrono::milliseconds k_between_tries{100};
+} // namespace
+
+ScreenClient::ScreenClient(QObject* parent)
+    : QObject(parent)
+{
+    m_retry.setSingleShot(true);
+    m_retry.setInterval(k_between_tries);
+    m_next_request.setSingleShot(true);
+    m_next_request.setInterval(k_between_pictures);
+    connect(&m_retry, &QTimer::timeout, this, &ScreenClient::connectAgain);
+    connect(&m_next_request, &QTimer::timeout, this, &ScreenClient::askForChanges);
+    connect(&m_socket, &QLocalSocket::readyRead, this, &ScreenClient::readServer);
+    connect(&m_socket, &QLocalSocket::stateChanged, this,
+            [this](QLocalSocket::LocalSocketState state) {
+                if (state == QLocalSocket::UnconnectedState && !m_socket_path.isEmpty())
+                    m_retry.start();
+            });
+}
+
+void ScreenClient::start(const QString& socket_path)
+{
+    stop();
+    m_socket_path = socket_path;
+    connectAgain();
+}
+
+void ScreenClient::stop()
+{
+    m_socket_path.clear();
+    m_retry.stop();
+    m_next_request.stop();
+    m_socket.abort();
+    m_picture = QImage();
+}
+
+void ScreenClient::touch(QPoint at)
+{
+    m_session.pointer(at, true);
+    m_session.pointer(at, false);
+    sendOutput();
+}
+
+void ScreenClient::connectAgain()
+{
+    m_session = RfbSession();
+    m_picture = QImage();
+    m_socket.connectToServer(m_socket_path);
+}
+
+void ScreenClient::readServer()
+{
+    const bool painted = m_session.receive(m_socket.readAll());
+    sendOutput();
+    if (m_session.failed()) {
+        qWarning("The station's screen: %s", qUtf8Printable(m_session.error()));
+        m_socket.abort();
+    } else if (painted) {
+        m_picture = m_session.picture();
+        m_next_request.start();
+        Q_EMIT changed();
+    }
+}
+
+void ScreenClient::sendOutput()
+{
+    m_socket.write(m_session.takeOutput());
+}
+
+void ScreenClient::askForChanges()
+{
+    m_session.requestUpdate(true);
+    sendOutput();
+}

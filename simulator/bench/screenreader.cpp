@@ -1,0 +1,96 @@
+#include "bench/screenreader.h"
+
+#include <QPainter>
+
+#include <cstdlib>
+
+/// A static library's resources are loaded by hand, outside of any namespace.
+static void loadPanelPictures() { Q_INIT_RESOURCE(panel); }
+
+namespace {
+
+const QRect k_panel_picture(212, 12, 255, 185);
+// Where gauge 0 stands, and how far apart they are: six columns and five rows on 200 by 272.
+constexpr double k_column_px = 200.0 / 6;
+constexpr double k_row_px = 272.0 / 5;
+constexpr int k_columns = 6;
+// Half of a full bar's height, without its rounded ends.
+constexpr int k_half_bar_px = 12;
+constexpr QRgb k_full_green = 0xFF9ACD32;
+constexpr int k_same_colour = 12;
+// Mean difference a pixel below which two pictures are the same one, drawn with other rounding.
+constexpr double k_same_picture = 12;
+
+int difference(QRgb one, QRgb other)
+{
+    return (std::abs(qRed(one) - qRed(other)) + std::abs(qGreen(one) - qGreen(other)) +
+            std::abs(qBlue(one) - qBlue(other))) /
+           3;
+}
+
+double meanDifference(const QImage& one, const QImage& other)
+{
+    qint64 sum = 0;
+    for (int y = 0; y < one.height(); ++y)
+        for (int x = 0; x < one.width(); ++x)
+            sum += difference(one.pixel(x, y), other.pixel(x, y));
+    return static_cast<double>(sum) / (one.width() * one.height());
+}
+
+/// As the panel draws it: on white, aspect kept, centred.
+QImage panelPicture(const char* name)
+{
+    const QImage picture(QStringLiteral(":/panel/%1.png").arg(QLatin1String(name)));
+    const QImage scaled =
+        picture.scaled(k_panel_picture.size(), Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    QImage drawn(k_panel_picture.size(), QImage::Format_RGB32);
+    drawn.fill(Qt::white);
+    QPainter(&drawn).drawImage((drawn.width() - scaled.width()) / 2,
+                               (drawn.height() - scaled.height()) / 2, scaled);
+    return drawn;
+}
+
+bool gaugeFull(const QImage& screen, int slot)
+{
+    const int x = static_cast<int>((slot % k_columns + 0.5) * k_column_px);
+    const int middle = static_cast<int>((slot / k_columns + 0.5) * k_row_px);
+    for (int y = middle - k_half_bar_px; y <= middle + k_half_bar_px; ++y)
+        if (difference(screen.pixel(x, y), k_full_green) > k_same_colour)
+            return false;
+    return true;
+}
+
+} // namespace
+
+ScreenReader::ScreenReader()
+{
+    loadPanelPictures();
+    m_panel_pictures = {{0, panelPicture("syncOK")},
+                        {1, panelPicture("plugUSB")},
+                        {2, panelPicture("addpod")},
+                        {-1, panelPicture("sync")},
+                        {-2, panelPicture("cross_mark")}};
+}
+
+std::optional<int> ScreenReader::panelCode(const QImage& screen) const
+{
+    const QImage shown = screen.copy(k_panel_picture);
+    std::optional<int> best_code;
+    double best = k_same_picture;
+    for (const auto& [code, picture] : m_panel_pictures) {
+        const double mean = meanDifference(shown, picture);
+        if (mean < best) {
+            best = mean;
+            best_code = code;
+        }
+    }
+    return best_code;
+}
+
+SlotSet ScreenReader::fullGauges(const QImage& screen)
+{
+    SlotSet full;
+    for (int slot = 0; slot < k_slot_count; ++slot)
+        full.set(slot, gaugeFull(screen, slot));
+    return full;
+}

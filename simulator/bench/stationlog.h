@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+/// The lines that the station wrote, kept for the questions that scenarios ask. Pure, reentrant.
+class StationLog
+{
+public:
+    /// Takes output in pieces of any size; the lines that it completed.
+    QStringList append(const QByteArray& output);
+
+    /// Lines in which text occurs, over all runs of the station.
+    int count(const QString& text) const;
+    /// Warnings and worse, and the sanitizers' reports, that hold none of the expected texts.
+    QStringList unexpected(const QStringList& expected_texts) const;
+
+private:
+    QByteArray m_begun_line;
+    QStringList m_lines;
+};

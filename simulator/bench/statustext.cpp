@@ -1,0 +1,57 @@
+#include "bench/statustext.h"
+
+#include <QMap>
+
+namespace {
+
+QString panelText(std::optional<int> code)
+{
+    static const QMap<int, QString> texts{{0, QStringLiteral("archive copied to the stick")},
+                                          {1, QStringLiteral("wants the stick")},
+                                          {2, QStringLiteral("wants pods")},
+                                          {-1, QStringLiteral("working")},
+                                          {-2, QStringLiteral("copy to the stick failed")}};
+    return code ? texts.value(*code) : QStringLiteral("not seen");
+}
+
+QString stateOf(const PodRack& rack, int slot)
+{
+    const PodReport report = rack.report(slot);
+    if (!rack.plugged(slot))
+        return report.erased ? QStringLiteral("gone, erased") : QStringLiteral("gone, not erased");
+    if (report.charged)
+        return QStringLiteral("erased, full");
+    if (report.erased)
+        return QStringLiteral("erased, charging");
+    if (report.readouts_begun > 0)
+        return QStringLiteral("read out");
+    return QStringLiteral("plugged");
+}
+
+QString lineOf(const PodRack& rack, int slot)
+{
+    const PodSettings pod = *rack.lastPod(slot);
+    const PodReport report = rack.report(slot);
+    const QString fault =
+        pod.fault == PodFault::None ? QString() : QStringLiteral("  ") + podFaultName(pod.fault);
+    return QStringLiteral("%1  %2  %3 of %4 bytes  %5%6\n")
+        .arg(slot, 2)
+        .arg(QString::fromLatin1(pod.udid.toHex().toUpper()))
+        .arg(report.bytes_sent, 10)
+        .arg(pod.size_bytes, 10)
+        .arg(stateOf(rack, slot), fault);
+}
+
+} // namespace
+
+QString statusText(const PodRack& rack, const BenchFolder& folder, std::optional<int> panel_code)
+{
+    QString text;
+    for (int slot = 0; slot < k_slot_count; ++slot)
+        if (rack.lastPod(slot))
+            text += lineOf(rack, slot);
+    text += QStringLiteral("stick %1, panel: %2\n")
+                .arg(folder.stickInserted() ? QStringLiteral("in") : QStringLiteral("out"),
+                     panelText(panel_code));
+    return text;
+}

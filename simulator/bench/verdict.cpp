@@ -1,0 +1,114 @@
+#include "bench/verdict.h"
+
+#include "bench/archivecheck.h"
+
+#include <algorithm>
+
+namespace {
+
+using Entries = std::vector<ArchiveEntry>;
+using Recordings = std::vector<KnownRecording>;
+
+QString archiveOf(const BenchFolder& folder, const Expectations& expect)
+{
+    const QStringList local = folder.localArchives();
+    return expect.on_stick || local.isEmpty() ? folder.exportedArchive() : local.back();
+}
+
+void checkExport(const Bench& bench, const Expectations& expect, Verdict& verdict)
+{
+    const Recordings required = bench.rack().recordings(expect.archived);
+    Recordings known = bench.rack().erasedRecordings();
+    known.insert(known.end(), required.begin(), required.end());
+    const Entries entries = readArchive(archiveOf(bench.folder(), expect), verdict.problems);
+    verdict.problems += checkArchive(entries, required, known);
+    for (const KnownRecording& recording : required)
+        if (holdsRecording(entries, recording)) {
+            ++verdict.recordings;
+            verdict.recorded_bytes += recording.size_bytes;
+        }
+    if (expect.entries && static_cast<int>(entries.size()) != *expect.entries)
+        verdict.problems += QStringLiteral("the archive has %1 entries, not %2")
+                                .arg(entries.size())
+                                .arg(*expect.entries);
+}
+
+void checkNothingLost(const Bench& bench, Verdict& verdict)
+{
+    Entries entries;
+    QStringList unreadable; // a later check's business, if anybody's: only what is lost counts here
+    const QStringList local = bench.folder().localArchives();
+    for (const QString& path : local + QStringList{bench.folder().exportedArchive()}) {
+        const Entries more = readArchive(path, unreadable);
+        entries.insert(entries.end(), more.begin(), more.end());
+    }
+    for (const KnownRecording& recording : bench.rack().erasedRecordings())
+        if (!holdsRecording(entries, recording))
+            verdict.problems += QStringLiteral("LOST: place %1 was erased and %2 is in no archive")
+                                    .arg(recording.slot)
+                                    .arg(recording.name);
+}
+
+void checkPods(const PodRack& rack, const Expectations& expect, Verdict& verdict)
+{
+    for (int slot = 0; slot < k_slot_count; ++slot) {
+        const bool erased = rack.lastPod(slot) && rack.report(slot).erased;
+        if (expect.erased.test(slot) && !erased)
+            verdict.problems += QStringLiteral("place %1 was not erased").arg(slot);
+        if (expect.kept.test(slot) && erased)
+            verdict.problems += QStringLiteral("place %1 was erased").arg(slot);
+    }
+}
+
+void checkLog(const StationLog& log, const Expectations& expect, Verdict& verdict)
+{
+    for (const QString& text : expect.log_contains)
+        if (log.count(text) == 0)
+            verdict.problems += QStringLiteral("the log lacks '%1'").arg(text);
+    for (const QString& text : expect.log_lacks)
+        if (log.count(text) > 0)
+            verdict.problems += QStringLiteral("the log contains '%1'").arg(text);
+    for (const QString& line : log.unexpected(expect.warnings))
+        verdict.problems += QStringLiteral("unexpected: %1").arg(line);
+}
+
+QString throughput(const BenchTimes& times, quint64 bytes)
+{
+    if (times.first_readout_ms < 0 || times.last_copy_ms <= times.first_readout_ms)
+        return {};
+    const double seconds = static_cast<double>(times.last_copy_ms - times.first_readout_ms) / 1000;
+    return QStringLiteral(" in %1 s from the first read-out to the copy on the stick (%2 MB/s)")
+        .arg(seconds, 0, 'f', 1)
+        .arg(static_cast<double>(bytes) / 1e6 / seconds, 0, 'f', 1);
+}
+
+} // namespace
+
+Verdict judge(const Bench& bench, const Expectations& expect)
+{
+    Verdict verdict;
+    bench.folder().setStickInserted(true); // a pulled stick cannot be read here either
+    checkExport(bench, expect, verdict);
+    checkNothingLost(bench, verdict);
+    checkPods(bench.rack(), expect, verdict);
+    checkLog(bench.station().log(), expect, verdict);
+    const int exit_code = bench.station().exitCode().value_or(-1);
+    if (exit_code != expect.exit_code)
+        verdict.problems += QStringLiteral("the station's exit code is %1, not %2")
+                                .arg(exit_code)
+                                .arg(expect.exit_code);
+    return verdict;
+}
+
+QString summary(const Bench& bench, const Verdict& verdict)
+{
+    QString text = QStringLiteral("%1 pods archived, %2 MB%3\n")
+                       .arg(verdict.recordings)
+                       .arg(static_cast<double>(verdict.recorded_bytes) / 1e6, 0, 'f', 1)
+                       .arg(throughput(bench.times(), verdict.recorded_bytes));
+    for (const QString& problem : verdict.problems)
+        text += QStringLiteral("MISMATCH: %1\n").arg(problem);
+    text += verdict.good() ? QStringLiteral("All as expected.\n")
+                           : QStringLiteral("%1 mismatches.\n").arg(verdict.problems.size());
+    return text;
+}

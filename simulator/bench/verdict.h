@@ -1,0 +1,22 @@
+#pragma once
+
+#include "bench/bench.h"
+
+#include <QStringList>
+
+/// What a run came to, once its station has ended.
+struct Verdict
+{
+    int recordings = 0; ///< in the archive
+    quint64 recorded_bytes = 0;
+    QStringList problems; ///< empty when everything was as expected
+
+    bool good() const { return problems.isEmpty(); }
+};
+
+/// Holds a finished bench against its expectations. Besides those, one thing must be true of every
+/// run: a recording that was erased from a pod is whole in an archive of the station or the stick.
+Verdict judge(const Bench& bench, const Expectations& expect);
+
+/// For people: pods, bytes, seconds, MB/s, and each problem on a line.
+QString summary(const Bench& bench, const Verdict& verdict);
