@@ -11,3 +11,11 @@ elseif(CORVANE_SANITIZER STREQUAL "thread")
 elseif(NOT CORVANE_SANITIZER STREQUAL "")
   message(FATAL_ERROR "CORVANE_SANITIZER is address, thread or empty, not '${CORVANE_SANITIZER}'")
 endif()
+
+# Linked into every program: tells the thread sanitizer of the order that Qt's queued signals keep.
+function(corvane_know_qt_order target)
+  if(CORVANE_SANITIZER STREQUAL "thread")
+    target_sources(${target} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/qthappensbefore.cpp)
+    target_link_libraries(${target} PRIVATE Qt5::CorePrivate)
+  endif()
+endfunction()

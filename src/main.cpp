@@ -25,7 +25,10 @@ void enterInstallationDir()
     qDebug().noquote().nospace() << "New working dir: " << QDir::currentPath();
 }
 
-int showScreens(QGuiApplication& application, UIBackEnd& uibackend)
+} // namespace
+
+// Outside of any namespace: the macro declares the resource's own function.
+static int showScreens(QGuiApplication& application, UIBackEnd& uibackend)
 {
     Q_INIT_RESOURCE(screens);
     QQmlApplicationEngine engine;
@@ -34,11 +37,9 @@ int showScreens(QGuiApplication& application, UIBackEnd& uibackend)
     return application.exec();
 }
 
-} // namespace
-
 int main(int argc, char* argv[])
 {
-    completeLauncherHandover();
+    LauncherHandover().run();
     qInstallMessageHandler(corvaneLogger);
     QGuiApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     QGuiApplication application(argc, argv);

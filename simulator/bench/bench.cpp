@@ -35,9 +35,10 @@ SandboxSettings sandboxFor(const BenchSettings& settings, const BenchFolder& fol
 
 Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     : m_scenario(scenario), m_window(settings.window), m_folder(settings.kept_folder),
-      m_rack(settings.seed), m_serial_number(m_rack.testbed()), m_station(sandboxFor(settings, m_folder, m_rack), m_folder.log(),
+      m_rack(settings.seed), m_station(sandboxFor(settings, m_folder, m_rack), m_folder.log(),
                                        settings.echo_log)
 {
+    SerialNumberMemory::install(m_rack.testbed());
     for (int slot = 0; slot < k_slot_count; ++slot)
         m_rack.setPlan(slot, scenario.plans.at(slot));
     connect(&m_rack, &PodRack::changed, this, &Bench::noteChange);

@@ -79,7 +79,6 @@ private:
     bool m_window;
     BenchFolder m_folder;
     PodRack m_rack;
-    SerialNumberMemory m_serial_number;
     Station m_station;
     ScreenClient m_screen;
     ScreenReader m_reader;

@@ -64,5 +64,5 @@ private:
     std::shared_ptr<UsbContext> m_usb;
     libusb_hotplug_callback_handle m_handle = 0;
     std::atomic<bool> m_started{false};
-    int m_live_workers = 0;
+    std::atomic<int> m_live_workers{0}; ///< read by the controller once Start has returned
 };
