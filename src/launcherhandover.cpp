@@ -2,7 +2,7 @@
 
 #include <QFile>
 
-LauncherHandover::LauncherHandover(QString directory)
+LauncherHandover::LauncherHandover(const QString& directory)
     : m_current(directory + QStringLiteral("CorvaneLauncher"))
     , m_new(directory + QStringLiteral("CorvaneLauncher_new"))
     , m_old(directory + QStringLiteral("CorvaneLauncher_old"))
@@ -36,7 +36,10 @@ bool LauncherHandover::copy(const QString& from, const QString& to)
     return QFile::copy(from, to);
 }
 
-bool LauncherHandover::remove(const QString& path) { return QFile::remove(path); }
+bool LauncherHandover::remove(const QString& path)
+{
+    return QFile::remove(path);
+}
 
 bool LauncherHandover::rename(const QString& from, const QString& to)
 {

@@ -9,9 +9,7 @@ class LauncherHandover
 {
 public:
     /// `directory` ends in a slash.
-    explicit LauncherHandover(QString directory = QStringLiteral("/opt/CorvaneLauncher/"));
-    LauncherHandover(const LauncherHandover&) = delete;
-    LauncherHandover& operator=(const LauncherHandover&) = delete;
+    explicit LauncherHandover(const QString& directory = QStringLiteral("/opt/CorvaneLauncher/"));
     virtual ~LauncherHandover() = default;
 
     void run();

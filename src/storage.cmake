@@ -1,10 +1,13 @@
 target_sources(corvane_station PRIVATE
   utils/archiveaddition.cpp
   utils/archivedevice.cpp
+  utils/childprocess.cpp
+  utils/filesaver.cpp
   utils/storagefile.cpp
   utils/undofile.cpp
   utils/undorecord.cpp
   utils/uniquefd.cpp
+  utils/usbkeyutils.cpp
   utils/zipdirectory.cpp
   utils/zipextraction.cpp
   utils/ziputils.cpp)

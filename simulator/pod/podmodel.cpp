@@ -36,7 +36,8 @@ PodModel::PodModel(PodSettings settings)
     , m_recording(m_settings.seed, m_settings.size_bytes)
     , m_short_read_due(m_settings.fault == PodFault::ShortRead)
     , m_silent(m_settings.fault == PodFault::NoAnswer)
-{}
+{
+}
 
 bool PodModel::claim()
 {
@@ -189,8 +190,9 @@ void PodModel::finishField()
 QByteArray PodModel::digest() const
 {
     QByteArray result = m_hash.result();
-    const bool wrong = m_settings.fault == PodFault::DigestWrongAlways
-        || (m_settings.fault == PodFault::DigestWrongOnce && m_report.readouts_completed == 0);
+    const bool wrong =
+        m_settings.fault == PodFault::DigestWrongAlways ||
+        (m_settings.fault == PodFault::DigestWrongOnce && m_report.readouts_completed == 0);
     if (wrong)
         result[0] = char(~result.at(0));
     return result;
@@ -198,8 +200,8 @@ QByteArray PodModel::digest() const
 
 void PodModel::leaveIfDue()
 {
-    if (m_settings.fault != PodFault::UnpluggedAtByte || m_vanished || m_report.readouts_begun == 0
-        || m_report.bytes_sent < m_settings.unplug_at_byte)
+    if (m_settings.fault != PodFault::UnpluggedAtByte || m_vanished ||
+        m_report.readouts_begun == 0 || m_report.bytes_sent < m_settings.unplug_at_byte)
         return;
     m_vanished = true;
     tell(PodEvent::Vanished);

@@ -36,7 +36,8 @@ struct PodReport
 enum class PodEvent { ReadoutBegun, ReadoutCompleted, Erased, Charged, Vanished };
 
 /// One pod without its bus: commands in, answers out, faults included. Not thread-safe; it belongs
-/// to the transport that feeds it. Whatever it receives, it answers or stays silent; it never fails.
+/// to the transport that feeds it. Whatever it receives, it answers or stays silent; it never
+/// fails.
 ///
 /// | command | answer, one line a transfer                                                   |
 /// |---------|-------------------------------------------------------------------------------|

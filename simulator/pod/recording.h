@@ -8,7 +8,11 @@
 class Recording
 {
 public:
-    Recording(quint64 seed, quint32 size_bytes) : m_seed(seed), m_size_bytes(size_bytes) {}
+    Recording(quint64 seed, quint32 size_bytes)
+        : m_seed(seed)
+        , m_size_bytes(size_bytes)
+    {
+    }
 
     quint32 sizeBytes() const { return m_size_bytes; }
     /// The range must lie inside the recording.

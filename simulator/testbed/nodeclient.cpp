@@ -3,7 +3,6 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 
-
 namespace {
 
 constexpr unsigned long call_done = 3;
@@ -40,8 +39,8 @@ bool NodeClient::receive(NodeCall& call)
 
 bool NodeClient::readMemory(unsigned long address, void* out, std::size_t length_bytes)
 {
-    return send({read_memory, address, length_bytes}, nullptr, 0)
-        && receiveExactly(out, length_bytes);
+    return send({read_memory, address, length_bytes}, nullptr, 0) &&
+           receiveExactly(out, length_bytes);
 }
 
 bool NodeClient::writeMemory(unsigned long address, const void* data, std::size_t length_bytes)

@@ -28,7 +28,10 @@ static_assert(sizeof(NodeCall) == 3 * sizeof(unsigned long));
 class NodeClient
 {
 public:
-    explicit NodeClient(UniqueFd socket) : m_socket(std::move(socket)) {}
+    explicit NodeClient(UniqueFd socket)
+        : m_socket(std::move(socket))
+    {
+    }
 
     int socket() const { return m_socket.get(); }
     bool isBroken() const { return m_broken; }

@@ -22,9 +22,9 @@ UniqueFd listenAt(const QString& path)
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     qstrncpy(address.sun_path, QFile::encodeName(path).constData(), sizeof(address.sun_path));
-    const bool listening
-        = ::bind(fd.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0
-        && ::listen(fd.get(), SOMAXCONN) == 0;
+    const bool listening =
+        ::bind(fd.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
+        ::listen(fd.get(), SOMAXCONN) == 0;
     Q_ASSERT(listening);
     Q_UNUSED(listening)
     return fd;
@@ -109,9 +109,9 @@ void NodeServer::serve(int fd)
     const auto connection = m_connections.find(fd);
     if (connection != m_connections.end())
         return serve(connection->second);
-    const auto listener
-        = std::find_if(m_listeners.begin(), m_listeners.end(),
-                       [fd](const auto& entry) { return entry.second.socket.get() == fd; });
+    const auto listener =
+        std::find_if(m_listeners.begin(), m_listeners.end(),
+                     [fd](const auto& entry) { return entry.second.socket.get() == fd; });
     if (listener != m_listeners.end())
         accept(listener->second);
 }

@@ -3,7 +3,9 @@
 #include <QDir>
 
 // Short, since the path of a socket is: 107 bytes at most.
-Testbed::Testbed() : m_dir(QStringLiteral("/tmp/corvane.XXXXXX")), m_nodes(m_dir.path())
+Testbed::Testbed()
+    : m_dir(QStringLiteral("/tmp/corvane.XXXXXX"))
+    , m_nodes(m_dir.path())
 {
     Q_ASSERT(m_dir.isValid());
     const QDir dir(m_dir.path());

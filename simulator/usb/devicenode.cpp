@@ -2,8 +2,9 @@
 
 #include <QFile>
 
-#include <fcntl.h>
 #include <sys/stat.h>
+
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -11,7 +12,8 @@ namespace {
 constexpr int smallest_pipe_bytes = 4096;
 } // namespace
 
-DeviceNode::DeviceNode(const QString& path) : m_path(QFile::encodeName(path))
+DeviceNode::DeviceNode(const QString& path)
+    : m_path(QFile::encodeName(path))
 {
     const bool made = ::mkfifo(m_path.constData(), 0666) == 0;
     Q_ASSERT(made);
@@ -33,8 +35,8 @@ void DeviceNode::setReady(bool ready)
         return;
     m_ready = ready;
     char filler = 0;
-    const ssize_t moved
-        = ready ? ::read(m_fifo.get(), &filler, 1) : ::write(m_fifo.get(), &filler, 1);
+    const ssize_t moved =
+        ready ? ::read(m_fifo.get(), &filler, 1) : ::write(m_fifo.get(), &filler, 1);
     Q_ASSERT(moved == 1);
     Q_UNUSED(moved)
 }

@@ -13,7 +13,10 @@ public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
     /// 0 bytes per second: no limit.
-    explicit Pacer(quint32 bytes_per_second) : m_bytes_per_second(bytes_per_second) {}
+    explicit Pacer(quint32 bytes_per_second)
+        : m_bytes_per_second(bytes_per_second)
+    {
+    }
 
     /// The wire has been idle: what it could have carried meanwhile is lost.
     void idleUntil(TimePoint now) { m_free_at = std::max(m_free_at, now); }
@@ -23,8 +26,8 @@ public:
     {
         if (m_bytes_per_second == 0)
             return now;
-        m_free_at = std::max(m_free_at, now - forgiven_lateness)
-            + std::chrono::nanoseconds(std::nano::den * length_bytes / m_bytes_per_second);
+        m_free_at = std::max(m_free_at, now - forgiven_lateness) +
+                    std::chrono::nanoseconds(std::nano::den * length_bytes / m_bytes_per_second);
         return m_free_at;
     }
 

@@ -41,22 +41,25 @@ QByteArray usbVersion(const UsbDescription& description)
 } // namespace
 
 SysfsTree::SysfsTree(const QString& testbed_dir)
-    : m_sys(testbed_dir + QLatin1String("/sys")), m_dev(testbed_dir + QLatin1String("/dev"))
-{}
+    : m_sys(testbed_dir + QLatin1String("/sys"))
+    , m_dev(testbed_dir + QLatin1String("/dev"))
+{
+}
 
 QByteArray SysfsTree::properties(const UsbAddress& address, const UsbDescription& description)
 {
-    const QByteArray product = QByteArray::number(description.vendorId(), 16) + '/'
-        + QByteArray::number(description.productId(), 16) + '/'
-        + QByteArray::number(description.release(), 16);
-    const QByteArray type = QByteArray::number(description.deviceByte(4)) + '/'
-        + QByteArray::number(description.deviceByte(5)) + '/'
-        + QByteArray::number(description.deviceByte(6));
+    const QByteArray product = QByteArray::number(description.vendorId(), 16) + '/' +
+                               QByteArray::number(description.productId(), 16) + '/' +
+                               QByteArray::number(description.release(), 16);
+    const QByteArray type = QByteArray::number(description.deviceByte(4)) + '/' +
+                            QByteArray::number(description.deviceByte(5)) + '/' +
+                            QByteArray::number(description.deviceByte(6));
     const QByteArray major_number = QByteArray::number(UsbAddress::major_number);
-    return "MAJOR=" + major_number + "\nMINOR=" + QByteArray::number(address.minorNumber())
-        + "\nDEVNAME=" + address.nodeName().toLatin1() + "\nDEVTYPE=usb_device\nDRIVER=usb\nPRODUCT="
-        + product + "\nTYPE=" + type + "\nBUSNUM=" + threeDigits(UsbAddress::bus_number)
-        + "\nDEVNUM=" + threeDigits(address.deviceNumber()) + '\n';
+    return "MAJOR=" + major_number + "\nMINOR=" + QByteArray::number(address.minorNumber()) +
+           "\nDEVNAME=" + address.nodeName().toLatin1() +
+           "\nDEVTYPE=usb_device\nDRIVER=usb\nPRODUCT=" + product + "\nTYPE=" + type +
+           "\nBUSNUM=" + threeDigits(UsbAddress::bus_number) +
+           "\nDEVNUM=" + threeDigits(address.deviceNumber()) + '\n';
 }
 
 void SysfsTree::writeAttributes(const QString& dir, const UsbAddress& address,
@@ -70,6 +73,8 @@ void SysfsTree::writeAttributes(const QString& dir, const UsbAddress& address,
     attribute("devpath", address.portPath().toLatin1());
     attribute("dev", address.deviceId().toLatin1());
     attribute("speed", QByteArray::number(description.megabits_per_second));
+    attribute("rx_lanes", "1");
+    attribute("tx_lanes", "1");
     attribute("version", usbVersion(description).rightJustified(5));
     attribute("maxchild", QByteArray::number(description.ports));
     attribute("idVendor", hex(description.vendorId(), 4));
@@ -80,11 +85,11 @@ void SysfsTree::writeAttributes(const QString& dir, const UsbAddress& address,
     attribute("bDeviceProtocol", hex(description.deviceByte(6), 2));
     attribute("bMaxPacketSize0", QByteArray::number(description.deviceByte(7)));
     attribute("bNumConfigurations", "1");
+    attribute("configuration", "");
     attribute("bConfigurationValue", "1");
     attribute("bNumInterfaces", QByteArray::number(description.interfaces()).rightJustified(2));
     attribute("bmAttributes", hex(quint8(description.configuration.at(7)), 2));
-    attribute("bMaxPower",
-              QByteArray::number(2 * quint8(description.configuration.at(8))) + "mA");
+    attribute("bMaxPower", QByteArray::number(2 * quint8(description.configuration.at(8))) + "mA");
     attribute("manufacturer", description.strings.at(0).toUtf8());
     attribute("product", description.strings.at(1).toUtf8());
     attribute("serial", description.strings.at(2).toUtf8());
@@ -104,8 +109,8 @@ QString SysfsTree::numberLink(const UsbAddress& address) const
 
 QString SysfsTree::nodeLink(const UsbAddress& address) const
 {
-    return m_dev + QLatin1String("/.node/")
-        + address.nodeName().replace(QLatin1Char('/'), QLatin1Char('_'));
+    return m_dev + QLatin1String("/.node/") +
+           address.nodeName().replace(QLatin1Char('/'), QLatin1Char('_'));
 }
 
 void SysfsTree::add(const UsbAddress& address, const UsbDescription& description)

@@ -75,7 +75,9 @@ UniqueFd connectTo(const QByteArray& path)
 
 } // namespace
 
-UeventSender::UeventSender(const QString& testbed_dir) : m_dir(testbed_dir), m_watcher({testbed_dir})
+UeventSender::UeventSender(const QString& testbed_dir)
+    : m_dir(testbed_dir)
+    , m_watcher({testbed_dir})
 {
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &UeventSender::findMonitors);
 }
@@ -85,7 +87,9 @@ void UeventSender::findMonitors()
     const QDir dir(m_dir);
     for (const QString& name : dir.entryList({QStringLiteral("event*")}, QDir::System)) {
         const QByteArray path = QFile::encodeName(dir.filePath(name));
-        struct stat status{};
+        struct stat status
+        {
+        };
         if (::stat(path.constData(), &status) != 0)
             continue;
         const std::tuple key(status.st_ino, status.st_ctim.tv_sec, status.st_ctim.tv_nsec);
@@ -99,12 +103,12 @@ void UeventSender::findMonitors()
 void UeventSender::send(const char* action, const QString& sysfs_path, const QByteArray& properties)
 {
     findMonitors();
-    const QByteArray bytes = message("ACTION=" + QByteArray(action) + "\nDEVPATH="
-                                     + sysfs_path.toLatin1() + "\nSUBSYSTEM=usb\nSEQNUM="
-                                     + QByteArray::number(++m_sequence_number) + '\n' + properties);
+    const QByteArray bytes = message(
+        "ACTION=" + QByteArray(action) + "\nDEVPATH=" + sysfs_path.toLatin1() +
+        "\nSUBSYSTEM=usb\nSEQNUM=" + QByteArray::number(++m_sequence_number) + '\n' + properties);
     for (auto monitor = m_monitors.begin(); monitor != m_monitors.end();) {
-        const ssize_t sent = ::send(monitor->second.get(), bytes.constData(), size_t(bytes.size()),
-                                    MSG_NOSIGNAL);
+        const ssize_t sent =
+            ::send(monitor->second.get(), bytes.constData(), size_t(bytes.size()), MSG_NOSIGNAL);
         const bool lost = sent < 0 && errno == EAGAIN;
         if (lost)
             qWarning() << "A udev monitor does not read; lost" << action << sysfs_path;

@@ -8,10 +8,12 @@ constexpr unsigned direction_in = 0x80;
 
 } // namespace
 
-Urb::Urb(NodeClient& host, unsigned long address) : m_host(&host), m_address(address)
+Urb::Urb(NodeClient& host, unsigned long address)
+    : m_host(&host)
+    , m_address(address)
 {
-    if (!host.readMemory(address, &m_fields, sizeof(m_fields)) || lengthBytes() < 0
-        || lengthBytes() > longest_bytes)
+    if (!host.readMemory(address, &m_fields, sizeof(m_fields)) || lengthBytes() < 0 ||
+        lengthBytes() > longest_bytes)
         return;
     m_buffer.reset(new char[size_t(lengthBytes())]);
     m_valid = !fromHost() || host.readMemory(m_fields.buffer, buffer(), size_t(lengthBytes()));

@@ -8,8 +8,10 @@ constexpr int downstream_port = 7;
 } // namespace
 
 UsbAddress::UsbAddress(QList<int> ports, int device_number)
-    : m_ports(std::move(ports)), m_device_number(device_number)
-{}
+    : m_ports(std::move(ports))
+    , m_device_number(device_number)
+{
+}
 
 QList<int> UsbAddress::hubChain(int hubs)
 {

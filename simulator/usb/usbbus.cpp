@@ -15,8 +15,8 @@ UsbBus::UsbBus()
     , m_device_number_used(highest_device_number + 1)
 {
     const QString nodes = QStringLiteral("/dev/bus/usb/%1");
-    QDir(m_testbed.dir()).mkpath(m_testbed.dir() + nodes.arg(UsbAddress::bus_number, 3, 10,
-                                                              QLatin1Char('0')));
+    QDir(m_testbed.dir())
+        .mkpath(m_testbed.dir() + nodes.arg(UsbAddress::bus_number, 3, 10, QLatin1Char('0')));
     addDevice({{}, nextDeviceNumber()}, UsbDescription::rootHub(), nullptr);
     for (int hub = 1; hub <= hubs; ++hub)
         addDevice({UsbAddress::portsOfHub(hub), nextDeviceNumber()}, UsbDescription::sevenPortHub(),
@@ -30,8 +30,7 @@ std::shared_ptr<UsbDevice> UsbBus::addDevice(const UsbAddress& address,
                                              std::unique_ptr<PodModel> pod)
 {
     auto device = std::make_shared<UsbDevice>(
-        description, m_testbed.dir() + QLatin1String("/dev/") + address.nodeName(),
-        std::move(pod));
+        description, m_testbed.dir() + QLatin1String("/dev/") + address.nodeName(), std::move(pod));
     m_testbed.nodes().attach(QLatin1String("/dev/") + address.nodeName(), device);
     m_tree.add(address, description);
     m_uevents.send("add", address.sysfsPath(), SysfsTree::properties(address, description));

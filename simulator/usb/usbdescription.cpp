@@ -29,8 +29,8 @@ QByteArray deviceDescriptor(int usb_version, std::initializer_list<int> device_c
 {
     QByteArray descriptor = bytes({18, 1, low(usb_version), high(usb_version)});
     descriptor += bytes(device_class);
-    descriptor += bytes({packet, low(vendor), high(vendor), low(product), high(product), 0x00,
-                         0x01, 1, 2, 3, 1});
+    descriptor += bytes(
+        {packet, low(vendor), high(vendor), low(product), high(product), 0x00, 0x01, 1, 2, 3, 1});
     return descriptor;
 }
 
@@ -38,8 +38,8 @@ QByteArray configurationDescriptor(int interfaces, int attributes, int milliampe
                                    const QByteArray& rest)
 {
     const int total = 9 + rest.size();
-    return bytes({9, 2, low(total), high(total), interfaces, 1, 0, attributes, milliamperes / 2})
-        + rest;
+    return bytes({9, 2, low(total), high(total), interfaces, 1, 0, attributes, milliamperes / 2}) +
+           rest;
 }
 
 QByteArray endpoint(int address, int type, int packet, int interval)
@@ -65,21 +65,21 @@ UsbDescription UsbDescription::rootHub()
 
 UsbDescription UsbDescription::sevenPortHub()
 {
-    return hub(0x0424, 0x2517,
-               {QStringLiteral("Corvane bench"), QStringLiteral("Seven-port hub"),
-                QStringLiteral("hub")});
+    return hub(
+        0x0424, 0x2517,
+        {QStringLiteral("Corvane bench"), QStringLiteral("Seven-port hub"), QStringLiteral("hub")});
 }
 
 UsbDescription UsbDescription::pod(const QByteArray& udid)
 {
-    const QByteArray communication = bytes({9, 4, 0, 0, 1, 2, 2, 1, 0}) // interface 0, ACM
-        + bytes({5, 0x24, 0x00, 0x10, 0x01})                            // CDC 1.10
-        + bytes({5, 0x24, 0x01, 0x00, 1})                               // call management
-        + bytes({4, 0x24, 0x02, 0x02})                                  // line coding and state
-        + bytes({5, 0x24, 0x06, 0, 1})                                  // union of 0 and 1
-        + endpoint(0x82, 3, 16, 64);
+    const QByteArray communication = bytes({9, 4, 0, 0, 1, 2, 2, 1, 0})   // interface 0, ACM
+                                     + bytes({5, 0x24, 0x00, 0x10, 0x01}) // CDC 1.10
+                                     + bytes({5, 0x24, 0x01, 0x00, 1})    // call management
+                                     + bytes({4, 0x24, 0x02, 0x02})       // line coding and state
+                                     + bytes({5, 0x24, 0x06, 0, 1})       // union of 0 and 1
+                                     + endpoint(0x82, 3, 16, 64);
     const QByteArray data = bytes({9, 4, 1, 0, 2, 10, 0, 0, 0}) // interface 1, CDC data
-        + endpoint(0x81, 2, 64, 0) + endpoint(0x01, 2, 64, 0);
+                            + endpoint(0x81, 2, 64, 0) + endpoint(0x01, 2, 64, 0);
     return {deviceDescriptor(0x0200, {2, 0, 0}, 64, 0x1915, 0x5203),
             configurationDescriptor(2, 0x80, 500, communication + data),
             {QStringLiteral("Corvane"), QStringLiteral("Pod"),

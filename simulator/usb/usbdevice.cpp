@@ -14,9 +14,9 @@ constexpr unsigned char endpoint_out = 0x01;
 constexpr unsigned char endpoint_in = 0x81;
 constexpr int setup_bytes = 8;
 
-constexpr quint32 bulk_capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION
-    | USBDEVFS_CAP_NO_PACKET_SIZE_LIM | USBDEVFS_CAP_BULK_SCATTER_GATHER
-    | USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
+constexpr quint32 bulk_capabilities =
+    USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION | USBDEVFS_CAP_NO_PACKET_SIZE_LIM |
+    USBDEVFS_CAP_BULK_SCATTER_GATHER | USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
 
 } // namespace
 
@@ -26,7 +26,8 @@ UsbDevice::UsbDevice(UsbDescription description, const QString& node_path,
     , m_node(node_path)
     , m_pod(std::move(pod))
     , m_pacer(m_pod ? m_pod->settings().bytes_per_second : 0)
-{}
+{
+}
 
 void UsbDevice::handle(NodeClient& host, const NodeCall& call)
 {

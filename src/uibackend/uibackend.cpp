@@ -6,10 +6,16 @@
 
 namespace {
 
-// No caller sends it, so the first value of a slot always reaches the screen.
-constexpr int never_sent = std::numeric_limits<int>::min();
+/// A value that no caller sends, so the first one of each slot always reaches the screen.
+std::array<int, UIBackEnd::nb_slots> neverSent()
+{
+    std::array<int, UIBackEnd::nb_slots> values{};
+    values.fill(std::numeric_limits<int>::min());
+    return values;
+}
 
-template <typename T> bool change(T& shown, T value)
+template <typename T>
+bool change(T& shown, T value)
 {
     if (shown == value)
         return false;
@@ -19,11 +25,12 @@ template <typename T> bool change(T& shown, T value)
 
 } // namespace
 
-UIBackEnd::UIBackEnd(QObject* parent) : QObject(parent)
+UIBackEnd::UIBackEnd(QObject* parent)
+    : QObject(parent)
+    , m_sync_progress(neverSent())
+    , m_upd_progress(neverSent())
+    , m_charging_states(neverSent())
 {
-    m_sync_progress.fill(never_sent);
-    m_upd_progress.fill(never_sent);
-    m_charging_states.fill(never_sent);
 }
 
 void UIBackEnd::setPodSyncProgress(int idx, int progress)

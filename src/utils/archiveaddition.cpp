@@ -35,7 +35,7 @@ bool ArchiveAddition::recover()
         return false;
     if (!waiting)
         return true;
-    qInfo() << "Putting archive back:" << waiting->archive_path;
+    qInfo().noquote() << "Putting archive back:" << waiting->archive_path;
     // The record goes last: cut short anywhere before, the next start begins anew.
     return putBack(*waiting) && undofile::clear();
 }

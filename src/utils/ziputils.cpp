@@ -20,6 +20,8 @@ namespace {
 constexpr int kDeflateLevel = 6;
 /// A size of 32 bits in the entry's header; the last value is taken for the 64-bit form.
 constexpr qint64 kMaxEntryBytes = 0xFFFFFFFE;
+/// A length of 16 bits, to which the library cuts without a word.
+constexpr int kMaxNameBytes = 0xFFFF;
 
 /// A name in the archive's own folder, so that a rename can replace the archive in one step;
 /// hidden, so that one left by a power cut is never taken for a data file.
@@ -56,6 +58,16 @@ std::optional<QStringList> entryNames(int archive)
     for (const ZipEntry& entry : *entries)
         names.append(QString::fromUtf8(entry.name));
     return names;
+}
+
+/// Empty when no entry can be added under that name.
+QString uniqueName(int archive, const QString& entryName)
+{
+    const auto names = entryNames(archive);
+    if (!names || names->size() >= zipdirectory::kMaxEntries)
+        return {};
+    const QString name = ZipUtils::incFileName(*names, entryName, 0);
+    return name.toUtf8().size() <= kMaxNameBytes ? name : QString();
 }
 
 /// The format's years start in 1980, and the clock of a station without a network in 1970.
@@ -108,18 +120,17 @@ bool appendEntry(ArchiveDevice& device, const QuaZipNewInfo& info, int source)
 bool addUnder(const QString& zipPath, const QString& filePath, const QString& entryName)
 {
     ArchiveAddition addition(zipPath);
-    if (entryName.isEmpty() || !addition.begin())
+    if (!addition.begin())
         return false;
-    const auto names = entryNames(addition.descriptor());
-    if (!names || names->size() >= zipdirectory::kMaxEntries)
+    const QString name = uniqueName(addition.descriptor(), entryName);
+    if (name.isEmpty())
         return false;
     const UniqueFd source = storage::openRegular(filePath, O_RDONLY);
-    if (!source)
+    if (!source || storage::sizeOf(source.get()) > kMaxEntryBytes)
         return false;
     ArchiveDevice device(addition);
-    const QString unique = ZipUtils::incFileName(*names, entryName, 0);
     return device.open(QIODevice::ReadWrite) &&
-           appendEntry(device, entryInfo(unique, filePath), source.get()) && device.flush() &&
+           appendEntry(device, entryInfo(name, filePath), source.get()) && device.flush() &&
            addition.commit();
 }
 

@@ -5,11 +5,10 @@
 #include <QTemporaryFile>
 #include <QtTest>
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <functional>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -55,8 +54,8 @@ void LoggerTest::line_data()
                              << QByteArray("[WARNING]: Pods to sync: 3\n");
     QTest::newRow("critical") << int(QtCriticalMsg) << text
                               << QByteArray("[CRITICAL]: Pods to sync: 3\n");
-    QTest::newRow("fatal returns") << int(QtFatalMsg) << text
-                                   << QByteArray("[FATAL]: Pods to sync: 3\n");
+    QTest::newRow("fatal returns")
+        << int(QtFatalMsg) << text << QByteArray("[FATAL]: Pods to sync: 3\n");
     QTest::newRow("unknown type") << 5 << text << QByteArray();
     QTest::newRow("empty message") << int(QtInfoMsg) << QString() << QByteArray("[INFO]: \n");
     QTest::newRow("UTF-8") << int(QtDebugMsg) << QStringLiteral(u"cl\u00e9 %1")
@@ -68,9 +67,8 @@ void LoggerTest::line()
     QFETCH(int, type);
     QFETCH(QString, message);
 
-    const QByteArray plain = outputOf([&] {
-        corvaneLogger(static_cast<QtMsgType>(type), QMessageLogContext(), message);
-    });
+    const QByteArray plain = outputOf(
+        [&] { corvaneLogger(static_cast<QtMsgType>(type), QMessageLogContext(), message); });
     const QByteArray located = outputOf([&] {
         const QMessageLogContext context("pod.cpp", 12, "void Pod::tasks()", "default");
         corvaneLogger(static_cast<QtMsgType>(type), context, message);
@@ -86,6 +84,7 @@ void LoggerTest::linesOfManyThreadsStayWhole()
     constexpr int nb_lines = 500;
     const QByteArray written = outputOf([] {
         std::vector<std::thread> threads;
+        threads.reserve(nb_threads);
         for (int t = 0; t < nb_threads; ++t)
             threads.emplace_back([t] {
                 const QString text(200, QChar(u'a' + t));

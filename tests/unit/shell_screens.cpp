@@ -21,7 +21,8 @@ const QColor empty_border("#a79d9d");
 const QColor plugged_border("#3a3939");
 const QColor downloading("deepskyblue");
 const QColor updating("salmon");
-const QColor done("yellowgreen");
+const QString done_name = QStringLiteral("yellowgreen");
+const QColor done(done_name);
 
 QStringList unexpected_messages;
 
@@ -85,7 +86,10 @@ private slots:
     void hiddenAreaQuits();
 
 private:
-    QObject* part(const char* name) const { return m_window->findChild<QObject*>(QLatin1String(name)); }
+    QObject* part(const char* name) const
+    {
+        return m_window->findChild<QObject*>(QLatin1String(name));
+    }
     QImage shot() const;
     Look look(int idx) const;
     QVariantList state(int idx) const;
@@ -295,6 +299,8 @@ void ScreensTest::chargedPodStopsPulsing()
         QVERIFY(m_gauges[idx]->property("charging").toBool());
         QCOMPARE(m_gauges[idx]->property("val").toDouble(), 1.0);
     }
+    m_gauges[idx]->setProperty("charging", false);
+    QCOMPARE(m_gauges[idx]->property("main_color").toString(), done_name);
     plugAndCharge(idx);
     QVERIFY(look(idx).bolt);
 

@@ -1,0 +1,16 @@
+corvane_add_test(simulator_podmodel
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/simulator_podmodel.cpp
+  LIBRARIES corvane_sim_hardware)
+
+# Real libusb against the simulated bus, in one process; a sanitizer's runtime must come first.
+corvane_add_test(simulator_usbbus
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/simulator_usbbus.cpp
+  LIBRARIES corvane_sim_hardware PkgConfig::LIBUSB)
+set(preload libumockdev-preload.so.0)
+if(CORVANE_SANITIZER)
+  string(SUBSTRING ${CORVANE_SANITIZER} 0 1 initial)
+  execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=lib${initial}san.so
+    OUTPUT_VARIABLE runtime OUTPUT_STRIP_TRAILING_WHITESPACE)
+  string(PREPEND preload "${runtime}:")
+endif()
+set_property(TEST simulator_usbbus APPEND PROPERTY ENVIRONMENT "LD_PRELOAD=${preload}")

@@ -13,3 +13,7 @@ add_dependencies(storage_power faultystorage faultystorage_driver)
 target_compile_definitions(storage_power PRIVATE
   FAULTYSTORAGE_LIBRARY="$<TARGET_FILE:faultystorage>"
   FAULTYSTORAGE_DRIVER="$<TARGET_FILE:faultystorage_driver>")
+
+corvane_add_test(storage_zip SOURCES unit/storage_zip.cpp support/zipbytes.cpp)
+corvane_add_test(storage_filesaver SOURCES unit/storage_filesaver.cpp)
+corvane_add_test(storage_usbkey SOURCES unit/storage_usbkey.cpp)

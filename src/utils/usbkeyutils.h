@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QString>
+
+#include <chrono>
+
+/// The USB stick: found, mounted and unmounted by the system's own tools, and written to. Owned by
+/// the controller and used on its thread, which it blocks for up to 30 s a tool. Failures are the
+/// codes below, or false; nothing is logged here.
+class UsbKeyUtils
+{
+public:
+    explicit UsbKeyUtils(QString mountPoint = QStringLiteral("/media/usbkey"),
+                         std::chrono::milliseconds toolLimit = std::chrono::seconds(30));
+    UsbKeyUtils(const UsbKeyUtils&) = delete;
+    UsbKeyUtils(UsbKeyUtils&&) = delete;
+    UsbKeyUtils& operator=(const UsbKeyUtils&) = delete;
+    UsbKeyUtils& operator=(UsbKeyUtils&&) = delete;
+    ~UsbKeyUtils();
+
+    /// 0 mounted, -1 no stick, -2 `blkid` not finished, -3 `mount` not finished, -4 `mount`
+    /// crashed.
+    int mountKey();
+
+    /// 0 not mounted any more, -3 `umount` not finished, -4 `umount` crashed.
+    int umountKey();
+
+    /// True when the stick holds all of `source`, flushed. An older file of that name goes first,
+    /// so that a failure leaves none.
+    bool copyFileToUsbKey(const QString& source, const QString& name);
+    bool copyFileToUsbKey(const QString& source);
+
+    bool isUsbKeyPlugged();
+
+    QString usb_path() const { return m_usb_path; }
+    bool mounted() const { return m_mounted; }
+
+private:
+    int runMountTool(const QString& program, const QStringList& arguments);
+
+    QString m_usb_path;
+    bool m_mounted = false;
+    std::chrono::milliseconds m_tool_limit;
+};

@@ -1,0 +1,340 @@
+#include "pod/podmodel.h"
+#include "usb/pacer.h"
+
+#include <QCryptographicHash>
+#include <QtEndian>
+#include <QtTest>
+
+#include <limits>
+
+namespace {
+
+constexpr char ack = 0x0A;
+constexpr char nak = 0x15;
+const QByteArray read_udid("\x11");
+const QByteArray read_charge("\x14");
+const QByteArray read_data("\x31");
+const QByteArray erase("\x41");
+
+PodSettings healthyPod(quint32 size_bytes)
+{
+    PodSettings settings;
+    settings.udid = QByteArray::fromHex("0123456789ABCDEF");
+    settings.seed = 42;
+    settings.size_bytes = size_bytes;
+    return settings;
+}
+
+PodSettings faultyPod(PodFault fault, quint32 size_bytes)
+{
+    PodSettings settings = healthyPod(size_bytes);
+    settings.fault = fault;
+    return settings;
+}
+
+QByteArray bytesOf(const Recording& recording)
+{
+    QByteArray bytes(int(recording.sizeBytes()), '\0');
+    recording.read(0, bytes.data(), bytes.size());
+    return bytes;
+}
+
+QByteArray sha256(const QByteArray& bytes)
+{
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
+}
+
+QByteArray transfer(PodModel& pod, int at_most_bytes)
+{
+    QByteArray bytes(at_most_bytes, '\0');
+    const int announced = pod.nextTransferBytes(at_most_bytes);
+    bytes.truncate(pod.send(bytes.data(), at_most_bytes));
+    return bytes.size() == announced ? bytes : QByteArray("announced another length");
+}
+
+/// What a host gets that asks for this many bytes at a time, until the pod has no more.
+QByteArray drain(PodModel& pod, int at_most_bytes)
+{
+    QByteArray all;
+    while (pod.nextTransferBytes(at_most_bytes) > 0)
+        all += transfer(pod, at_most_bytes);
+    return all;
+}
+
+QByteArray ask(PodModel& pod, const QByteArray& command)
+{
+    pod.receive(command);
+    return drain(pod, 16384);
+}
+
+QByteArray readoutOf(const QByteArray& data)
+{
+    QByteArray answer(5, ack);
+    qToBigEndian(quint32(data.size()), answer.data() + 1);
+    return answer + data + sha256(data);
+}
+
+} // namespace
+
+class SimulatorPodModel : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void recordingIsTheSameFromEveryOffset();
+    void faultNamesGoBothWays();
+    void answersIdentifierChargeAndErase();
+    void readoutIsTheSameInEverySplit_data();
+    void readoutIsTheSameInEverySplit();
+    void fieldsNeverShareATransfer();
+    void emptyAnswersComeInOneTransfer_data();
+    void emptyAnswersComeInOneTransfer();
+    void aCommandDropsTheAnswerBeforeIt();
+    void refusals();
+    void silences();
+    void shortRead();
+    void wrongDigests();
+    void unplugsItselfAtItsByte_data();
+    void unplugsItselfAtItsByte();
+    void paceHoldsWhenTimersAreLate();
+};
+
+void SimulatorPodModel::recordingIsTheSameFromEveryOffset()
+{
+    const Recording recording(7, 100);
+    const QByteArray whole = bytesOf(recording);
+    for (int from = 0; from < whole.size(); ++from) {
+        for (int length = 0; length <= whole.size() - from; ++length) {
+            QByteArray part(length, '\0');
+            recording.read(quint32(from), part.data(), length);
+            QCOMPARE(part, whole.mid(from, length));
+        }
+    }
+    QCOMPARE(recording.sha256(), sha256(whole));
+    QCOMPARE(Recording(7, 200'000).sha256(), sha256(bytesOf(Recording(7, 200'000))));
+    QVERIFY(bytesOf(Recording(8, 100)) != whole);
+
+    // The last bytes of the largest recording there can be.
+    const quint32 largest = std::numeric_limits<quint32>::max();
+    QByteArray tail(9, '\0');
+    Recording(7, largest).read(largest - 9, tail.data(), 9);
+    QByteArray last(1, '\0');
+    Recording(7, largest).read(largest - 1, last.data(), 1);
+    QCOMPARE(last, tail.right(1));
+}
+
+void SimulatorPodModel::faultNamesGoBothWays()
+{
+    QCOMPARE(podFaultFromName(QStringLiteral("unplugged at byte")), PodFault::UnpluggedAtByte);
+    QVERIFY(!podFaultFromName(QStringLiteral("No Answer")));
+    for (int fault = int(PodFault::None); fault <= int(PodFault::SizeAbsurd); ++fault)
+        QCOMPARE(podFaultFromName(podFaultName(PodFault(fault))), PodFault(fault));
+}
+
+void SimulatorPodModel::answersIdentifierChargeAndErase()
+{
+    PodModel pod(healthyPod(1000));
+    QVector<PodEvent> events;
+    pod.setListener([&](PodEvent event) { events.append(event); });
+
+    QCOMPARE(ask(pod, read_udid), ack + QByteArray::fromHex("0123456789ABCDEF"));
+    for (int poll = 0; poll < 3; ++poll)
+        QCOMPARE(ask(pod, read_charge), QByteArray("\x0A\x01"));
+    QVERIFY(!pod.report().charged);
+    QCOMPARE(ask(pod, read_charge), QByteArray("\x0A\x02"));
+    QCOMPARE(ask(pod, read_charge), QByteArray("\x0A\x02"));
+    QVERIFY(pod.report().charged);
+    QCOMPARE(pod.report().charge_polls, 5);
+
+    QCOMPARE(ask(pod, erase), QByteArray(1, ack));
+    QVERIFY(pod.report().erased);
+    QCOMPARE(ask(pod, read_data), readoutOf({}));
+    QCOMPARE(ask(pod, "\x7F"), QByteArray(1, nak));
+    QCOMPARE(events, QVector<PodEvent>({PodEvent::Charged, PodEvent::Erased, PodEvent::ReadoutBegun,
+                                        PodEvent::ReadoutCompleted}));
+}
+
+void SimulatorPodModel::readoutIsTheSameInEverySplit_data()
+{
+    QTest::addColumn<quint32>("size_bytes");
+    for (const quint32 size_bytes : {0U, 1U, 31U, 32U, 33U, 64U, 511U, 512U, 513U, 16385U})
+        QTest::addRow("%u bytes", size_bytes) << size_bytes;
+}
+
+void SimulatorPodModel::readoutIsTheSameInEverySplit()
+{
+    QFETCH(quint32, size_bytes);
+    PodModel pod(healthyPod(size_bytes));
+    const QByteArray expected = readoutOf(bytesOf(Recording(42, size_bytes)));
+    const auto splits = {1, 2, 3, 4, 5, 7, 32, 63, 64, 65, 511, 512, 544, 16384, 65536};
+    for (const int at_most_bytes : splits) {
+        pod.receive(read_data);
+        QCOMPARE(drain(pod, at_most_bytes), expected);
+    }
+    QCOMPARE(pod.report().readouts_begun, int(splits.size()));
+    QCOMPARE(pod.report().readouts_completed, int(splits.size()));
+    QCOMPARE(pod.report().bytes_sent, quint64(size_bytes) * splits.size());
+}
+
+void SimulatorPodModel::fieldsNeverShareATransfer()
+{
+    PodModel pod(healthyPod(1000));
+    pod.receive(read_data);
+    QVector<int> lengths;
+    while (pod.nextTransferBytes(400) > 0)
+        lengths.append(transfer(pod, 400).size());
+    QCOMPARE(lengths, QVector<int>({1, 4, 400, 400, 200, 32}));
+    pod.receive(read_udid);
+    QCOMPARE(transfer(pod, 64).size(), 1);
+    QCOMPARE(transfer(pod, 64).size(), 8);
+}
+
+void SimulatorPodModel::emptyAnswersComeInOneTransfer_data()
+{
+    QTest::addColumn<quint32>("size_bytes");
+    QTest::addRow("nothing") << 0U;
+    QTest::addRow("512 bytes, which count as nothing") << 512U;
+}
+
+void SimulatorPodModel::emptyAnswersComeInOneTransfer()
+{
+    QFETCH(quint32, size_bytes);
+    PodModel pod(healthyPod(size_bytes));
+    const QByteArray data = bytesOf(Recording(42, size_bytes));
+    pod.receive(read_data);
+    transfer(pod, 1);
+    transfer(pod, 4);
+    QCOMPARE(transfer(pod, int(size_bytes) + 32), data + sha256(data));
+    QCOMPARE(pod.nextTransferBytes(1), 0);
+    QCOMPARE(pod.report().readouts_completed, 1);
+}
+
+void SimulatorPodModel::aCommandDropsTheAnswerBeforeIt()
+{
+    PodModel pod(healthyPod(1000));
+    pod.receive(read_data);
+    for (int transfers = 0; transfers < 3; ++transfers)
+        transfer(pod, 400);
+    QCOMPARE(ask(pod, read_data), readoutOf(bytesOf(Recording(42, 1000))));
+    QCOMPARE(ask(pod, read_charge + read_udid), ack + QByteArray::fromHex("0123456789ABCDEF"));
+    QCOMPARE(pod.report().readouts_begun, 2);
+    QCOMPARE(pod.report().readouts_completed, 1);
+}
+
+void SimulatorPodModel::refusals()
+{
+    PodModel wrong_ack(faultyPod(PodFault::WrongAck, 100));
+    QCOMPARE(ask(wrong_ack, read_data), QByteArray(1, nak));
+    QCOMPARE(wrong_ack.report().readouts_begun, 0);
+
+    PodModel erase_refused(faultyPod(PodFault::EraseRefused, 100));
+    QCOMPARE(ask(erase_refused, erase), QByteArray(1, nak));
+    QVERIFY(!erase_refused.report().erased);
+    QCOMPARE(ask(erase_refused, read_data), readoutOf(bytesOf(Recording(42, 100))));
+
+    PodModel claim_busy(faultyPod(PodFault::ClaimBusy, 100));
+    QVERIFY(!claim_busy.claim());
+    QVERIFY(!claim_busy.report().opened);
+    QVERIFY(!PodModel(faultyPod(PodFault::DriverBusy, 100)).driverDetaches());
+
+    PodModel healthy(healthyPod(100));
+    QVERIFY(healthy.claim() && healthy.report().opened && healthy.driverDetaches());
+}
+
+void SimulatorPodModel::silences()
+{
+    PodModel no_answer(faultyPod(PodFault::NoAnswer, 100));
+    for (const QByteArray& command : {read_udid, read_charge, read_data, erase})
+        QCOMPARE(ask(no_answer, command), QByteArray());
+    QVERIFY(!no_answer.report().erased);
+
+    const QByteArray whole = readoutOf(bytesOf(Recording(42, 101)));
+    PodModel cut(faultyPod(PodFault::CutHalfWay, 101));
+    QCOMPARE(ask(cut, read_udid).size(), 9);
+    QCOMPARE(ask(cut, read_data), whole.left(5 + 50));
+    QCOMPARE(ask(cut, read_udid), QByteArray());
+
+    PodModel absurd(faultyPod(PodFault::SizeAbsurd, 101));
+    QCOMPARE(ask(absurd, read_data), "\x0A\xFF\xFF\xFF\xFF" + whole.mid(5, 101));
+    QCOMPARE(ask(absurd, read_data), QByteArray());
+    QCOMPARE(absurd.report().readouts_completed, 0);
+}
+
+void SimulatorPodModel::shortRead()
+{
+    PodModel pod(faultyPod(PodFault::ShortRead, 1000));
+    const QByteArray whole = readoutOf(bytesOf(Recording(42, 1000)));
+    pod.receive(read_data);
+    transfer(pod, 1);
+    transfer(pod, 4);
+    QCOMPARE(transfer(pod, 400), whole.mid(5, 200));
+    QCOMPARE(transfer(pod, 400), whole.mid(205, 400));
+    QCOMPARE(drain(pod, 400), whole.mid(605));
+    pod.receive(read_data);
+    transfer(pod, 1);
+    transfer(pod, 4);
+    QCOMPARE(transfer(pod, 400), whole.mid(5, 400));
+}
+
+void SimulatorPodModel::wrongDigests()
+{
+    const QByteArray whole = readoutOf(bytesOf(Recording(42, 1000)));
+    const auto rightReadouts = [&](PodFault fault) {
+        PodModel pod(faultyPod(fault, 1000));
+        QVector<bool> right;
+        for (int attempt = 0; attempt < 3; ++attempt) {
+            const QByteArray answer = ask(pod, read_data);
+            if (answer.size() == whole.size() && answer.left(1005) == whole.left(1005))
+                right.append(answer == whole);
+        }
+        return right;
+    };
+    QCOMPARE(rightReadouts(PodFault::DigestWrongOnce), QVector<bool>({false, true, true}));
+    QCOMPARE(rightReadouts(PodFault::DigestWrongAlways), QVector<bool>({false, false, false}));
+}
+
+void SimulatorPodModel::unplugsItselfAtItsByte_data()
+{
+    QTest::addColumn<quint32>("unplug_at_byte");
+    for (const quint32 byte : {0U, 1U, 399U, 400U, 401U, 1000U})
+        QTest::addRow("after %u", byte) << byte;
+}
+
+void SimulatorPodModel::unplugsItselfAtItsByte()
+{
+    QFETCH(quint32, unplug_at_byte);
+    PodSettings settings = faultyPod(PodFault::UnpluggedAtByte, 1000);
+    settings.unplug_at_byte = unplug_at_byte;
+    PodModel pod(settings);
+    QVector<PodEvent> events;
+    pod.setListener([&](PodEvent event) { events.append(event); });
+    ask(pod, read_udid);
+    QVERIFY(!pod.vanished());
+    pod.receive(read_data);
+    drain(pod, 400);
+    QVERIFY(pod.vanished());
+    QCOMPARE(pod.report().bytes_sent, quint64(unplug_at_byte));
+    QCOMPARE(ask(pod, read_udid), QByteArray());
+    QCOMPARE(events, QVector<PodEvent>({PodEvent::ReadoutBegun, PodEvent::Vanished}));
+}
+
+void SimulatorPodModel::paceHoldsWhenTimersAreLate()
+{
+    using namespace std::chrono;
+    const Pacer::TimePoint start{hours(1)};
+    Pacer pacer(1'200'000);
+    pacer.idleUntil(start);
+    Pacer::TimePoint now = start;
+    for (int transfer = 0; transfer < 1000; ++transfer)
+        now = pacer.book(16384, now) + milliseconds(transfer % 3); // the timer's lateness
+    const double ideal_seconds = 1000 * 16384 / 1'200'000.0;
+    QVERIFY(qAbs(duration<double>(now - start).count() / ideal_seconds - 1) < 0.001);
+
+    // What the wire could have carried during a long pause is lost.
+    const Pacer::TimePoint later = now + seconds(10);
+    QVERIFY(pacer.book(1'200'000, later) > later + milliseconds(900));
+    QCOMPARE(Pacer(0).book(1'000'000, later), later);
+}
+
+QTEST_GUILESS_MAIN(SimulatorPodModel)
+#include "simulator_podmodel.moc"

@@ -1,0 +1,242 @@
+// The stick through the system's tools, as fakes on PATH play them, and what is copied onto it.
+#include "utils/childprocess.h"
+#include "utils/usbkeyutils.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <cerrno>
+#include <csignal>
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+const QByteArray key_listed = "echo '/dev/mmcblk0p1: TYPE=\"ext4\"'; "
+                              "echo '/dev/sdb12: TYPE=\"vfat\"'; echo '/dev/sda1: TYPE=\"vfat\"'";
+const QByteArray hangs = "echo $$ > hanging.pid; exec sleep 600";
+const QByteArray dies = "kill -SEGV $$";
+const QByteArray floods = "yes a line of no meaning | head -c 9000000";
+
+// Long enough for an honest tool on a busy machine; short for the tools that never end.
+constexpr milliseconds ample = seconds(30);
+constexpr milliseconds brief = milliseconds(200);
+
+/// A tool that hangs after others that must not run out of time first.
+constexpr milliseconds fair = seconds(3);
+
+milliseconds limitFor(int mountCode, int umountCode)
+{
+    if (mountCode == -2)
+        return brief;
+    return mountCode == -3 || umountCode == -3 ? fair : ample;
+}
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool write(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
+/// A tool that notes its call in "calls" and then does what the script says.
+bool makeTool(const QString& name, const QByteArray& script)
+{
+    const QString path = QStringLiteral("bin/") + name;
+    QFile::remove(path);
+    return write(path, "#!/bin/sh\necho \"$(basename $0) $*\" >> calls\n" + script + '\n') &&
+           QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner | QFile::WriteOwner);
+}
+
+QStringList calls()
+{
+    const QString noted = QString::fromUtf8(contentOf(QStringLiteral("calls")));
+    return noted.split(u'\n', Qt::SkipEmptyParts);
+}
+
+} // namespace
+
+class StorageUsbKey : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { m_path = qgetenv("PATH"); }
+    void init();
+    void cleanup() { qputenv("PATH", m_path); }
+
+    void firstDiskIsMountedOnce();
+    void codes_data();
+    void codes();
+    void presence();
+    void copies();
+    void refusedCopies();
+    void childIsBoundedAndReaped();
+
+private:
+    QByteArray m_path;
+    QScopedPointer<QTemporaryDir> m_folder;
+    QString m_mount_point;
+};
+
+void StorageUsbKey::init()
+{
+    m_folder.reset(new QTemporaryDir);
+    QVERIFY(QDir::setCurrent(m_folder->path()));
+    QVERIFY(QDir().mkdir(QStringLiteral("bin")));
+    m_mount_point = m_folder->filePath(QStringLiteral("media/usb key"));
+    QVERIFY(makeTool(QStringLiteral("blkid"), key_listed));
+    QVERIFY(makeTool(QStringLiteral("mount"), {}));
+    QVERIFY(makeTool(QStringLiteral("umount"), {}));
+    qputenv("PATH", m_folder->filePath(QStringLiteral("bin")).toUtf8() + ':' + m_path);
+}
+
+void StorageUsbKey::firstDiskIsMountedOnce()
+{
+    {
+        UsbKeyUtils key(m_mount_point);
+        QVERIFY(QDir(m_mount_point).exists());
+        QCOMPARE(key.usb_path(), m_mount_point);
+        QCOMPARE(key.umountKey(), 0);
+        QVERIFY(!key.mounted());
+        QCOMPARE(calls(), QStringList());
+        QCOMPARE(key.mountKey(), 0);
+        QCOMPARE(key.mountKey(), 0);
+        QVERIFY(key.mounted());
+        QCOMPARE(key.umountKey(), 0);
+        QVERIFY(!key.mounted());
+        QCOMPARE(key.mountKey(), 0);
+    }
+    // The name is cut at nine characters; a mounted stick is unmounted at the end.
+    const QString mount = QStringLiteral("mount /dev/sdb1 ") + m_mount_point;
+    const QString umount = QStringLiteral("umount ") + m_mount_point;
+    const QString blkid = QStringLiteral("blkid ");
+    QCOMPARE(calls(), QStringList({blkid, mount, umount, blkid, mount, umount}));
+}
+
+void StorageUsbKey::codes_data()
+{
+    QTest::addColumn<QString>("tool");
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<int>("mountCode");
+    QTest::addColumn<int>("umountCode");
+    const auto row = [](const char* what, const char* tool, const QByteArray& script, int mountCode,
+                        int umountCode) {
+        QTest::newRow(what) << QString::fromLatin1(tool) << script << mountCode << umountCode;
+    };
+    row("no stick", "blkid", "echo '/dev/mmcblk0p1: TYPE=\"ext4\"'", -1, 0);
+    row("blkid finds nothing", "blkid", "exit 2", -1, 0);
+    row("blkid lists and fails", "blkid", key_listed + "; exit 2", 0, 0);
+    row("blkid lists and dies", "blkid", key_listed + ';' + dies, 0, 0);
+    row("blkid floods", "blkid", key_listed + ';' + floods, 0, 0);
+    row("blkid floods its errors", "blkid", key_listed + ';' + floods + " >&2", 0, 0);
+    row("blkid reads its input", "blkid", "cat; " + key_listed, 0, 0);
+    row("blkid hangs", "blkid", key_listed + ';' + hangs, -2, 0);
+    row("blkid floods for ever", "blkid", key_listed + "; exec yes", -2, 0);
+    row("blkid hangs up and hangs", "blkid", "exec >&- 2>&-;" + hangs, -2, 0);
+    row("mount refuses", "mount", "echo no such disk >&2; exit 32", 0, 0);
+    row("mount floods", "mount", floods, 0, 0);
+    row("mount hangs", "mount", hangs, -3, 0);
+    row("mount dies", "mount", dies, -4, 0);
+    row("umount refuses", "umount", "exit 32", 0, 0);
+    row("umount hangs", "umount", hangs, 0, -3);
+    row("umount dies", "umount", dies, 0, -4);
+}
+
+void StorageUsbKey::codes()
+{
+    QFETCH(QString, tool);
+    QFETCH(QByteArray, script);
+    QFETCH(int, mountCode);
+    QFETCH(int, umountCode);
+    QVERIFY(makeTool(tool, script));
+    UsbKeyUtils key(m_mount_point, limitFor(mountCode, umountCode));
+    QCOMPARE(key.mountKey(), mountCode);
+    QCOMPARE(key.mounted(), mountCode == 0);
+    QCOMPARE(key.umountKey(), umountCode);
+    QCOMPARE(key.mounted(), umountCode != 0);
+    // A tool that hung is gone, not left as a zombie either.
+    const int pid = contentOf(QStringLiteral("hanging.pid")).trimmed().toInt();
+    QVERIFY(pid == 0 || (::kill(pid, 0) == -1 && errno == ESRCH));
+    QVERIFY(makeTool(QStringLiteral("umount"), {}));
+}
+
+void StorageUsbKey::presence()
+{
+    UsbKeyUtils key(m_mount_point, ample);
+    QVERIFY(key.isUsbKeyPlugged());
+    QVERIFY(makeTool(QStringLiteral("blkid"), "echo /dev/mmcblk0p1:"));
+    QVERIFY(!key.isUsbKeyPlugged());
+    QVERIFY(makeTool(QStringLiteral("blkid"), key_listed + ';' + hangs));
+    QVERIFY(!UsbKeyUtils(m_mount_point, brief).isUsbKeyPlugged());
+    qputenv("PATH", "/nonexistent");
+    QVERIFY(!key.isUsbKeyPlugged());
+    QCOMPARE(key.mountKey(), -2);
+}
+
+void StorageUsbKey::copies()
+{
+    const QByteArray recordings = QByteArray("recordings").repeated(100000);
+    const QString onKey = m_mount_point + QStringLiteral("/QVX_DATAS.cvx");
+    QVERIFY(QDir().mkdir(QStringLiteral("datas")));
+    QVERIFY(write(QStringLiteral("datas/1.cvx"), recordings));
+    UsbKeyUtils key(m_mount_point);
+    QVERIFY(write(onKey, "older"));
+    QVERIFY(!key.copyFileToUsbKey(QStringLiteral("datas/1.cvx"), QStringLiteral("QVX_DATAS.cvx")));
+    QCOMPARE(contentOf(onKey), QByteArray("older"));
+    QCOMPARE(key.mountKey(), 0);
+    QVERIFY(key.copyFileToUsbKey(QStringLiteral("datas/1.cvx"), QStringLiteral("QVX_DATAS.cvx")));
+    QCOMPARE(contentOf(onKey), recordings);
+    QVERIFY(write(QStringLiteral("datas/1.cvx"), "shorter"));
+    QVERIFY(key.copyFileToUsbKey(QStringLiteral("datas/1.cvx"), QStringLiteral("QVX_DATAS.cvx")));
+    QCOMPARE(contentOf(onKey), QByteArray("shorter"));
+    QVERIFY(key.copyFileToUsbKey(QStringLiteral("datas/1.cvx")));
+    QCOMPARE(contentOf(m_mount_point + QStringLiteral("/1.cvx")), QByteArray("shorter"));
+}
+
+void StorageUsbKey::refusedCopies()
+{
+    const QString name = QStringLiteral("x");
+    const QString onKey = m_mount_point + QStringLiteral("/x");
+    UsbKeyUtils key(m_mount_point);
+    QCOMPARE(key.mountKey(), 0);
+    QVERIFY(write(onKey, "older"));
+    QVERIFY(!key.copyFileToUsbKey(QStringLiteral("missing"), name));
+    QCOMPARE(contentOf(onKey), QByteArray("older"));
+    // From here on the older file has gone first.
+    QVERIFY(!key.copyFileToUsbKey(QStringLiteral("bin"), name));
+    QVERIFY(!QFile::exists(onKey));
+    QVERIFY(QDir().mkdir(onKey));
+    QVERIFY(write(QStringLiteral("source"), "source"));
+    QVERIFY(!key.copyFileToUsbKey(QStringLiteral("source"), name));
+    QVERIFY(QDir(onKey).exists());
+    // A stick that was pulled out leaves no folder to write to.
+    QVERIFY(QDir(m_mount_point).removeRecursively());
+    QVERIFY(!key.copyFileToUsbKey(QStringLiteral("source"), name));
+}
+
+void StorageUsbKey::childIsBoundedAndReaped()
+{
+    using End = ChildProcess::End;
+    const auto flood = ChildProcess::run(
+        QStringLiteral("sh"), {QStringLiteral("-c"), QString::fromLatin1(floods)}, ample);
+    QCOMPARE(flood.end, End::Exited);
+    QCOMPARE(flood.output.size(), ChildProcess::kMaxOutputBytes);
+    QVERIFY(flood.output.startsWith("a line of no meaning\n"));
+    QCOMPARE(ChildProcess::run(QStringLiteral("no-such-tool"), {}, ample).end, End::NotFinished);
+    const auto exact = ChildProcess::run(
+        QStringLiteral("printf"), {QStringLiteral("%s|"), QStringLiteral("a b"), QString()}, ample);
+    QCOMPARE(exact.output, QByteArray("a b||"));
+}
+
+QTEST_GUILESS_MAIN(StorageUsbKey)
+
+#include "storage_usbkey.moc"
