@@ -5,22 +5,21 @@ add_library(corvane_sim_hardware STATIC
   ${CMAKE_CURRENT_LIST_DIR}/pod/podfault.cpp
   ${CMAKE_CURRENT_LIST_DIR}/pod/podmodel.cpp
   ${CMAKE_CURRENT_LIST_DIR}/pod/recording.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/testbed/nodeclient.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/testbed/nodeserver.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/testbed/testbed.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/controlrequest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/devicenode.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/sysfstree.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/usb/testbed.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/ueventsender.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/urb.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/usbaddress.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/usbbus.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/usbdescription.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/usbdevice.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/usb/usbfsserver.cpp
   ${CMAKE_SOURCE_DIR}/src/utils/uniquefd.cpp)
 target_include_directories(corvane_sim_hardware
   PUBLIC ${CMAKE_CURRENT_LIST_DIR} ${CMAKE_SOURCE_DIR}/src)
 target_link_libraries(corvane_sim_hardware
-  PUBLIC Qt5::Core PkgConfig::UMOCKDEV
+  PUBLIC Qt5::Core Threads::Threads
   PRIVATE corvane_warnings)
-# GLib has parameters of the name "signals".
-target_compile_definitions(corvane_sim_hardware PRIVATE QT_NO_KEYWORDS)

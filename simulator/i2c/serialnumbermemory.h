@@ -1,29 +1,35 @@
 #pragma once
 
-#include "usb/testbed.h"
+#include "testbed/nodehandler.h"
 
 #include <QByteArray>
 
-#include <memory>
+#include <array>
+#include <map>
+
+class Testbed;
 
 /// The memory chip with the station's serial number, at address 0x51 of the bus "/dev/i2c-3": 256
 /// bytes behind an address pointer, the EUI-48 in the last six. The other addresses of the bus are
-/// empty and answer ENXIO. Must not outlive the testbed; served on the testbed's worker thread.
-class SerialNumberMemory
+/// empty and answer ENXIO. Kept by the testbed, on whose server's thread it works.
+class SerialNumberMemory : public NodeHandler
 {
 public:
-    /// `eui48` has 6 bytes.
-    explicit SerialNumberMemory(Testbed& testbed,
-                                const QByteArray& eui48 = QByteArray::fromHex("0004A3123456"));
-    SerialNumberMemory(const SerialNumberMemory&) = delete;
-    SerialNumberMemory& operator=(const SerialNumberMemory&) = delete;
-    SerialNumberMemory(SerialNumberMemory&&) = delete;
-    SerialNumberMemory& operator=(SerialNumberMemory&&) = delete;
-    ~SerialNumberMemory();
+    static QByteArray defaultEui48() { return QByteArray::fromHex("0004A3123456"); }
+    /// Puts one with this number (6 bytes) into the testbed.
+    static void install(Testbed& testbed, const QByteArray& eui48 = defaultEui48());
+
+    explicit SerialNumberMemory(const QByteArray& eui48);
+
+    void handle(NodeClient& client, const NodeCall& call) override;
+    void clientGone(const NodeClient& client) override { m_selected.erase(&client); }
 
 private:
-    class Chip;
+    void select(NodeClient& client, const NodeCall& call);
+    void write(NodeClient& client, const NodeCall& call);
+    void read(NodeClient& client, const NodeCall& call);
 
-    std::shared_ptr<Chip> m_chip;
-    GObjectRef<UMockdevIoctlBase> m_handler;
+    std::array<char, 256> m_memory{};
+    quint8 m_pointer = 0;
+    std::map<const NodeClient*, unsigned long> m_selected; ///< the address that each talks to
 };

@@ -1,26 +1,41 @@
 #include "usb/urb.h"
 
-#include <cstddef>
+namespace {
 
-Urb::Urb(UMockdevIoctlClient* client, UMockdevIoctlData* argument)
-    : m_client(client)
-    , m_request(umockdev_ioctl_data_resolve(argument, 0, sizeof(usbdevfs_urb), nullptr))
+constexpr int longest_bytes = 16 * 1024 * 1024; // as the kernel's own limit
+constexpr int setup_bytes = 8;
+constexpr unsigned direction_in = 0x80;
+
+} // namespace
+
+Urb::Urb(NodeClient& host, unsigned long address) : m_host(&host), m_address(address)
 {
-    if (m_request && lengthBytes() > 0)
-        m_buffer.reset(umockdev_ioctl_data_resolve(m_request.get(), offsetof(usbdevfs_urb, buffer),
-                                                   gsize(lengthBytes()), nullptr));
+    if (!host.readMemory(address, &m_fields, sizeof(m_fields)) || lengthBytes() < 0
+        || lengthBytes() > longest_bytes)
+        return;
+    m_buffer.reset(new char[size_t(lengthBytes())]);
+    m_valid = !fromHost() || host.readMemory(m_fields.buffer, buffer(), size_t(lengthBytes()));
 }
 
-void Urb::finish(int status, int actual_length_bytes) const
+bool Urb::fromHost() const
 {
-    fields()->status = status;
-    fields()->actual_length = actual_length_bytes;
+    const bool control = type() == USBDEVFS_URB_TYPE_CONTROL;
+    return lengthBytes() > 0 && (control || (endpoint() & direction_in) == 0);
 }
 
-void Urb::handOver(UMockdevIoctlData* argument) const
+void Urb::finish(int status, int actual_length_bytes)
 {
-    const GObjectRef<UMockdevIoctlData> pointer(
-        umockdev_ioctl_data_resolve(argument, 0, sizeof(void*), nullptr));
-    if (pointer)
-        umockdev_ioctl_data_set_ptr(pointer.get(), 0, m_request.get());
+    m_fields.status = status;
+    m_fields.actual_length = actual_length_bytes;
+}
+
+void Urb::handOver(unsigned long reaped) const
+{
+    const int header_bytes = type() == USBDEVFS_URB_TYPE_CONTROL ? setup_bytes : 0;
+    const bool to_host = header_bytes > 0 || (endpoint() & direction_in) != 0;
+    if (to_host && m_fields.actual_length > 0)
+        m_host->writeMemory(m_fields.buffer, buffer(),
+                            size_t(header_bytes + m_fields.actual_length));
+    m_host->writeMemory(m_address, &m_fields, sizeof(m_fields));
+    m_host->writeMemory(reaped, &m_address, sizeof(m_address));
 }

@@ -1,41 +1,55 @@
 #pragma once
 
-#include "usb/gobjectref.h"
+#include "testbed/nodeclient.h"
 #include "usb/pacer.h"
 
 #include <linux/usbdevice_fs.h>
-#include <umockdev.h>
 
-/// One USB request block, from its submission until its host reaps it: the host's own structure and
-/// buffer, mirrored here by umockdev and written back when it is reaped. Move-only.
+#include <cstddef>
+#include <memory>
+
+/// One USB request block, from its submission until its host reaps it. Move-only.
 class Urb
 {
 public:
-    /// Takes the request that the argument of a SUBMITURB points to. Throws nothing: a host that
-    /// dies meanwhile leaves an empty request, see isValid().
-    Urb(UMockdevIoctlClient* client, UMockdevIoctlData* argument);
+    /// The request at this address in the host's memory; isValid() is false when it is not there.
+    Urb(NodeClient& host, unsigned long address);
 
-    bool isValid() const { return m_request && (m_buffer || lengthBytes() == 0); }
-    const UMockdevIoctlClient* client() const { return m_client; }
-    /// The address that the host knows it by.
-    gulong address() const { return m_request->client_addr; }
-    unsigned char type() const { return fields()->type; }
-    unsigned char endpoint() const { return fields()->endpoint; }
-    int lengthBytes() const { return fields()->buffer_length; }
-    char* buffer() const { return m_buffer ? reinterpret_cast<char*>(m_buffer->data) : nullptr; }
+    bool isValid() const { return m_valid; }
+    const NodeClient* host() const { return m_host; }
+    unsigned long address() const { return m_address; }
+    unsigned char type() const { return m_fields.type; }
+    unsigned char endpoint() const { return m_fields.endpoint; }
+    int lengthBytes() const { return m_fields.buffer_length; }
+    char* buffer() const { return m_buffer.get(); }
 
     /// `status` as the kernel's: 0 or a negative errno.
-    void finish(int status, int actual_length_bytes) const;
-    /// Lets the host's pointer, the argument of a REAPURB, point to this request.
-    void handOver(UMockdevIoctlData* argument) const;
+    void finish(int status, int actual_length_bytes);
+    /// Gives the host its data and status, and at `reaped` the address of this request.
+    void handOver(unsigned long reaped) const;
 
     bool moving = false; ///< its bytes are on the wire until `due`
     Pacer::TimePoint due;
 
 private:
-    usbdevfs_urb* fields() const { return reinterpret_cast<usbdevfs_urb*>(m_request->data); }
+    /// How the kernel's usbdevfs_urb begins; what follows is the host's alone.
+    struct Fields
+    {
+        unsigned char type;
+        unsigned char endpoint;
+        int status;
+        unsigned flags;
+        unsigned long buffer;
+        int buffer_length;
+        int actual_length;
+    };
+    static_assert(offsetof(usbdevfs_urb, actual_length) == offsetof(Fields, actual_length));
 
-    const UMockdevIoctlClient* m_client;
-    GObjectRef<UMockdevIoctlData> m_request;
-    GObjectRef<UMockdevIoctlData> m_buffer;
+    bool fromHost() const;
+
+    NodeClient* m_host;
+    unsigned long m_address;
+    Fields m_fields{};
+    std::unique_ptr<char[]> m_buffer;
+    bool m_valid = false;
 };

@@ -1,7 +1,6 @@
 #include "usb/usbbus.h"
 
 #include "usb/usbdevice.h"
-#include "usb/usbfsserver.h"
 
 #include <QDir>
 
@@ -13,23 +12,18 @@ constexpr int highest_device_number = 127;
 UsbBus::UsbBus()
     : m_tree(m_testbed.dir())
     , m_uevents(m_testbed.dir())
-    , m_server(std::make_shared<UsbfsServer>(m_testbed))
     , m_device_number_used(highest_device_number + 1)
 {
     const QString nodes = QStringLiteral("/dev/bus/usb/%1");
     QDir(m_testbed.dir()).mkpath(m_testbed.dir() + nodes.arg(UsbAddress::bus_number, 3, 10,
                                                               QLatin1Char('0')));
-    m_server->start();
     addDevice({{}, nextDeviceNumber()}, UsbDescription::rootHub(), nullptr);
     for (int hub = 1; hub <= hubs; ++hub)
         addDevice({UsbAddress::portsOfHub(hub), nextDeviceNumber()}, UsbDescription::sevenPortHub(),
                   nullptr);
 }
 
-UsbBus::~UsbBus()
-{
-    m_server->stop();
-}
+UsbBus::~UsbBus() = default;
 
 std::shared_ptr<UsbDevice> UsbBus::addDevice(const UsbAddress& address,
                                              const UsbDescription& description,
@@ -38,7 +32,7 @@ std::shared_ptr<UsbDevice> UsbBus::addDevice(const UsbAddress& address,
     auto device = std::make_shared<UsbDevice>(
         description, m_testbed.dir() + QLatin1String("/dev/") + address.nodeName(),
         std::move(pod));
-    m_server->connectDevice(address.nodeName(), device);
+    m_testbed.nodes().attach(QLatin1String("/dev/") + address.nodeName(), device);
     m_tree.add(address, description);
     m_uevents.send("add", address.sysfsPath(), SysfsTree::properties(address, description));
     return device;
@@ -79,7 +73,7 @@ void UsbBus::unplug(int slot)
     if (!place.address)
         return;
     const UsbAddress address = *place.address;
-    m_server->disconnectDevice(address.nodeName());
+    m_testbed.nodes().locked([&] { place.device->disconnect(); });
     m_tree.remove(address);
     m_uevents.send("remove", address.sysfsPath(),
                    SysfsTree::properties(address, place.device->description()));
@@ -94,7 +88,7 @@ bool UsbBus::plugged(int slot) const
 
 PodReport UsbBus::report(int slot) const
 {
-    return m_server->locked([&] {
+    return m_testbed.nodes().locked([&] {
         const auto& device = place(slot).device;
         return device ? device->pod()->report() : PodReport();
     });
@@ -102,7 +96,7 @@ PodReport UsbBus::report(int slot) const
 
 int UsbBus::emptyReaps(int slot) const
 {
-    return m_server->locked([&] {
+    return m_testbed.nodes().locked([&] {
         const auto& device = place(slot).device;
         return device ? device->emptyReaps() : 0;
     });

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "pod/podmodel.h"
+#include "testbed/testbed.h"
 #include "usb/sysfstree.h"
-#include "usb/testbed.h"
 #include "usb/ueventsender.h"
 
 #include <QObject>
@@ -13,12 +13,11 @@
 #include <vector>
 
 class UsbDevice;
-class UsbfsServer;
 
 /// The station's simulated USB: a root hub, five chained seven-port hubs, and thirty places for
 /// pods, as a program with real libusb sees it when it runs with testbedDir() as UMOCKDEV_DIR under
 /// umockdev's preload. Lives on one thread, whose event loop must run; its signals come from there.
-/// The devices are served on the testbed's worker thread (UsbfsServer).
+/// The devices are served on the testbed's thread (NodeServer).
 class UsbBus : public QObject
 {
     Q_OBJECT
@@ -72,7 +71,6 @@ private:
     Testbed m_testbed;
     SysfsTree m_tree;
     UeventSender m_uevents;
-    std::shared_ptr<UsbfsServer> m_server;
     std::array<Place, slots_count> m_places;
     std::vector<bool> m_device_number_used;
     int m_next_device_number = 1;

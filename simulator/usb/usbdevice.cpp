@@ -14,19 +14,9 @@ constexpr unsigned char endpoint_out = 0x01;
 constexpr unsigned char endpoint_in = 0x81;
 constexpr int setup_bytes = 8;
 
-/// The argument of an ioctl call, or what it points to when `T` is a structure.
-template <typename T>
-GObjectRef<UMockdevIoctlData> pointee(UMockdevIoctlData* argument)
-{
-    return GObjectRef<UMockdevIoctlData>(
-        umockdev_ioctl_data_resolve(argument, 0, sizeof(T), nullptr));
-}
-
-template <typename T>
-T* as(const GObjectRef<UMockdevIoctlData>& data)
-{
-    return reinterpret_cast<T*>(data->data);
-}
+constexpr quint32 bulk_capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION
+    | USBDEVFS_CAP_NO_PACKET_SIZE_LIM | USBDEVFS_CAP_BULK_SCATTER_GATHER
+    | USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
 
 } // namespace
 
@@ -36,33 +26,39 @@ UsbDevice::UsbDevice(UsbDescription description, const QString& node_path,
     , m_node(node_path)
     , m_pod(std::move(pod))
     , m_pacer(m_pod ? m_pod->settings().bytes_per_second : 0)
+{}
+
+void UsbDevice::handle(NodeClient& host, const NodeCall& call)
 {
-    for (Interface& interface : m_interfaces)
-        interface.has_driver = true;
+    Reply reply = failed(EINVAL); // to read and write, which usbfs does not need
+    if (call.kind == NodeCall::Kind::Ioctl)
+        reply = answer(host, call.request_or_address, call.argument_or_length);
+    host.complete(reply.value, reply.error);
+    advance(std::chrono::steady_clock::now());
 }
 
-UsbDevice::Reply UsbDevice::handle(gulong request, UMockdevIoctlClient* client,
-                                   UMockdevIoctlData* argument)
+UsbDevice::Reply UsbDevice::answer(NodeClient& host, unsigned long request, unsigned long argument)
 {
     if (request == USBDEVFS_REAPURBNDELAY)
-        return reap(client, argument);
+        return reap(host, argument);
     if (!m_connected)
         return failed(ENODEV);
     switch (request) {
     case USBDEVFS_SUBMITURB:
-        return submit(client, argument);
+        return submit(host, argument);
     case USBDEVFS_DISCARDURB:
-        return discard(argument);
+        return discard(host, argument);
     case USBDEVFS_GET_CAPABILITIES:
-        return capabilities(argument);
+        host.writeMemory(argument, &bulk_capabilities, sizeof(bulk_capabilities));
+        return {};
     case USBDEVFS_CLAIMINTERFACE:
-        return claim(client, argument);
+        return claim(host, argument);
     case USBDEVFS_RELEASEINTERFACE:
-        return release(client, argument);
+        return release(host, argument);
     case USBDEVFS_GETDRIVER:
-        return driverName(argument);
+        return driverName(host, argument);
     case USBDEVFS_IOCTL:
-        return driverRequest(argument);
+        return driverRequest(host, argument);
     case USBDEVFS_CLEAR_HALT:
     case USBDEVFS_RESET:
     case USBDEVFS_RESETEP:
@@ -72,67 +68,59 @@ UsbDevice::Reply UsbDevice::handle(gulong request, UMockdevIoctlClient* client,
     }
 }
 
-UsbDevice::Reply UsbDevice::capabilities(UMockdevIoctlData* argument) const
-{
-    const auto data = pointee<quint32>(argument);
-    if (!data)
-        return failed(EFAULT);
-    *as<quint32>(data) = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION
-        | USBDEVFS_CAP_NO_PACKET_SIZE_LIM | USBDEVFS_CAP_BULK_SCATTER_GATHER
-        | USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
-    return {};
-}
-
 UsbDevice::Interface* UsbDevice::interfaceAt(quint32 number)
 {
     return int(number) < m_description.interfaces() ? &m_interfaces.at(number) : nullptr;
 }
 
-UsbDevice::Reply UsbDevice::claim(const UMockdevIoctlClient* client, UMockdevIoctlData* argument)
+UsbDevice::Reply UsbDevice::claim(NodeClient& host, unsigned long argument)
 {
-    const auto number = pointee<quint32>(argument);
-    Interface* interface = number ? interfaceAt(*as<quint32>(number)) : nullptr;
+    quint32 number = 0;
+    host.readMemory(argument, &number, sizeof(number));
+    Interface* interface = interfaceAt(number);
     if (interface == nullptr)
         return failed(EINVAL);
-    const bool taken = interface->claimed_by != nullptr && interface->claimed_by != client;
+    const bool taken = interface->claimed_by != nullptr && interface->claimed_by != &host;
     if (taken || interface->has_driver || (m_pod && !m_pod->claim()))
         return failed(EBUSY);
-    interface->claimed_by = client;
+    interface->claimed_by = &host;
     return {};
 }
 
-UsbDevice::Reply UsbDevice::release(const UMockdevIoctlClient* client, UMockdevIoctlData* argument)
+UsbDevice::Reply UsbDevice::release(NodeClient& host, unsigned long argument)
 {
-    const auto number = pointee<quint32>(argument);
-    Interface* interface = number ? interfaceAt(*as<quint32>(number)) : nullptr;
-    if (interface == nullptr || interface->claimed_by != client)
+    quint32 number = 0;
+    host.readMemory(argument, &number, sizeof(number));
+    Interface* interface = interfaceAt(number);
+    if (interface == nullptr || interface->claimed_by != &host)
         return failed(EINVAL);
     interface->claimed_by = nullptr;
     return {};
 }
 
-UsbDevice::Reply UsbDevice::driverName(UMockdevIoctlData* argument)
+UsbDevice::Reply UsbDevice::driverName(NodeClient& host, unsigned long argument)
 {
-    const auto data = pointee<usbdevfs_getdriver>(argument);
-    const Interface* interface
-        = data ? interfaceAt(as<usbdevfs_getdriver>(data)->interface) : nullptr;
+    usbdevfs_getdriver query{};
+    host.readMemory(argument, &query, sizeof(query));
+    const Interface* interface = interfaceAt(query.interface);
     if (interface == nullptr)
         return failed(EINVAL);
     if (!interface->has_driver && interface->claimed_by == nullptr)
         return failed(ENODATA);
     const char* kernel_driver = m_description.isHub() ? "hub" : "cdc_acm";
-    qstrncpy(as<usbdevfs_getdriver>(data)->driver,
-             interface->has_driver ? kernel_driver : "usbfs", sizeof(usbdevfs_getdriver::driver));
+    qstrncpy(query.driver, interface->has_driver ? kernel_driver : "usbfs", sizeof(query.driver));
+    host.writeMemory(argument, &query, sizeof(query));
     return {};
 }
 
-UsbDevice::Reply UsbDevice::driverRequest(UMockdevIoctlData* argument)
+UsbDevice::Reply UsbDevice::driverRequest(NodeClient& host, unsigned long argument)
 {
-    const auto data = pointee<usbdevfs_ioctl>(argument);
-    Interface* interface = data ? interfaceAt(quint32(as<usbdevfs_ioctl>(data)->ifno)) : nullptr;
+    usbdevfs_ioctl query{};
+    host.readMemory(argument, &query, sizeof(query));
+    Interface* interface = interfaceAt(quint32(query.ifno));
     if (interface == nullptr)
         return failed(EINVAL);
-    switch (unsigned(as<usbdevfs_ioctl>(data)->ioctl_code)) {
+    switch (unsigned(query.ioctl_code)) {
     case USBDEVFS_DISCONNECT:
         if (!interface->has_driver)
             return failed(ENODATA);
@@ -150,11 +138,11 @@ UsbDevice::Reply UsbDevice::driverRequest(UMockdevIoctlData* argument)
     }
 }
 
-UsbDevice::Reply UsbDevice::submit(UMockdevIoctlClient* client, UMockdevIoctlData* argument)
+UsbDevice::Reply UsbDevice::submit(NodeClient& host, unsigned long argument)
 {
-    Urb urb(client, argument);
+    Urb urb(host, argument);
     if (!urb.isValid())
-        return failed(EFAULT);
+        return failed(EINVAL);
     if (urb.type() == USBDEVFS_URB_TYPE_CONTROL)
         return control(std::move(urb));
     const bool known = urb.endpoint() == endpoint_out || urb.endpoint() == endpoint_in;
@@ -182,13 +170,11 @@ UsbDevice::Reply UsbDevice::control(Urb urb)
     return {};
 }
 
-UsbDevice::Reply UsbDevice::discard(UMockdevIoctlData* argument)
+UsbDevice::Reply UsbDevice::discard(const NodeClient& host, unsigned long address)
 {
-    gulong address = 0;
-    std::memcpy(&address, argument->data, sizeof(address));
     for (Urbs* queue : {&m_out, &m_in}) {
         const auto found = std::find_if(queue->begin(), queue->end(), [&](const Urb& urb) {
-            return urb.address() == address;
+            return urb.host() == &host && urb.address() == address;
         });
         if (found == queue->end())
             continue;
@@ -199,10 +185,10 @@ UsbDevice::Reply UsbDevice::discard(UMockdevIoctlData* argument)
     return failed(EINVAL);
 }
 
-UsbDevice::Reply UsbDevice::reap(const UMockdevIoctlClient* client, UMockdevIoctlData* argument)
+UsbDevice::Reply UsbDevice::reap(const NodeClient& host, unsigned long argument)
 {
     const auto found = std::find_if(m_finished.begin(), m_finished.end(),
-                                    [&](const Urb& urb) { return urb.client() == client; });
+                                    [&](const Urb& urb) { return urb.host() == &host; });
     if (found == m_finished.end()) {
         ++m_empty_reaps;
         return failed(m_connected ? EAGAIN : ENODEV);
@@ -212,14 +198,15 @@ UsbDevice::Reply UsbDevice::reap(const UMockdevIoctlClient* client, UMockdevIoct
     return {};
 }
 
-void UsbDevice::clientGone(const UMockdevIoctlClient* client)
+void UsbDevice::clientGone(const NodeClient& host)
 {
     for (Urbs* queue : {&m_out, &m_in, &m_finished})
-        queue->remove_if([&](const Urb& urb) { return urb.client() == client; });
+        queue->remove_if([&](const Urb& urb) { return urb.host() == &host; });
     for (Interface& interface : m_interfaces) {
-        if (interface.claimed_by == client)
+        if (interface.claimed_by == &host)
             interface.claimed_by = nullptr;
     }
+    advance(std::chrono::steady_clock::now());
 }
 
 void UsbDevice::advance(Pacer::TimePoint now)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "pod/podmodel.h"
+#include "testbed/nodehandler.h"
 #include "usb/devicenode.h"
 #include "usb/pacer.h"
 #include "usb/urb.h"
@@ -13,25 +14,19 @@
 
 /// One device on the bus as the kernel's usbfs presents it to those who have its node open: claims,
 /// the kernel driver, control requests, and the bulk requests of a pod at the speed of its wire.
-/// Not thread-safe: its server's mutex guards it. Failures are the kernel's errno values.
-class UsbDevice
+/// Its node server's mutex guards it. Failures are the kernel's errno values.
+class UsbDevice : public NodeHandler
 {
 public:
-    struct Reply
-    {
-        int value = 0; ///< of the ioctl call; -1 with an error
-        int error = 0; ///< errno
-    };
-
     /// A hub has no pod.
     UsbDevice(UsbDescription description, const QString& node_path, std::unique_ptr<PodModel> pod);
 
-    Reply handle(gulong request, UMockdevIoctlClient* client, UMockdevIoctlData* argument);
-    void clientGone(const UMockdevIoctlClient* client);
+    void handle(NodeClient& host, const NodeCall& call) override;
+    void clientGone(const NodeClient& host) override;
     /// Ends every transfer whose bytes have passed by now.
-    void advance(Pacer::TimePoint now);
-    /// When the next one will have passed; none while nothing moves.
-    std::optional<Pacer::TimePoint> nextDue() const;
+    void advance(TimePoint now) override;
+    std::optional<TimePoint> nextDue() const override;
+
     /// It leaves the bus: every open request ends, every later one fails.
     void disconnect();
     bool isConnected() const { return m_connected; }
@@ -41,29 +36,34 @@ public:
     int emptyReaps() const { return m_empty_reaps; }
 
 private:
+    struct Reply
+    {
+        long value = 0; ///< of the ioctl call; -1 with an error
+        int error = 0;  ///< errno
+    };
     struct Interface
     {
-        bool has_driver = false;
-        const UMockdevIoctlClient* claimed_by = nullptr;
+        bool has_driver = true;
+        const NodeClient* claimed_by = nullptr;
     };
 
     static Reply failed(int error) { return {-1, error}; }
-    Reply capabilities(UMockdevIoctlData* argument) const;
-    Reply claim(const UMockdevIoctlClient* client, UMockdevIoctlData* argument);
-    Reply release(const UMockdevIoctlClient* client, UMockdevIoctlData* argument);
-    Reply driverName(UMockdevIoctlData* argument);
-    Reply driverRequest(UMockdevIoctlData* argument);
-    Reply submit(UMockdevIoctlClient* client, UMockdevIoctlData* argument);
-    Reply discard(UMockdevIoctlData* argument);
-    Reply reap(const UMockdevIoctlClient* client, UMockdevIoctlData* argument);
+    Reply answer(NodeClient& host, unsigned long request, unsigned long argument);
+    Reply claim(NodeClient& host, unsigned long argument);
+    Reply release(NodeClient& host, unsigned long argument);
+    Reply driverName(NodeClient& host, unsigned long argument);
+    Reply driverRequest(NodeClient& host, unsigned long argument);
+    Reply submit(NodeClient& host, unsigned long argument);
+    Reply discard(const NodeClient& host, unsigned long address);
+    Reply reap(const NodeClient& host, unsigned long argument);
     Reply control(Urb urb);
 
     using Urbs = std::list<Urb>;
     Interface* interfaceAt(quint32 number);
-    bool beginOut(Urb& urb, Pacer::TimePoint now);
-    bool beginIn(Urb& urb, Pacer::TimePoint now);
-    void advanceOut(Pacer::TimePoint now);
-    void advanceIn(Pacer::TimePoint now);
+    bool beginOut(Urb& urb, TimePoint now);
+    bool beginIn(Urb& urb, TimePoint now);
+    void advanceOut(TimePoint now);
+    void advanceIn(TimePoint now);
     void finish(Urbs& from, int status, int actual_length_bytes);
 
     UsbDescription m_description;
