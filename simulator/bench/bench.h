@@ -6,7 +6,6 @@
 #include "bench/screenclient.h"
 #include "bench/screenreader.h"
 #include "bench/station.h"
-#include "i2c/serialnumbermemory.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -79,7 +78,6 @@ private:
     bool m_window;
     BenchFolder m_folder;
     PodRack m_rack;
-    SerialNumberMemory m_serial_number;
     Station m_station;
     ScreenClient m_screen;
     ScreenReader m_reader;

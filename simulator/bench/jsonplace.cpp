@@ -18,8 +18,10 @@ QString lineAndColumn(const QByteArray& json, int offset_bytes)
 } // namespace
 
 JsonPlace::JsonPlace(QJsonValue value, QString place)
-    : m_value(std::move(value)), m_place(std::move(place))
-{}
+    : m_value(std::move(value))
+    , m_place(std::move(place))
+{
+}
 
 JsonPlace JsonPlace::parse(const QByteArray& json, const QString& file_name)
 {
@@ -97,7 +99,10 @@ JsonPlace JsonPlace::member(const QString& name) const
     return {m_value.toObject().value(name), m_place + QLatin1Char(top ? ' ' : '.') + name};
 }
 
-QStringList JsonPlace::memberNames() const { return m_value.toObject().keys(); }
+QStringList JsonPlace::memberNames() const
+{
+    return m_value.toObject().keys();
+}
 
 void JsonPlace::allowMembers(const QStringList& names) const
 {
@@ -105,7 +110,8 @@ void JsonPlace::allowMembers(const QStringList& names) const
         refuse(QStringLiteral("an object is needed here"));
     for (const QString& name : memberNames())
         if (!names.contains(name))
-            refuse(QStringLiteral("unknown '%1'; known are: %2").arg(name, names.join(QStringLiteral(", "))));
+            refuse(QStringLiteral("unknown '%1'; known are: %2")
+                       .arg(name, names.join(QStringLiteral(", "))));
 }
 
 void JsonPlace::refuse(const QString& complaint) const

@@ -37,7 +37,8 @@ public:
 
     [[noreturn]] void refuse(const QString& complaint) const;
     /// Runs a parser of text over this value; its complaint gets the place.
-    template <typename Parser> auto parsed(Parser parser) const
+    template <typename Parser>
+    auto parsed(Parser parser) const
     {
         const QString written = text();
         try {
