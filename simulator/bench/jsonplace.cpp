@@ -7,12 +7,9 @@
 
 namespace {
 
-QString lineAndColumn(const QByteArray& json, int offset_bytes)
+int lineOf(const QByteArray& json, int offset_bytes)
 {
-    const QByteArray before = json.left(offset_bytes);
-    return QStringLiteral("line %1, column %2")
-        .arg(before.count('\n') + 1)
-        .arg(offset_bytes - before.lastIndexOf('\n'));
+    return json.left(offset_bytes).count('\n') + 1;
 }
 
 } // namespace
@@ -28,8 +25,10 @@ JsonPlace JsonPlace::parse(const QByteArray& json, const QString& file_name)
     QJsonParseError error{};
     const QJsonDocument document = QJsonDocument::fromJson(json, &error);
     if (error.error != QJsonParseError::NoError)
-        throw BadInput(QStringLiteral("%1: %2: %3")
-                           .arg(file_name, lineAndColumn(json, error.offset), error.errorString()));
+        throw BadInput(QStringLiteral("%1: line %2: %3")
+                           .arg(file_name)
+                           .arg(lineOf(json, error.offset))
+                           .arg(error.errorString()));
     if (!document.isObject())
         throw BadInput(QStringLiteral("%1: the scenario must be an object").arg(file_name));
     return {document.object(), file_name + QLatin1Char(':')};

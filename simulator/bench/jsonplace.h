@@ -15,7 +15,7 @@ class JsonPlace
 {
 public:
     JsonPlace(QJsonValue value, QString place);
-    /// The whole document. Throws BadInput with line and column when it is not JSON.
+    /// The whole document. Throws BadInput with the line when it is not JSON.
     static JsonPlace parse(const QByteArray& json, const QString& file_name);
 
     QString text() const;

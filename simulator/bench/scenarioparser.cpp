@@ -168,7 +168,7 @@ void readAfter(const JsonPlace& after, Step& step)
     if (after.memberNames().isEmpty())
         after.refuse(QStringLiteral("an event is needed here"));
     for (const QString& event : after.memberNames()) {
-        if (event == key("log"))
+        if (event == key("log") || (event == key("times") && !after.has(key("log"))))
             step.conditions.push_back(logCondition(after));
         else if (event != key("times"))
             step.conditions.push_back(conditionOf(event, after.member(event)));
