@@ -1,7 +1,6 @@
 #include "bench/archivecheck.h"
 
 #include <QCryptographicHash>
-
 #include <quazip/quazip.h>
 #include <quazip/quazipfile.h>
 
@@ -83,9 +82,11 @@ QStringList checkArchive(const std::vector<ArchiveEntry>& entries,
         if (!holdsRecording(entries, recording))
             problems += complaintAbout(recording, entries);
     for (std::size_t i = 1; i < entries.size(); ++i)
-        if (std::none_of(known.begin(), known.end(), [&entry = entries[i]](const KnownRecording& one) {
-                return isRecording(entry, one);
-            }))
-            problems += QStringLiteral("%1 is no recording that belongs there").arg(entries[i].name);
+        if (std::none_of(known.begin(), known.end(),
+                         [&entry = entries[i]](const KnownRecording& one) {
+                             return isRecording(entry, one);
+                         }))
+            problems +=
+                QStringLiteral("%1 is no recording that belongs there").arg(entries[i].name);
     return problems;
 }

@@ -34,11 +34,12 @@ SandboxSettings sandboxFor(const BenchSettings& settings, const BenchFolder& fol
 } // namespace
 
 Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
-    : m_scenario(scenario), m_window(settings.window), m_folder(settings.kept_folder),
-      m_rack(settings.seed), m_station(sandboxFor(settings, m_folder, m_rack), m_folder.log(),
-                                       settings.echo_log)
+    : m_scenario(scenario)
+    , m_window(settings.window)
+    , m_folder(settings.kept_folder)
+    , m_rack(settings.seed)
+    , m_station(sandboxFor(settings, m_folder, m_rack), m_folder.log(), settings.echo_log)
 {
-    SerialNumberMemory::install(m_rack.testbed());
     for (int slot = 0; slot < k_slot_count; ++slot)
         m_rack.setPlan(slot, scenario.plans.at(slot));
     connect(&m_rack, &PodRack::changed, this, &Bench::noteChange);
@@ -87,7 +88,8 @@ bool Bench::holdsForPods(const Condition& condition) const
 {
     switch (condition.kind) {
     case Condition::Kind::ReadoutBegun:
-        return allPods(condition.slot_set, [](const PodReport& pod) { return pod.readouts_begun > 0; });
+        return allPods(condition.slot_set,
+                       [](const PodReport& pod) { return pod.readouts_begun > 0; });
     case Condition::Kind::ReadoutCompleted:
         return allPods(condition.slot_set,
                        [](const PodReport& pod) { return pod.readouts_completed > 0; });
@@ -180,7 +182,10 @@ QString Bench::act(const verb::Status& /*status*/)
     return statusText(m_rack, m_folder, m_panel_code);
 }
 
-QString Bench::act(const verb::Help& /*help*/) { return verbHelp(); }
+QString Bench::act(const verb::Help& /*help*/)
+{
+    return verbHelp();
+}
 
 void Bench::startStation()
 {

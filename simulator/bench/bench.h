@@ -6,7 +6,6 @@
 #include "bench/screenclient.h"
 #include "bench/screenreader.h"
 #include "bench/station.h"
-#include "i2c/serialnumbermemory.h"
 
 #include <QElapsedTimer>
 #include <QObject>

@@ -1,10 +1,10 @@
 #include "bench/interruption.h"
 
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <csignal>
+#include <unistd.h>
 
 namespace {
 
@@ -20,8 +20,8 @@ void noteSignal(int /*signal*/)
 } // namespace
 
 Interruption::Interruption()
-    : m_event(::eventfd(0, EFD_CLOEXEC)),
-      m_notifier(std::make_unique<QSocketNotifier>(m_event.get(), QSocketNotifier::Read))
+    : m_event(::eventfd(0, EFD_CLOEXEC))
+    , m_notifier(std::make_unique<QSocketNotifier>(m_event.get(), QSocketNotifier::Read))
 {
     event_fd = m_event.get();
     struct sigaction action = {};

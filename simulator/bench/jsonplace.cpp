@@ -7,27 +7,28 @@
 
 namespace {
 
-QString lineAndColumn(const QByteArray& json, int offset_bytes)
+int lineOf(const QByteArray& json, int offset_bytes)
 {
-    const QByteArray before = json.left(offset_bytes);
-    return QStringLiteral("line %1, column %2")
-        .arg(before.count('\n') + 1)
-        .arg(offset_bytes - before.lastIndexOf('\n'));
+    return json.left(offset_bytes).count('\n') + 1;
 }
 
 } // namespace
 
 JsonPlace::JsonPlace(QJsonValue value, QString place)
-    : m_value(std::move(value)), m_place(std::move(place))
-{}
+    : m_value(std::move(value))
+    , m_place(std::move(place))
+{
+}
 
 JsonPlace JsonPlace::parse(const QByteArray& json, const QString& file_name)
 {
     QJsonParseError error{};
     const QJsonDocument document = QJsonDocument::fromJson(json, &error);
     if (error.error != QJsonParseError::NoError)
-        throw BadInput(QStringLiteral("%1: %2: %3")
-                           .arg(file_name, lineAndColumn(json, error.offset), error.errorString()));
+        throw BadInput(QStringLiteral("%1: line %2: %3")
+                           .arg(file_name)
+                           .arg(lineOf(json, error.offset))
+                           .arg(error.errorString()));
     if (!document.isObject())
         throw BadInput(QStringLiteral("%1: the scenario must be an object").arg(file_name));
     return {document.object(), file_name + QLatin1Char(':')};
@@ -97,7 +98,10 @@ JsonPlace JsonPlace::member(const QString& name) const
     return {m_value.toObject().value(name), m_place + QLatin1Char(top ? ' ' : '.') + name};
 }
 
-QStringList JsonPlace::memberNames() const { return m_value.toObject().keys(); }
+QStringList JsonPlace::memberNames() const
+{
+    return m_value.toObject().keys();
+}
 
 void JsonPlace::allowMembers(const QStringList& names) const
 {
@@ -105,7 +109,8 @@ void JsonPlace::allowMembers(const QStringList& names) const
         refuse(QStringLiteral("an object is needed here"));
     for (const QString& name : memberNames())
         if (!names.contains(name))
-            refuse(QStringLiteral("unknown '%1'; known are: %2").arg(name, names.join(QStringLiteral(", "))));
+            refuse(QStringLiteral("unknown '%1'; known are: %2")
+                       .arg(name, names.join(QStringLiteral(", "))));
 }
 
 void JsonPlace::refuse(const QString& complaint) const

@@ -15,7 +15,7 @@ class JsonPlace
 {
 public:
     JsonPlace(QJsonValue value, QString place);
-    /// The whole document. Throws BadInput with line and column when it is not JSON.
+    /// The whole document. Throws BadInput with the line when it is not JSON.
     static JsonPlace parse(const QByteArray& json, const QString& file_name);
 
     QString text() const;
@@ -37,7 +37,8 @@ public:
 
     [[noreturn]] void refuse(const QString& complaint) const;
     /// Runs a parser of text over this value; its complaint gets the place.
-    template <typename Parser> auto parsed(Parser parser) const
+    template <typename Parser>
+    auto parsed(Parser parser) const
     {
         const QString written = text();
         try {

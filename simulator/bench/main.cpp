@@ -45,7 +45,8 @@ void needPrograms(const Options& options)
 {
     for (const QString& program : {QStringLiteral("bwrap"), QStringLiteral("socat")})
         if (QStandardPaths::findExecutable(program).isEmpty())
-            throw BadInput(QStringLiteral("%1 is not installed; scripts/setup does it").arg(program));
+            throw BadInput(
+                QStringLiteral("%1 is not installed; scripts/setup does it").arg(program));
     if (!QFileInfo(options.station_program).isExecutable())
         throw BadInput(QStringLiteral("%1 is no program").arg(options.station_program));
 }

@@ -7,7 +7,10 @@
 
 namespace {
 
-QString option(const char* name) { return QLatin1String(name); }
+QString option(const char* name)
+{
+    return QLatin1String(name);
+}
 
 void addOptions(QCommandLineParser& parser)
 {
@@ -21,7 +24,8 @@ void addOptions(QCommandLineParser& parser)
     add("display", "Where the screen is: auto (usual), window, vnc or none.", "KIND");
     add("station", "The station program (usual: the one built beside the bench).", "PATH");
     add("scenario", "Play a scenario file.", "FILE");
-    add("once", "Play to the end without a person, check everything, and exit 0 if it is right.", "");
+    add("once", "Play to the end without a person, check everything, and exit 0 if it is right.",
+        "");
     add("screenshot", "Where --once saves the screen's last picture.", "FILE");
     add("keep", "Keep the station's storage, the stick and the log in this folder.", "DIR");
     add("seed", "Other pods and recordings (1).", "N");
@@ -72,11 +76,14 @@ void refuseContradictions(const QCommandLineParser& parser)
         return parser.isSet(option(one)) && parser.isSet(option(other));
     };
     if (both("scenario", "pods") || both("scenario", "no-stick"))
-        throw BadInput(QStringLiteral("with --scenario, the file says which pods and stick there are"));
+        throw BadInput(
+            QStringLiteral("with --scenario, the file says which pods and stick there are"));
     if (both("once", "no-stick"))
-        throw BadInput(QStringLiteral("--once ends when the archive is on the stick: it needs one"));
+        throw BadInput(
+            QStringLiteral("--once ends when the archive is on the stick: it needs one"));
     if (parser.isSet(option("screenshot")) && !parser.isSet(option("once")))
-        throw BadInput(QStringLiteral("--screenshot belongs to --once; at the prompt, type screenshot"));
+        throw BadInput(
+            QStringLiteral("--screenshot belongs to --once; at the prompt, type screenshot"));
     if (parser.isSet(option("once")) && displayOf(parser) == Display::Window)
         throw BadInput(QStringLiteral("--once looks at the screen itself: no --display window"));
 }

@@ -23,9 +23,9 @@ QByteArray udidFor(int slot, quint64 bench_seed)
 
 PodSettings settingsFor(const PodPlan& plan, int slot, quint64 bench_seed, int generation)
 {
-    const std::array<quint32, 4> mixed{static_cast<quint32>(bench_seed),
-                                       static_cast<quint32>(bench_seed >> 32),
-                                       static_cast<quint32>(slot), static_cast<quint32>(generation)};
+    const std::array<quint32, 4> mixed{
+        static_cast<quint32>(bench_seed), static_cast<quint32>(bench_seed >> 32),
+        static_cast<quint32>(slot), static_cast<quint32>(generation)};
     QRandomGenerator random(mixed.data(), mixed.size());
     PodSettings settings;
     settings.udid = plan.udid.value_or(udidFor(slot, bench_seed));

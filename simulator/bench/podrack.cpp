@@ -1,9 +1,12 @@
 #include "bench/podrack.h"
 
 #include "bench/badinput.h"
+#include "i2c/serialnumbermemory.h"
 
-PodRack::PodRack(quint64 seed) : m_seed(seed)
+PodRack::PodRack(quint64 seed)
+    : m_seed(seed)
 {
+    SerialNumberMemory::install(m_bus.testbed());
     for (const auto signal : {&UsbBus::readoutBegun, &UsbBus::readoutCompleted, &UsbBus::podErased,
                               &UsbBus::podCharged, &UsbBus::podVanished})
         connect(&m_bus, signal, this, &PodRack::changed);

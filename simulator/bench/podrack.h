@@ -21,7 +21,6 @@ public:
     explicit PodRack(quint64 seed);
 
     QString testbedFolder() const { return m_bus.testbedDir(); }
-    Testbed& testbed() { return m_bus.testbed(); }
 
     void setPlan(int slot, const PodPlan& plan) { m_places.at(slot).plan = plan; }
     void setFault(const SlotSet& slot_set, PodFault fault);

@@ -5,12 +5,13 @@
 
 #include <QTextStream>
 
+#include <array>
 #include <unistd.h>
 
-#include <array>
-
 Prompt::Prompt(Bench& bench, const PodPlan& usual)
-    : m_bench(bench), m_usual(usual), m_notifier(STDIN_FILENO, QSocketNotifier::Read)
+    : m_bench(bench)
+    , m_usual(usual)
+    , m_notifier(STDIN_FILENO, QSocketNotifier::Read)
 {
     connect(&m_notifier, &QSocketNotifier::activated, this, &Prompt::readInput);
     connect(&bench.station(), &Station::ended, this, [this](int exit_code) {

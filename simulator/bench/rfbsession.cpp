@@ -151,7 +151,8 @@ bool RfbSession::readMessage()
         m_expecting = Expecting::Text;
         return true;
     default:
-        return fail(QStringLiteral("unknown message %1").arg(m_input.at(m_consumed)));
+        return fail(
+            QStringLiteral("unknown message %1").arg(static_cast<int>(m_input.at(m_consumed))));
     }
 }
 

@@ -18,7 +18,8 @@ Scenario plainScenario(const PodPlan& plan, SlotSet slot_set, bool stick, const 
         {Condition::Kind::Panel, SlotSet(), QString(), k_copied},
     };
     if (!screenshot.isEmpty())
-        scenario.steps.push_back({all_done, verb::Screenshot{screenshot}, QStringLiteral("picture")});
+        scenario.steps.push_back(
+            {all_done, verb::Screenshot{screenshot}, QStringLiteral("picture")});
     scenario.steps.push_back({all_done, verb::Quit{}, QStringLiteral("end")});
     return scenario;
 }

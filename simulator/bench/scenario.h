@@ -42,15 +42,20 @@ struct Screenshot
     QString file;
 };
 struct Quit
-{};
+{
+};
 struct KillStation
-{};
+{
+};
 struct RestartStation
-{};
+{
+};
 struct Status
-{};
+{
+};
 struct Help
-{};
+{
+};
 } // namespace verb
 
 using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::Touch,
@@ -113,4 +118,5 @@ struct Scenario
 
 /// The plain road: the given places plugged from the start, everything archived, copied, erased and
 /// charged; then, if run unattended, a screenshot (unless the name is empty) and the end.
-Scenario plainScenario(const PodPlan& plan, SlotSet slot_set, bool stick, const QString& screenshot);
+Scenario plainScenario(const PodPlan& plan, SlotSet slot_set, bool stick,
+                       const QString& screenshot);

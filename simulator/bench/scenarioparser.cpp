@@ -11,9 +11,15 @@ namespace {
 
 constexpr int k_most = std::numeric_limits<int>::max();
 
-QString key(const char* name) { return QLatin1String(name); }
+QString key(const char* name)
+{
+    return QLatin1String(name);
+}
 
-PodFault faultOf(const JsonPlace& place) { return place.parsed(faultFromText); }
+PodFault faultOf(const JsonPlace& place)
+{
+    return place.parsed(faultFromText);
+}
 
 QByteArray udidFromText(const QString& text)
 {
@@ -96,7 +102,10 @@ verb::Touch touchOf(const JsonPlace& place)
     return {QPoint(numbers[0].number(0, 479), numbers[1].number(0, 271))};
 }
 
-verb::Screenshot screenshotOf(const JsonPlace& place) { return {place.text()}; }
+verb::Screenshot screenshotOf(const JsonPlace& place)
+{
+    return {place.text()};
+}
 
 Verb stationVerbOf(const JsonPlace& place)
 {
@@ -130,10 +139,12 @@ using Kind = Condition::Kind;
 
 Condition conditionOf(const QString& event, const JsonPlace& value)
 {
-    static const QMap<QString, Kind> of_slots{
-        {key("readout begun"), Kind::ReadoutBegun}, {key("erased"), Kind::Erased},
-        {key("readout completed"), Kind::ReadoutCompleted}, {key("charged"), Kind::Charged},
-        {key("vanished"), Kind::Vanished}, {key("gauge full"), Kind::GaugeFull}};
+    static const QMap<QString, Kind> of_slots{{key("readout begun"), Kind::ReadoutBegun},
+                                              {key("erased"), Kind::Erased},
+                                              {key("readout completed"), Kind::ReadoutCompleted},
+                                              {key("charged"), Kind::Charged},
+                                              {key("vanished"), Kind::Vanished},
+                                              {key("gauge full"), Kind::GaugeFull}};
     if (of_slots.contains(event))
         return {of_slots.value(event), value.slotSet(), QString(), 0};
     if (event == key("panel"))
@@ -157,7 +168,7 @@ void readAfter(const JsonPlace& after, Step& step)
     if (after.memberNames().isEmpty())
         after.refuse(QStringLiteral("an event is needed here"));
     for (const QString& event : after.memberNames()) {
-        if (event == key("log"))
+        if (event == key("log") || (event == key("times") && !after.has(key("log"))))
             step.conditions.push_back(logCondition(after));
         else if (event != key("times"))
             step.conditions.push_back(conditionOf(event, after.member(event)));
@@ -198,7 +209,8 @@ Expectations readExpectations(const JsonPlace& place)
         {key("log lacks"), [&](const JsonPlace& value) { expect.log_lacks = value.texts(); }},
         {key("warnings"), [&](const JsonPlace& value) { expect.warnings = value.texts(); }},
         {key("entries"), [&](const JsonPlace& value) { expect.entries = value.number(0, k_most); }},
-        {key("exit code"), [&](const JsonPlace& value) { expect.exit_code = value.number(0, 255); }},
+        {key("exit code"),
+         [&](const JsonPlace& value) { expect.exit_code = value.number(0, 255); }},
         {key("on stick"), [&](const JsonPlace& value) { expect.on_stick = value.flag(); }},
     };
     place.allowMembers(readers.keys());
@@ -213,8 +225,8 @@ Expectations readExpectations(const JsonPlace& place)
 Scenario parseScenario(const QByteArray& json, const QString& file_name, const PodPlan& usual)
 {
     const JsonPlace file = JsonPlace::parse(json, file_name);
-    file.allowMembers({key("name"), key("pods"), key("stick"), key("steps"), key("expect"),
-                       key("time limit")});
+    file.allowMembers(
+        {key("name"), key("pods"), key("stick"), key("steps"), key("expect"), key("time limit")});
     Scenario scenario;
     scenario.name = file.member(key("name")).text();
     scenario.plans.fill(usual);
@@ -225,8 +237,8 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
     if (file.has(key("time limit")))
         scenario.time_limit = std::chrono::seconds(file.member(key("time limit")).number(1, 86400));
     for (const JsonPlace& step : file.member(key("steps")).elements())
-        scenario.steps.push_back(readStep(
-            step, QStringLiteral("step %1").arg(scenario.steps.size() + 1), usual));
+        scenario.steps.push_back(
+            readStep(step, QStringLiteral("step %1").arg(scenario.steps.size() + 1), usual));
     scenario.expect = readExpectations(file.member(key("expect")));
     return scenario;
 }

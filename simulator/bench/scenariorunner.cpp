@@ -10,7 +10,9 @@ constexpr std::chrono::milliseconds k_look_again{50};
 } // namespace
 
 ScenarioRunner::ScenarioRunner(Bench& bench, const Scenario& scenario, Mode mode)
-    : m_bench(bench), m_scenario(scenario), m_mode(mode)
+    : m_bench(bench)
+    , m_scenario(scenario)
+    , m_mode(mode)
 {
     m_limit.setSingleShot(true);
     m_limit.setInterval(scenario.time_limit);

@@ -5,7 +5,10 @@
 #include <cstdlib>
 
 /// A static library's resources are loaded by hand, outside of any namespace.
-static void loadPanelPictures() { Q_INIT_RESOURCE(panel); }
+static void loadPanelPictures()
+{
+    Q_INIT_RESOURCE(panel);
+}
 
 namespace {
 

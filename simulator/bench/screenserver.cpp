@@ -10,7 +10,8 @@ constexpr quint16 k_first_port = 5900;
 constexpr quint16 k_last_port = 5999;
 } // namespace
 
-ScreenServer::ScreenServer(QString screen_socket) : m_screen_socket(std::move(screen_socket))
+ScreenServer::ScreenServer(QString screen_socket)
+    : m_screen_socket(std::move(screen_socket))
 {
     connect(&m_server, &QTcpServer::newConnection, this, &ScreenServer::bridgeNext);
 }

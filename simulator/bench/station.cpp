@@ -5,9 +5,8 @@
 
 #include <QTextStream>
 
-#include <unistd.h>
-
 #include <csignal>
+#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -16,7 +15,10 @@ constexpr int k_signal_exit = 128;
 constexpr int k_threads_without_pods = 2;
 } // namespace
 
-void Station::Process::setupChildProcess() { ::setsid(); }
+void Station::Process::setupChildProcess()
+{
+    ::setsid();
+}
 
 Station::Station(SandboxSettings settings, const QString& log_path, bool echo)
     : m_settings(std::move(settings))

@@ -14,7 +14,8 @@ using Words = QStringList;
 void needWords(const Words& words, int least, int most)
 {
     if (words.size() - 1 < least || words.size() - 1 > most)
-        throw BadInput(QStringLiteral("that is not how '%1' is written; see help").arg(words.front()));
+        throw BadInput(
+            QStringLiteral("that is not how '%1' is written; see help").arg(words.front()));
 }
 
 /// plug PLACES [SIZE] [FAULT...]: the fault's name is what follows the size, or the places.
@@ -73,7 +74,8 @@ Verb screenshotOf(const Words& words, const PodPlan& /*usual*/)
     return verb::Screenshot{words.at(1)};
 }
 
-template <typename Plain> Verb plainVerb(const Words& words, const PodPlan& /*usual*/)
+template <typename Plain>
+Verb plainVerb(const Words& words, const PodPlan& /*usual*/)
 {
     needWords(words, 0, 0);
     return Plain{};

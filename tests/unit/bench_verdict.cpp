@@ -1,0 +1,148 @@
+#include "bench/archivecheck.h"
+#include "bench/badinput.h"
+#include "bench/podrack.h"
+#include "bench/stationlog.h"
+
+#include <QCryptographicHash>
+#include <QTemporaryDir>
+#include <QtTest>
+#include <quazip/quazip.h>
+#include <quazip/quazipfile.h>
+
+namespace {
+
+using Files = QList<QPair<QString, QByteArray>>;
+
+QByteArray digest(const QByteArray& bytes)
+{
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
+}
+
+void writeArchive(const QString& path, const Files& files)
+{
+    QuaZip archive(path);
+    QVERIFY(archive.open(QuaZip::mdCreate));
+    for (const auto& [name, bytes] : files) {
+        QuaZipFile file(&archive);
+        QVERIFY(file.open(QIODevice::WriteOnly, QuaZipNewInfo(name), nullptr, 0, 0)); // stored
+        QCOMPARE(file.write(bytes), qint64(bytes.size()));
+        file.close();
+    }
+    archive.close();
+}
+
+KnownRecording recording(int slot, const QString& name, const QByteArray& bytes)
+{
+    return {slot, name, static_cast<quint32>(bytes.size()), digest(bytes)};
+}
+
+const QPair<QString, QByteArray> infos{QStringLiteral("infos.log"), "Serial number: 1"};
+
+} // namespace
+
+/// What the bench concludes: from an archive, from the log, and about pods that come and go.
+class BenchVerdictTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void checksArchives_data();
+    void checksArchives();
+    void seesDamageInsideAnArchive();
+    void findsUnexpectedLines();
+    void keepsAccountOfPods();
+};
+
+void BenchVerdictTest::checksArchives_data()
+{
+    QTest::addColumn<Files>("files");
+    QTest::addColumn<QStringList>("expected");
+    const QPair<QString, QByteArray> a{QStringLiteral("A.ozu"), "aaaa"};
+    const QPair<QString, QByteArray> b{QStringLiteral("B.ozu"), "bbbb"};
+    QTest::newRow("right") << Files{infos, b, a} << QStringList();
+    QTest::newRow("second of a pod")
+        << Files{infos, a, {QStringLiteral("B.ozu_0"), "bbbb"}} << QStringList();
+    QTest::newRow("missing") << Files{infos, a}
+                             << QStringList(QStringLiteral("place 1: B.ozu (4 bytes) is missing"));
+    QTest::newRow("damaged") << Files{infos, a, {QStringLiteral("B.ozu"), "bbbc"}}
+                             << QStringList{
+                                    QStringLiteral("place 1: B.ozu (4 bytes) is damaged"),
+                                    QStringLiteral("B.ozu is no recording that belongs there")};
+    QTest::newRow("extra") << Files{infos, a, b, {QStringLiteral("C.ozu"), "cc"}}
+                           << QStringList(
+                                  QStringLiteral("C.ozu is no recording that belongs there"));
+    QTest::newRow("order") << Files{a, infos, b}
+                           << QStringList{
+                                  QStringLiteral("the information file is not the first entry"),
+                                  QStringLiteral("infos.log is no recording that belongs there")};
+}
+
+void BenchVerdictTest::checksArchives()
+{
+    QFETCH(Files, files);
+    QFETCH(QStringList, expected);
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("a.cvx"));
+    writeArchive(path, files);
+    QStringList problems;
+    const auto entries = readArchive(path, problems);
+    QCOMPARE(problems, QStringList());
+    const std::vector<KnownRecording> known{recording(0, QStringLiteral("A.ozu"), "aaaa"),
+                                            recording(1, QStringLiteral("B.ozu"), "bbbb")};
+    QCOMPARE(checkArchive(entries, known, known), expected);
+}
+
+void BenchVerdictTest::seesDamageInsideAnArchive()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("a.cvx"));
+    QStringList problems;
+    QVERIFY(readArchive(path, problems).empty());
+    QCOMPARE(problems, QStringList(path + QStringLiteral(" is missing or no archive")));
+
+    writeArchive(path, {infos, {QStringLiteral("A.ozu"), "recorded"}});
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QByteArray bytes = file.readAll();
+    bytes.replace("recorded", "recorDed"); // the checksum now tells otherwise
+    QVERIFY(file.seek(0) && file.write(bytes) == bytes.size());
+    file.close();
+    problems.clear();
+    const auto entries = readArchive(path, problems);
+    QCOMPARE(entries.size(), std::size_t(2));
+    QVERIFY(entries[1].sha256.isEmpty());
+}
+
+void BenchVerdictTest::findsUnexpectedLines()
+{
+    StationLog log;
+    QCOMPARE(log.append("[DEBUG]: one\n[WARN"), QStringList(QStringLiteral("[DEBUG]: one")));
+    log.append("ING]: Download exception: cut\n[WARNING]: qrc:/qml/Pod.qml:3: undefined\n");
+    log.append("[DEBUG]: [CRITICAL]: LibUsb\n[DEBUG]: one\n==9==ERROR: AddressSanitizer: leak\n");
+    log.append("[WARNING]: QVncServer created on port 5900\n");
+    QCOMPARE(log.count(QStringLiteral("one")), 2);
+    const QStringList expected{QStringLiteral("[WARNING]: qrc:/qml/Pod.qml:3: undefined"),
+                               QStringLiteral("==9==ERROR: AddressSanitizer: leak")};
+    QCOMPARE(log.unexpected({QStringLiteral("Download exception"), QStringLiteral("LibUsb")}),
+             expected);
+}
+
+void BenchVerdictTest::keepsAccountOfPods()
+{
+    PodRack rack(7);
+    rack.plug(firstSlots(2));
+    QVERIFY_EXCEPTION_THROWN(rack.plug(slotSetOf(1)), BadInput);
+    QVERIFY_EXCEPTION_THROWN(rack.unplug(slotSetOf(2)), BadInput);
+    const auto before = rack.recordings(firstSlots(2));
+    QCOMPARE(before.size(), std::size_t(2));
+    QVERIFY(before[0].name != before[1].name);
+    QVERIFY(before[0].sha256 != before[1].sha256);
+
+    rack.unplug(slotSetOf(1));
+    rack.plug(slotSetOf(1)); // never erased: the same pod with the same recording
+    QCOMPARE(rack.recordings(firstSlots(2))[1].sha256, before[1].sha256);
+    QVERIFY(rack.erasedRecordings().empty());
+}
+
+QTEST_GUILESS_MAIN(BenchVerdictTest)
+#include "bench_verdict.moc"
