@@ -23,6 +23,7 @@ namespace {
 constexpr auto DISCOVERY_DELAY = 3500ms;
 constexpr auto ARCHIVE_INTERVAL = 3h;
 constexpr auto PANEL_INTERVAL = 2000ms;
+constexpr auto TOOL_LIMIT = 30s;
 constexpr int MAX_ARCHIVES = 25;
 
 const QString INFOS_PATH = QStringLiteral("tmp/infos.log");
@@ -37,6 +38,11 @@ QByteArray contentOf(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void runTool(const QString& program, const QStringList& arguments = {})
+{
+    ChildProcess::run(program, arguments, TOOL_LIMIT);
 }
 
 } // namespace
@@ -98,9 +104,8 @@ void Corvane::startNewArchive(FileSaver& saver)
 {
     saver.createNewFile();
     m_current_zip_path = saver.getCurrentFilePath();
-    ZipUtils zip;
-    zip.createZip(m_current_zip_path);
-    zip.addFile(m_current_zip_path, INFOS_PATH);
+    ZipUtils::createZip(m_current_zip_path);
+    ZipUtils::addFile(m_current_zip_path, INFOS_PATH);
 }
 
 void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
@@ -146,7 +151,7 @@ void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
 
 void Corvane::zipFile(const QString& file_path, int idx, ArchiveTicket* ticket)
 {
-    const bool success = ZipUtils().addFile(m_current_zip_path, file_path);
+    const bool success = ZipUtils::addFile(m_current_zip_path, file_path);
     // Before the broadcast, which is what makes the pod look at its ticket.
     const bool pod_gone =
         ticket != nullptr && ticket->settle(success) == ArchiveTicket::Answer::Abandoned;
@@ -189,7 +194,7 @@ void Corvane::updateInfowWindow()
     if (m_saved_to_usb)
         return;
     if (isIdle() && !m_just_updated)
-        runChild(QStringLiteral("lsusb"), {QStringLiteral("-v")});
+        runTool(QStringLiteral("lsusb"), {QStringLiteral("-v")});
     if (m_nb_pods_to_sync == 0 && !m_backup_saved && !new_firmware && !m_no_backup)
         emit syncDone(WaitingForPods);
     if (m_nb_pods_zipped != m_nb_pods_to_sync)
@@ -208,7 +213,7 @@ void Corvane::exportArchive()
         emit syncDone(CopyFailed);
         return;
     }
-    runChild(QStringLiteral("sync"), {});
+    runTool(QStringLiteral("sync"));
     m_saved_to_usb = true;
     if (m_usbkey.umountKey() != 0)
         qDebug() << "Failed to unmount usb key";
