@@ -1,7 +1,7 @@
 corvane_add_test(shell_logger SOURCES unit/shell_logger.cpp)
 corvane_add_test(shell_handover SOURCES unit/shell_handover.cpp)
 corvane_add_test(shell_uibackend SOURCES unit/shell_uibackend.cpp)
-corvane_add_test(shell_screens SOURCES unit/shell_screens.cpp)
+corvane_add_test(shell_screens SOURCES unit/shell_screens.cpp unit/shell_look.cpp)
 # Qt is not instrumented for ThreadSanitizer, so what its libraries do among themselves (picture
 # slices in their thread pool, the test library's watchdog) looks like races. Only memory that those
 # libraries touch themselves is left out; every access in the station's own code still counts.

@@ -1,12 +1,10 @@
 #include "uibackend/uibackend.h"
+#include "unit/shell_look.h"
 
 #include <QDir>
 #include <QPainter>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
-#include <QQuickItem>
-#include <QQuickItemGrabResult>
-#include <QQuickWindow>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -14,7 +12,6 @@
 
 namespace {
 
-constexpr int animation_limit_ms = 30000;
 constexpr int nb_gauges = 30;
 
 const QColor empty_border("#a79d9d");
@@ -31,34 +28,6 @@ void noteMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QS
     if (type != QtDebugMsg && type != QtInfoMsg)
         unexpected_messages.append(message);
 }
-
-QQuickItem* itemNamed(QQuickItem* parent, const char* name)
-{
-    if (parent->objectName() == QLatin1String(name))
-        return parent;
-    for (QQuickItem* child : parent->childItems())
-        if (QQuickItem* found = itemNamed(child, name))
-            return found;
-    return nullptr;
-}
-
-void findGauges(QQuickItem* parent, QMap<int, QQuickItem*>& gauges)
-{
-    const QVariant idx = parent->property("qidx");
-    if (idx.isValid())
-        gauges.insert(idx.toInt(), parent);
-    for (QQuickItem* child : parent->childItems())
-        findGauges(child, gauges);
-}
-
-/// A gauge as somebody in front of the panel sees it.
-struct Look
-{
-    QColor border;
-    QColor fill;
-    int filled_rows = 0;
-    bool bolt = false;
-};
 
 } // namespace
 
@@ -90,8 +59,8 @@ private:
     {
         return m_window->findChild<QObject*>(QLatin1String(name));
     }
-    QImage shot() const;
-    Look look(int idx) const;
+    QImage shot() const { return grabbed(*m_window); }
+    Look look(int idx) const { return lookOf(*m_gauges[idx], shot()); }
     QVariantList state(int idx) const;
     void plugAndCharge(int idx);
     void unplugAndAwaitEmptying(int idx);
@@ -120,7 +89,7 @@ void ScreensTest::initTestCase()
     m_window = qobject_cast<QQuickWindow*>(m_engine->rootObjects().constFirst());
     QVERIFY(m_window);
     QVERIFY(QTest::qWaitForWindowExposed(m_window));
-    findGauges(m_window->contentItem(), m_gauges);
+    m_gauges = gaugesIn(m_window->contentItem());
 }
 
 void ScreensTest::cleanupTestCase()
@@ -135,35 +104,6 @@ void ScreensTest::cleanupTestCase()
 void ScreensTest::cleanup()
 {
     QCOMPARE(unexpected_messages, QStringList());
-}
-
-QImage ScreensTest::shot() const
-{
-    const auto grab = m_window->contentItem()->grabToImage();
-    QSignalSpy ready(grab.data(), &QQuickItemGrabResult::ready);
-    if (!ready.wait(animation_limit_ms))
-        return {};
-    QImage image(m_window->size(), QImage::Format_RGB32);
-    image.fill(m_window->color());
-    QPainter(&image).drawImage(0, 0, grab->image());
-    return image;
-}
-
-Look ScreensTest::look(int idx) const
-{
-    const QImage image = shot();
-    QQuickItem* bar = itemNamed(m_gauges[idx], "bar");
-    const QRect seen = bar->mapRectToScene(bar->boundingRect()).toRect();
-    const int middle_y = seen.center().y();
-    const int column = seen.center().x();
-
-    Look look;
-    look.border = image.pixelColor(seen.left() + 1, middle_y);
-    look.fill = image.pixelColor(column, seen.bottom() - 3);
-    for (int y = seen.top() + 2; y <= seen.bottom() - 2; ++y)
-        look.filled_rows += image.pixelColor(column, y).hsvSaturation() > 100;
-    look.bolt = image.pixelColor(seen.center()).lightness() < 128;
-    return look;
 }
 
 QVariantList ScreensTest::state(int idx) const
