@@ -12,6 +12,11 @@ elseif(NOT CORVANE_SANITIZER STREQUAL "")
   message(FATAL_ERROR "CORVANE_SANITIZER is address, thread or empty, not '${CORVANE_SANITIZER}'")
 endif()
 
+# What every test is run with.
+set(CORVANE_SANITIZER_ENVIRONMENT
+  "TSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan.supp"
+  "LSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/lsan.supp:print_suppressions=0")
+
 # Linked into every program: tells the thread sanitizer of the order that Qt's queued signals keep.
 function(corvane_know_qt_order target)
   if(CORVANE_SANITIZER STREQUAL "thread")

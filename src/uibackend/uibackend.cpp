@@ -7,12 +7,7 @@
 namespace {
 
 /// A value that no caller sends, so the first one of each slot always reaches the screen.
-std::array<int, UIBackEnd::nb_slots> neverSent()
-{
-    std::array<int, UIBackEnd::nb_slots> values{};
-    values.fill(std::numeric_limits<int>::min());
-    return values;
-}
+constexpr int kNeverSent = std::numeric_limits<int>::min();
 
 template <typename T>
 bool change(T& shown, T value)
@@ -27,10 +22,10 @@ bool change(T& shown, T value)
 
 UIBackEnd::UIBackEnd(QObject* parent)
     : QObject(parent)
-    , m_sync_progress(neverSent())
-    , m_upd_progress(neverSent())
-    , m_charging_states(neverSent())
 {
+    m_sync_progress.fill(kNeverSent);
+    m_upd_progress.fill(kNeverSent);
+    m_charging_states.fill(kNeverSent);
 }
 
 void UIBackEnd::setPodSyncProgress(int idx, int progress)
@@ -65,8 +60,11 @@ void UIBackEnd::setChargingState(int idx, int state)
 
 void UIBackEnd::setPodConnection(int idx, bool connected)
 {
-    if (change(m_pod_connection[idx], connected))
-        emit podConnectionChanged(idx, connected);
+    if (!change(m_pod_connection[idx], connected))
+        return;
+    // What the last pod showed is not what this one shows: its first values count again.
+    m_sync_progress[idx] = m_upd_progress[idx] = m_charging_states[idx] = kNeverSent;
+    emit podConnectionChanged(idx, connected);
 }
 
 QByteArray UIBackEnd::readCurrentVersion()

@@ -71,6 +71,13 @@ void UIBackEndTest::connectionIsEmittedOnChange()
     back_end.setPodConnection(5, false);
     QCOMPARE(spy.at(1), (QVariantList{6, true}));
     QCOMPARE(spy.at(2), (QVariantList{5, false}));
+
+    // The next pod in the place fails as the last one did: its gauge must say so too.
+    QSignalSpy progress(&back_end, &UIBackEnd::podSyncProgressChanged);
+    back_end.setPodSyncProgress(5, -2);
+    back_end.setPodConnection(5, true);
+    back_end.setPodSyncProgress(5, -2);
+    QCOMPARE(progress.size(), 2);
 }
 
 void UIBackEndTest::codeIsEmittedOnChange_data()
