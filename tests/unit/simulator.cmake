@@ -14,3 +14,5 @@ if(CORVANE_SANITIZER)
   string(PREPEND preload "${runtime}:")
 endif()
 set_property(TEST simulator_usbbus APPEND PROPERTY ENVIRONMENT "LD_PRELOAD=${preload}")
+set_property(TEST simulator_podmodel simulator_usbbus APPEND PROPERTY ENVIRONMENT
+  "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/cmake/tsan.supp")
