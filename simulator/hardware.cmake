@@ -7,6 +7,7 @@ add_library(corvane_sim_hardware STATIC
   ${CMAKE_CURRENT_LIST_DIR}/pod/recording.cpp
   ${CMAKE_CURRENT_LIST_DIR}/testbed/nodeclient.cpp
   ${CMAKE_CURRENT_LIST_DIR}/testbed/nodeserver.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/testbed/require.cpp
   ${CMAKE_CURRENT_LIST_DIR}/testbed/testbed.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/controlrequest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/devicenode.cpp

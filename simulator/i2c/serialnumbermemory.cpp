@@ -1,8 +1,8 @@
 #include "i2c/serialnumbermemory.h"
 
+#include "testbed/require.h"
 #include "testbed/testbed.h"
 
-#include <QDir>
 #include <QFile>
 
 #include <linux/i2c-dev.h>
@@ -20,9 +20,7 @@ void SerialNumberMemory::install(Testbed& testbed, const QByteArray& eui48)
 {
     const QString node = QStringLiteral("/dev/i2c-3");
     QFile file(testbed.dir() + node);
-    const bool made = file.open(QIODevice::WriteOnly);
-    Q_ASSERT(made);
-    Q_UNUSED(made)
+    require(file.open(QIODevice::WriteOnly), file.fileName());
     testbed.nodes().attach(node, std::make_shared<SerialNumberMemory>(eui48));
 }
 

@@ -2,16 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace {
 
-struct NamedFault
-{
-    PodFault fault;
-    QLatin1String name;
-};
+using NamedFault = std::pair<PodFault, QLatin1String>;
 
-constexpr std::array<NamedFault, 12> named_faults{{
+const std::array<NamedFault, 12> named_faults{{
     {PodFault::None, QLatin1String("none")},
     {PodFault::NoAnswer, QLatin1String("no answer")},
     {PodFault::WrongAck, QLatin1String("wrong ack")},
@@ -31,16 +28,16 @@ constexpr std::array<NamedFault, 12> named_faults{{
 std::optional<PodFault> podFaultFromName(const QString& name)
 {
     const auto* found = std::find_if(named_faults.begin(), named_faults.end(),
-                                     [&](const NamedFault& named) { return name == named.name; });
+                                     [&](const NamedFault& named) { return name == named.second; });
     if (found == named_faults.end())
         return std::nullopt;
-    return found->fault;
+    return found->first;
 }
 
 QString podFaultName(PodFault fault)
 {
     const auto* found = std::find_if(named_faults.begin(), named_faults.end(),
-                                     [&](const NamedFault& named) { return fault == named.fault; });
+                                     [&](const NamedFault& named) { return fault == named.first; });
     Q_ASSERT(found != named_faults.end());
-    return found->name;
+    return found->second;
 }

@@ -1,5 +1,7 @@
 #include "testbed/nodeserver.h"
 
+#include "testbed/require.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -25,8 +27,7 @@ UniqueFd listenAt(const QString& path)
     const bool listening =
         ::bind(fd.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
         ::listen(fd.get(), SOMAXCONN) == 0;
-    Q_ASSERT(listening);
-    Q_UNUSED(listening)
+    require(listening, path);
     return fd;
 }
 

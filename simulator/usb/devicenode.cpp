@@ -1,6 +1,10 @@
 #include "usb/devicenode.h"
 
+#include "testbed/require.h"
+
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 #include <sys/stat.h>
 
@@ -15,12 +19,10 @@ constexpr int smallest_pipe_bytes = 4096;
 DeviceNode::DeviceNode(const QString& path)
     : m_path(QFile::encodeName(path))
 {
-    const bool made = ::mkfifo(m_path.constData(), 0666) == 0;
-    Q_ASSERT(made);
-    Q_UNUSED(made)
+    require(QDir().mkpath(QFileInfo(path).path()), path);
+    require(::mkfifo(m_path.constData(), 0666) == 0, path);
     m_fifo = UniqueFd(::open(m_path.constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
-    Q_ASSERT(m_fifo);
-    ::fcntl(m_fifo.get(), F_SETPIPE_SZ, smallest_pipe_bytes);
+    require(bool(m_fifo) && ::fcntl(m_fifo.get(), F_SETPIPE_SZ, smallest_pipe_bytes) > 0, path);
     setReady(false);
 }
 

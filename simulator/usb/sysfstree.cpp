@@ -1,5 +1,7 @@
 #include "usb/sysfstree.h"
 
+#include "testbed/require.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -9,17 +11,13 @@ namespace {
 void writeFile(const QString& path, const QByteArray& content)
 {
     QFile file(path);
-    const bool written = file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-    Q_ASSERT(written);
-    Q_UNUSED(written)
+    require(file.open(QIODevice::WriteOnly) && file.write(content) == content.size(), path);
 }
 
 void makeLink(const QString& target, const QString& path)
 {
     QDir().mkpath(QFileInfo(path).path());
-    const bool made = QFile::link(target, path);
-    Q_ASSERT(made);
-    Q_UNUSED(made)
+    require(QFile::link(target, path), path);
 }
 
 QByteArray hex(int value, int digits)

@@ -10,7 +10,7 @@
 /// umockdev looks up device numbers. A device is written from the inside out: it is in the list of
 /// the bus, where hosts look for it, only once all of it is there. umockdev's own functions list
 /// it first, and need the caller to run inside the testbed.
-/// Not thread-safe. Asserts when the testbed cannot be written.
+/// Not thread-safe. Ends the program when the testbed cannot be written.
 class SysfsTree
 {
 public:

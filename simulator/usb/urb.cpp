@@ -15,7 +15,7 @@ Urb::Urb(NodeClient& host, unsigned long address)
     if (!host.readMemory(address, &m_fields, sizeof(m_fields)) || lengthBytes() < 0 ||
         lengthBytes() > longest_bytes)
         return;
-    m_buffer.reset(new char[size_t(lengthBytes())]);
+    m_buffer.resize(size_t(lengthBytes()));
     m_valid = !fromHost() || host.readMemory(m_fields.buffer, buffer(), size_t(lengthBytes()));
 }
 
@@ -36,8 +36,8 @@ void Urb::handOver(unsigned long reaped) const
     const int header_bytes = type() == USBDEVFS_URB_TYPE_CONTROL ? setup_bytes : 0;
     const bool to_host = header_bytes > 0 || (endpoint() & direction_in) != 0;
     if (to_host && m_fields.actual_length > 0)
-        m_host->writeMemory(m_fields.buffer, buffer(),
-                            size_t(header_bytes + m_fields.actual_length));
+        m_host->writeMemory(m_fields.buffer, m_buffer.data(),
+                            size_t(header_bytes) + size_t(m_fields.actual_length));
     m_host->writeMemory(m_address, &m_fields, sizeof(m_fields));
     m_host->writeMemory(reaped, &m_address, sizeof(m_address));
 }

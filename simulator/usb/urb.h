@@ -6,7 +6,7 @@
 #include <linux/usbdevice_fs.h>
 
 #include <cstddef>
-#include <memory>
+#include <vector>
 
 /// One USB request block, from its submission until its host reaps it. Move-only.
 class Urb
@@ -21,7 +21,7 @@ public:
     unsigned char type() const { return m_fields.type; }
     unsigned char endpoint() const { return m_fields.endpoint; }
     int lengthBytes() const { return m_fields.buffer_length; }
-    char* buffer() const { return m_buffer.get(); }
+    char* buffer() { return m_buffer.data(); }
 
     /// `status` as the kernel's: 0 or a negative errno.
     void finish(int status, int actual_length_bytes);
@@ -50,6 +50,6 @@ private:
     NodeClient* m_host;
     unsigned long m_address;
     Fields m_fields{};
-    std::unique_ptr<char[]> m_buffer;
+    std::vector<char> m_buffer;
     bool m_valid = false;
 };

@@ -2,8 +2,6 @@
 
 #include "usb/usbdevice.h"
 
-#include <QDir>
-
 namespace {
 constexpr int hubs = 5;
 constexpr int highest_device_number = 127;
@@ -14,9 +12,8 @@ UsbBus::UsbBus()
     , m_uevents(m_testbed.dir())
     , m_device_number_used(highest_device_number + 1)
 {
-    const QString nodes = QStringLiteral("/dev/bus/usb/%1");
-    QDir(m_testbed.dir())
-        .mkpath(m_testbed.dir() + nodes.arg(UsbAddress::bus_number, 3, 10, QLatin1Char('0')));
+    qRegisterMetaType<PodEvent>();
+    connect(this, &UsbBus::podEvent, this, &UsbBus::onPodEvent, Qt::QueuedConnection);
     addDevice({{}, nextDeviceNumber()}, UsbDescription::rootHub(), nullptr);
     for (int hub = 1; hub <= hubs; ++hub)
         addDevice({UsbAddress::portsOfHub(hub), nextDeviceNumber()}, UsbDescription::sevenPortHub(),
@@ -55,12 +52,11 @@ const UsbBus::Place& UsbBus::place(int slot) const
 void UsbBus::plug(int slot, const PodSettings& settings)
 {
     Q_ASSERT(!plugged(slot));
-    auto pod = std::make_unique<PodModel>(settings);
-    pod->setListener([this, slot, pod = pod.get()](PodEvent event) {
-        QMetaObject::invokeMethod(
-            this, [=] { onPodEvent(slot, pod, event); }, Qt::QueuedConnection);
-    });
     const UsbAddress address(UsbAddress::portsOfSlot(slot), nextDeviceNumber());
+    auto pod = std::make_unique<PodModel>(settings);
+    pod->setListener([this, slot, number = address.deviceNumber()](PodEvent event) {
+        Q_EMIT podEvent(slot, number, event, QPrivateSignal());
+    });
     Place& place = m_places.at(size_t(slot));
     place.device = addDevice(address, UsbDescription::pod(settings.udid), std::move(pod));
     place.address = address;
@@ -101,7 +97,7 @@ int UsbBus::emptyReaps(int slot) const
     });
 }
 
-void UsbBus::onPodEvent(int slot, const PodModel* pod, PodEvent event)
+void UsbBus::onPodEvent(int slot, int device_number, PodEvent event)
 {
     switch (event) {
     case PodEvent::ReadoutBegun:
@@ -118,7 +114,7 @@ void UsbBus::onPodEvent(int slot, const PodModel* pod, PodEvent event)
         break;
     case PodEvent::Vanished:
         // The place may have been freed, and taken again, before this arrived.
-        if (!plugged(slot) || place(slot).device->pod() != pod)
+        if (!plugged(slot) || place(slot).address->deviceNumber() != device_number)
             break;
         unplug(slot);
         Q_EMIT podVanished(slot);

@@ -54,6 +54,9 @@ Q_SIGNALS:
     /// The pod unplugged itself.
     void podVanished(int slot);
 
+    /// Carries what a pod tells on the testbed's thread over to this object's; not for others.
+    void podEvent(int slot, int device_number, PodEvent event, QPrivateSignal);
+
 private:
     struct Place
     {
@@ -64,7 +67,7 @@ private:
     std::shared_ptr<UsbDevice> addDevice(const UsbAddress& address,
                                          const UsbDescription& description,
                                          std::unique_ptr<PodModel> pod);
-    void onPodEvent(int slot, const PodModel* pod, PodEvent event);
+    void onPodEvent(int slot, int device_number, PodEvent event);
     int nextDeviceNumber();
     const Place& place(int slot) const;
 
@@ -75,3 +78,5 @@ private:
     std::vector<bool> m_device_number_used;
     int m_next_device_number = 1;
 };
+
+Q_DECLARE_METATYPE(PodEvent)

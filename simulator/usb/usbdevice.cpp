@@ -234,7 +234,7 @@ bool UsbDevice::beginOut(Urb& urb, Pacer::TimePoint now)
 void UsbDevice::advanceOut(Pacer::TimePoint now)
 {
     while (!m_out.empty() && beginOut(m_out.front(), now)) {
-        const Urb& urb = m_out.front();
+        Urb& urb = m_out.front();
         m_pod->receive(QByteArray::fromRawData(urb.buffer(), urb.lengthBytes()));
         finish(m_out, 0, urb.lengthBytes());
     }
@@ -257,7 +257,7 @@ bool UsbDevice::beginIn(Urb& urb, Pacer::TimePoint now)
 void UsbDevice::advanceIn(Pacer::TimePoint now)
 {
     while (!m_in.empty() && beginIn(m_in.front(), now)) {
-        const Urb& urb = m_in.front();
+        Urb& urb = m_in.front();
         const int length_bytes = m_pod->send(urb.buffer(), urb.lengthBytes());
         if (m_pod->vanished())
             return;

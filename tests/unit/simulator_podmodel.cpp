@@ -11,10 +11,10 @@ namespace {
 
 constexpr char ack = 0x0A;
 constexpr char nak = 0x15;
-const QByteArray read_udid("\x11");
-const QByteArray read_charge("\x14");
-const QByteArray read_data("\x31");
-const QByteArray erase("\x41");
+const QByteArray read_udid(1, '\x11');
+const QByteArray read_charge(1, '\x14');
+const QByteArray read_data(1, '\x31');
+const QByteArray erase(1, '\x41');
 
 PodSettings healthyPod(quint32 size_bytes)
 {
