@@ -16,6 +16,13 @@
  * the standard promises, and no more. For one thread; system calls are made directly, so that a
  * sanitizer's own wrappers play no part.
  */
+/*
+ * The C library has none of C11's bounds-checked functions, its own parameter names are reserved
+ * ones, va_start() is not seen through, and there is one thread.
+ * NOLINTBEGIN(bugprone-reserved-identifier,clang-analyzer-security.insecureAPI.*)
+ * NOLINTBEGIN(clang-analyzer-valist.*,concurrency-mt-unsafe)
+ * NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+ */
 #define _GNU_SOURCE
 #include <libgen.h>
 #include <sys/stat.h>
@@ -84,12 +91,12 @@ static void resolve(int folder, const char* path, char* full)
     snprintf(full, PATH_MAX, "%.*s/%.*s", PATH_MAX / 2 - 2, parent, PATH_MAX / 2 - 2, name);
 }
 
-static void path_of(int fd, char* path)
+static void path_of(int fd, char* found)
 {
-    char link[64];
-    snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
-    const ssize_t length = readlink(link, path, PATH_MAX - 1);
-    path[length > 0 ? length : 0] = '\0';
+    char magic_link[64];
+    snprintf(magic_link, sizeof magic_link, "/proc/self/fd/%d", fd);
+    const ssize_t length = readlink(magic_link, found, PATH_MAX - 1);
+    found[length > 0 ? length : 0] = '\0';
 }
 
 static int real_open(const char* path, int flags, mode_t mode)
@@ -458,3 +465,9 @@ int openat64(int folder, const char* path, int flags, ...)
     va_end(arguments);
     return openat(folder, path, flags, mode);
 }
+
+/*
+ * NOLINTEND(readability-inconsistent-declaration-parameter-name)
+ * NOLINTEND(clang-analyzer-valist.*,concurrency-mt-unsafe)
+ * NOLINTEND(bugprone-reserved-identifier,clang-analyzer-security.insecureAPI.*)
+ */
