@@ -71,6 +71,8 @@ bool Bench::holds(const Condition& condition) const
         return elapsedMs() >= condition.number;
     case Condition::Kind::GaugeFull:
         return (m_full_gauges & condition.slot_set) == condition.slot_set;
+    case Condition::Kind::GaugeEmpty:
+        return (m_empty_gauges & condition.slot_set) == condition.slot_set;
     case Condition::Kind::Log:
         return m_station.log().count(condition.text) >= condition.number;
     case Condition::Kind::Panel:
@@ -191,6 +193,7 @@ void Bench::startStation()
 {
     m_panel_code.reset();
     m_full_gauges.reset();
+    m_empty_gauges.reset();
     m_station.start();
     if (!m_window)
         m_screen.start(m_folder.screenSocket());
@@ -210,6 +213,7 @@ void Bench::readScreen()
     const std::optional<int> before = m_panel_code;
     m_panel_code = m_reader.panelCode(m_screen.picture());
     m_full_gauges = ScreenReader::fullGauges(m_screen.picture());
+    m_empty_gauges = ScreenReader::emptyGauges(m_screen.picture());
     if (m_panel_code == k_panel_copied && before != m_panel_code)
         m_times.last_copy_ms = elapsedMs();
     if (m_quitting)

@@ -83,6 +83,7 @@ private:
     ScreenReader m_reader;
     std::optional<int> m_panel_code;
     SlotSet m_full_gauges;
+    SlotSet m_empty_gauges;
     QElapsedTimer m_clock;
     BenchTimes m_times;
     bool m_quitting = false;

@@ -144,7 +144,8 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
                                               {key("readout completed"), Kind::ReadoutCompleted},
                                               {key("charged"), Kind::Charged},
                                               {key("vanished"), Kind::Vanished},
-                                              {key("gauge full"), Kind::GaugeFull}};
+                                              {key("gauge full"), Kind::GaugeFull},
+                                              {key("gauge empty"), Kind::GaugeEmpty}};
     if (of_slots.contains(event))
         return {of_slots.value(event), value.slotSet(), QString(), 0};
     if (event == key("panel"))

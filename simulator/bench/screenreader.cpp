@@ -20,6 +20,7 @@ constexpr int k_columns = 6;
 // Half of a full bar's height, without its rounded ends.
 constexpr int k_half_bar_px = 12;
 constexpr QRgb k_full_green = 0xFF9ACD32;
+constexpr QRgb k_white = 0xFFFFFFFF;
 constexpr int k_same_colour = 12;
 // Mean difference a pixel below which two pictures are the same one, drawn with other rounding.
 constexpr double k_same_picture = 12;
@@ -53,14 +54,23 @@ QImage panelPicture(const char* name)
     return drawn;
 }
 
-bool gaugeFull(const QImage& screen, int slot)
+/// Whether a gauge has one colour from bottom to top.
+bool gaugeIs(const QImage& screen, int slot, QRgb colour)
 {
     const int x = static_cast<int>((slot % k_columns + 0.5) * k_column_px);
     const int middle = static_cast<int>((slot / k_columns + 0.5) * k_row_px);
     for (int y = middle - k_half_bar_px; y <= middle + k_half_bar_px; ++y)
-        if (difference(screen.pixel(x, y), k_full_green) > k_same_colour)
+        if (difference(screen.pixel(x, y), colour) > k_same_colour)
             return false;
     return true;
+}
+
+SlotSet gaugesThatAre(const QImage& screen, QRgb colour)
+{
+    SlotSet slot_set;
+    for (int slot = 0; slot < k_slot_count; ++slot)
+        slot_set.set(slot, gaugeIs(screen, slot, colour));
+    return slot_set;
 }
 
 } // namespace
@@ -92,8 +102,10 @@ std::optional<int> ScreenReader::panelCode(const QImage& screen) const
 
 SlotSet ScreenReader::fullGauges(const QImage& screen)
 {
-    SlotSet full;
-    for (int slot = 0; slot < k_slot_count; ++slot)
-        full.set(slot, gaugeFull(screen, slot));
-    return full;
+    return gaugesThatAre(screen, k_full_green);
+}
+
+SlotSet ScreenReader::emptyGauges(const QImage& screen)
+{
+    return gaugesThatAre(screen, k_white);
 }

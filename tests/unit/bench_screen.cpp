@@ -146,7 +146,8 @@ void BenchScreenTest::comesBackAfterALostServerAndTouches()
     client.touch(QPoint(3, 258));
     const QByteArray pressed_then_released("\5\1\0\3\1\2\5\0\0\3\1\2", 12);
     QByteArray received;
-    QTRY_VERIFY_WITH_TIMEOUT((received += screen->readAll()).contains(pressed_then_released), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT((received += screen->readAll()).contains(pressed_then_released),
+                             10000);
     client.stop();
     QVERIFY(!client.ready());
 }
@@ -177,6 +178,7 @@ void BenchScreenTest::readsPanelAndGauges()
     painter.fillRect(9, 20, 16, 22, QColor("yellowgreen"));  // place 0, not quite
     painter.end();
     QCOMPARE(ScreenReader::fullGauges(screen), slotSetOf(7));
+    QCOMPARE(ScreenReader::emptyGauges(screen), ~firstSlots(1) & ~slotSetOf(7));
 }
 
 QTEST_MAIN(BenchScreenTest)
