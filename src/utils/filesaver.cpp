@@ -5,6 +5,8 @@
 #include <QDebug>
 #include <QFile>
 
+#include <utility>
+
 namespace {
 
 constexpr int kNameDigits = 10;
@@ -17,9 +19,9 @@ QString numbered(qint64 number, const QString& extension)
 
 } // namespace
 
-FileSaver::FileSaver(const QString& dir, const QString& extension, int maxFiles)
+FileSaver::FileSaver(const QString& dir, QString extension, int maxFiles)
     : m_dir(dir)
-    , m_file_extension(extension)
+    , m_file_extension(std::move(extension))
     , m_dir_path(dir)
     , m_max_files(maxFiles)
 {

@@ -14,7 +14,7 @@ class FileSaver : public QObject
     Q_OBJECT
 
 public:
-    FileSaver(const QString& dir, const QString& extension, int maxFiles);
+    FileSaver(const QString& dir, QString extension, int maxFiles);
 
     QStringList listFiles() const;
     QString getLastFileName() const;

@@ -16,8 +16,8 @@ class QuaZip;
 class ZipExtraction
 {
 public:
-    explicit ZipExtraction(const QString& targetFolder)
-        : m_target(targetFolder)
+    explicit ZipExtraction(QString targetFolder)
+        : m_target(std::move(targetFolder))
     {
     }
 

@@ -12,7 +12,7 @@ template <typename Number>
 QByteArray le(Number number)
 {
     number = qToLittleEndian(number);
-    return QByteArray(reinterpret_cast<const char*>(&number), sizeof number);
+    return {reinterpret_cast<const char*>(&number), int(sizeof number)};
 }
 
 QByteArray le16(int number)
