@@ -9,6 +9,7 @@
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <QTimer>
 
 /// How a bench is set up.
 struct BenchSettings
@@ -87,4 +88,5 @@ private:
     QElapsedTimer m_clock;
     BenchTimes m_times;
     bool m_quitting = false;
+    QTimer m_quit_patience;
 };

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr int k_bad_input = 2;
+constexpr int kBadInput = 2;
 
 Scenario scenarioOf(const Options& options)
 {
@@ -121,6 +121,6 @@ int main(int argc, char** argv)
         return run(options);
     } catch (const BadInput& bad) {
         QTextStream(stderr) << "corvane-sim: " << bad.text() << '\n';
-        return k_bad_input;
+        return kBadInput;
     }
 }

@@ -109,7 +109,7 @@ struct Expectations
 struct Scenario
 {
     QString name;
-    std::array<PodPlan, k_slot_count> plans;
+    std::array<PodPlan, kSlotCount> plans;
     SlotSet plugged;
     bool stick_inserted = true;
     std::vector<Step> steps;
