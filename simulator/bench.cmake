@@ -35,6 +35,7 @@ target_link_libraries(corvane_bench
 
 add_executable(corvane-sim bench/main.cpp)
 target_link_libraries(corvane-sim PRIVATE corvane_bench corvane_warnings)
+corvane_know_qt_order(corvane-sim)
 add_dependencies(corvane-sim corvane)
 
 # The bench reads the station's panel by the pictures that the station shows.

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr qint64 k_block_bytes = 65536;
+constexpr qint64 kBlockBytes = 65536;
 
 QByteArray digestOfCurrentEntry(QuaZip& archive)
 {
@@ -16,8 +16,8 @@ QByteArray digestOfCurrentEntry(QuaZip& archive)
     if (!file.open(QIODevice::ReadOnly))
         return {};
     QCryptographicHash hash(QCryptographicHash::Sha256);
-    for (QByteArray block = file.read(k_block_bytes); !block.isEmpty();
-         block = file.read(k_block_bytes))
+    for (QByteArray block = file.read(kBlockBytes); !block.isEmpty();
+         block = file.read(kBlockBytes))
         hash.addData(block);
     const bool whole = file.atEnd() && file.getZipError() == UNZ_OK;
     file.close(); // compares the checksum

@@ -4,17 +4,15 @@
 #include "bench/statustext.h"
 #include "bench/verbparser.h"
 
-#include <QTimer>
-
 #include <chrono>
 
 namespace {
 
 // In the middle of the screen's hidden quit area.
-constexpr QPoint k_quit_corner(15, 15);
+constexpr QPoint kQuitCorner(15, 15);
 // A station that was asked to quit and is still there by then never will.
-constexpr std::chrono::seconds k_quit_patience{20};
-constexpr int k_panel_copied = 0;
+constexpr std::chrono::seconds kQuitPatience{20};
+constexpr int kPanelCopied = 0;
 
 SandboxSettings sandboxFor(const BenchSettings& settings, const BenchFolder& folder,
                            const PodRack& rack)
@@ -40,7 +38,10 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     , m_rack(settings.seed)
     , m_station(sandboxFor(settings, m_folder, m_rack), m_folder.log(), settings.echo_log)
 {
-    for (int slot = 0; slot < k_slot_count; ++slot)
+    m_quit_patience.setSingleShot(true);
+    m_quit_patience.setInterval(kQuitPatience);
+    connect(&m_quit_patience, &QTimer::timeout, &m_station, &Station::kill);
+    for (int slot = 0; slot < kSlotCount; ++slot)
         m_rack.setPlan(slot, scenario.plans.at(slot));
     connect(&m_rack, &PodRack::changed, this, &Bench::noteChange);
     connect(&m_station, &Station::logged, this, &Bench::changed);
@@ -71,6 +72,8 @@ bool Bench::holds(const Condition& condition) const
         return elapsedMs() >= condition.number;
     case Condition::Kind::GaugeFull:
         return (m_full_gauges & condition.slot_set) == condition.slot_set;
+    case Condition::Kind::GaugeEmpty:
+        return (m_empty_gauges & condition.slot_set) == condition.slot_set;
     case Condition::Kind::Log:
         return m_station.log().count(condition.text) >= condition.number;
     case Condition::Kind::Panel:
@@ -98,7 +101,7 @@ bool Bench::holdsForPods(const Condition& condition) const
     case Condition::Kind::Charged:
         return allPods(condition.slot_set, [](const PodReport& pod) { return pod.charged; });
     case Condition::Kind::Vanished:
-        for (int slot = 0; slot < k_slot_count; ++slot)
+        for (int slot = 0; slot < kSlotCount; ++slot)
             if (condition.slot_set.test(slot) && m_rack.plugged(slot))
                 return false;
         return true;
@@ -109,7 +112,7 @@ bool Bench::holdsForPods(const Condition& condition) const
 
 QString Bench::act(const verb::Plug& plug)
 {
-    for (int slot = 0; slot < k_slot_count; ++slot)
+    for (int slot = 0; slot < kSlotCount; ++slot)
         if (plug.plan && plug.slot_set.test(slot))
             m_rack.setPlan(slot, *plug.plan);
     m_rack.plug(plug.slot_set);
@@ -154,7 +157,7 @@ QString Bench::act(const verb::Screenshot& screenshot)
 QString Bench::act(const verb::Quit& /*quit*/)
 {
     m_quitting = true;
-    QTimer::singleShot(k_quit_patience, this, [this] { m_station.kill(); });
+    m_quit_patience.start();
     if (m_window)
         m_station.terminate();
     else
@@ -191,6 +194,7 @@ void Bench::startStation()
 {
     m_panel_code.reset();
     m_full_gauges.reset();
+    m_empty_gauges.reset();
     m_station.start();
     if (!m_window)
         m_screen.start(m_folder.screenSocket());
@@ -199,7 +203,7 @@ void Bench::startStation()
 void Bench::noteChange()
 {
     if (m_times.first_readout_ms < 0)
-        for (int slot = 0; slot < k_slot_count; ++slot)
+        for (int slot = 0; slot < kSlotCount; ++slot)
             if (m_rack.lastPod(slot) && m_rack.report(slot).readouts_begun > 0)
                 m_times.first_readout_ms = elapsedMs();
     Q_EMIT changed();
@@ -210,7 +214,8 @@ void Bench::readScreen()
     const std::optional<int> before = m_panel_code;
     m_panel_code = m_reader.panelCode(m_screen.picture());
     m_full_gauges = ScreenReader::fullGauges(m_screen.picture());
-    if (m_panel_code == k_panel_copied && before != m_panel_code)
+    m_empty_gauges = ScreenReader::emptyGauges(m_screen.picture());
+    if (m_panel_code == kPanelCopied && before != m_panel_code)
         m_times.last_copy_ms = elapsedMs();
     if (m_quitting)
         touchQuitCorner();
@@ -221,12 +226,12 @@ void Bench::readScreen()
 void Bench::touchQuitCorner()
 {
     if (m_screen.ready())
-        m_screen.touch(k_quit_corner);
+        m_screen.touch(kQuitCorner);
 }
 
 bool Bench::allPods(const SlotSet& slot_set, bool (*done)(const PodReport&)) const
 {
-    for (int slot = 0; slot < k_slot_count; ++slot)
+    for (int slot = 0; slot < kSlotCount; ++slot)
         if (slot_set.test(slot) && (!m_rack.lastPod(slot) || !done(m_rack.report(slot))))
             return false;
     return true;

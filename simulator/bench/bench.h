@@ -9,6 +9,7 @@
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <QTimer>
 
 /// How a bench is set up.
 struct BenchSettings
@@ -83,7 +84,9 @@ private:
     ScreenReader m_reader;
     std::optional<int> m_panel_code;
     SlotSet m_full_gauges;
+    SlotSet m_empty_gauges;
     QElapsedTimer m_clock;
     BenchTimes m_times;
     bool m_quitting = false;
+    QTimer m_quit_patience;
 };

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr QFile::Permissions k_usable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+constexpr QFile::Permissions kUsable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
 
 void writeVersion(const QString& folder, const QByteArray& version)
 {
@@ -25,7 +25,7 @@ BenchFolder::BenchFolder(const QString& kept)
         throw BadInput(QStringLiteral("no temporary folder: %1").arg(m_temporary.errorString()));
     writeVersion(station(), CORVANE_VERSION);
     writeVersion(launcher(), "1.0");
-    QFile::setPermissions(stick(), k_usable);
+    QFile::setPermissions(stick(), kUsable);
     if (!QDir().mkpath(stick()))
         throw BadInput(QStringLiteral("cannot make the folder %1").arg(stick()));
 }
@@ -37,7 +37,7 @@ bool BenchFolder::stickInserted() const
 
 void BenchFolder::setStickInserted(bool inserted) const
 {
-    QFile::setPermissions(stick(), inserted ? k_usable : QFile::Permissions());
+    QFile::setPermissions(stick(), inserted ? kUsable : QFile::Permissions());
     if (inserted)
         QFile(stickMark()).open(QIODevice::WriteOnly);
     else

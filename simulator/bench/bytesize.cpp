@@ -12,9 +12,9 @@ quint64 unitOf(QChar letter)
     case 'K':
         return 1024;
     case 'M':
-        return 1024 * 1024;
+        return 1024ULL * 1024;
     case 'G':
-        return 1024 * 1024 * 1024;
+        return 1024ULL * 1024 * 1024;
     default:
         return 1;
     }

@@ -74,7 +74,7 @@ double JsonPlace::seconds() const
 SlotSet JsonPlace::slotSet() const
 {
     if (isNumber())
-        return slotSetOf(number(0, k_slot_count - 1));
+        return slotSetOf(number(0, kSlotCount - 1));
     return parsed(slotSetFromText);
 }
 
@@ -83,7 +83,7 @@ std::vector<JsonPlace> JsonPlace::elements() const
     if (!m_value.isArray())
         refuse(QStringLiteral("a list is needed here"));
     std::vector<JsonPlace> places;
-    for (const QJsonValue& element : m_value.toArray())
+    for (const auto element : m_value.toArray())
         places.emplace_back(element, QStringLiteral("%1[%2]").arg(m_place).arg(places.size()));
     return places;
 }

@@ -101,7 +101,7 @@ Options parseOptions(const QStringList& arguments)
     refuseContradictions(parser);
     Options options;
     options.help = parser.isSet(option("help"));
-    options.pods = static_cast<int>(numberOf(parser, "pods", k_slot_count, k_slot_count));
+    options.pods = static_cast<int>(numberOf(parser, "pods", kSlotCount, kSlotCount));
     options.usual_pod = usualPodOf(parser);
     options.stick = !parser.isSet(option("no-stick"));
     options.display = displayOf(parser);

@@ -14,14 +14,14 @@ PodRack::PodRack(quint64 seed)
 
 void PodRack::setFault(const SlotSet& slot_set, PodFault fault)
 {
-    for (int slot = 0; slot < k_slot_count; ++slot)
+    for (int slot = 0; slot < kSlotCount; ++slot)
         if (slot_set.test(slot))
             m_places.at(slot).plan.fault = fault;
 }
 
 void PodRack::plug(const SlotSet& slot_set)
 {
-    for (int slot = 0; slot < k_slot_count; ++slot) {
+    for (int slot = 0; slot < kSlotCount; ++slot) {
         if (!slot_set.test(slot))
             continue;
         if (m_bus.plugged(slot))
@@ -35,7 +35,7 @@ void PodRack::plug(const SlotSet& slot_set)
 
 void PodRack::unplug(const SlotSet& slot_set)
 {
-    for (int slot = 0; slot < k_slot_count; ++slot) {
+    for (int slot = 0; slot < kSlotCount; ++slot) {
         if (!slot_set.test(slot))
             continue;
         if (!m_bus.plugged(slot))
@@ -47,7 +47,7 @@ void PodRack::unplug(const SlotSet& slot_set)
 std::vector<KnownRecording> PodRack::recordings(const SlotSet& slot_set) const
 {
     std::vector<KnownRecording> list;
-    for (int slot = 0; slot < k_slot_count; ++slot)
+    for (int slot = 0; slot < kSlotCount; ++slot)
         if (slot_set.test(slot) && m_places.at(slot).pod)
             list.push_back(recordingOf(slot, *m_places.at(slot).pod));
     return list;
@@ -56,7 +56,7 @@ std::vector<KnownRecording> PodRack::recordings(const SlotSet& slot_set) const
 std::vector<KnownRecording> PodRack::erasedRecordings() const
 {
     SlotSet erased;
-    for (int slot = 0; slot < k_slot_count; ++slot)
+    for (int slot = 0; slot < kSlotCount; ++slot)
         erased.set(slot, m_places.at(slot).pod && report(slot).erased);
     std::vector<KnownRecording> list = recordings(erased);
     list.insert(list.end(), m_erased.begin(), m_erased.end());

@@ -53,6 +53,6 @@ private:
 
     quint64 m_seed;
     UsbBus m_bus;
-    std::array<Place, k_slot_count> m_places;
+    std::array<Place, kSlotCount> m_places;
     std::vector<KnownRecording> m_erased;
 };

@@ -7,10 +7,11 @@
 
 #include <array>
 #include <unistd.h>
+#include <utility>
 
-Prompt::Prompt(Bench& bench, const PodPlan& usual)
+Prompt::Prompt(Bench& bench, PodPlan usual)
     : m_bench(bench)
-    , m_usual(usual)
+    , m_usual(std::move(usual))
     , m_notifier(STDIN_FILENO, QSocketNotifier::Read)
 {
     connect(&m_notifier, &QSocketNotifier::activated, this, &Prompt::readInput);

@@ -13,7 +13,7 @@ class Prompt : public QObject
     Q_OBJECT
 
 public:
-    Prompt(Bench& bench, const PodPlan& usual);
+    Prompt(Bench& bench, PodPlan usual);
 
 private:
     void readInput();

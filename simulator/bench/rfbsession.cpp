@@ -6,13 +6,13 @@
 
 namespace {
 
-constexpr int k_version_bytes = 12;
-constexpr int k_screen_bytes = 24;
-constexpr int k_rectangle_header_bytes = 12;
-constexpr int k_pixel_bytes = 4;
-constexpr int k_largest_side_px = 8192;
-constexpr quint32 k_no_password = 1;
-constexpr quint32 k_raw_encoding = 0;
+constexpr int kVersionBytes = 12;
+constexpr int kScreenBytes = 24;
+constexpr int kRectangleHeaderBytes = 12;
+constexpr int kPixelBytes = 4;
+constexpr int kLargestSidePx = 8192;
+constexpr quint32 kNoPassword = 1;
+constexpr quint32 kRawEncoding = 0;
 
 enum ServerMessage : quint8 { FramebufferUpdate = 0, Bell = 2, CutText = 3 };
 enum ClientMessage : char {
@@ -81,9 +81,9 @@ bool RfbSession::step()
 
 bool RfbSession::readVersion()
 {
-    if (!has(k_version_bytes))
+    if (!has(kVersionBytes))
         return false;
-    const QByteArray version(take(k_version_bytes), k_version_bytes);
+    const QByteArray version(take(kVersionBytes), kVersionBytes);
     if (!version.startsWith("RFB 003."))
         return fail(QStringLiteral("no framebuffer server: it greets with '%1'")
                         .arg(QString::fromLatin1(version.trimmed())));
@@ -98,7 +98,7 @@ bool RfbSession::readSecurity()
         return false;
     const quint32 kind = peek32(0);
     take(4);
-    if (kind != k_no_password)
+    if (kind != kNoPassword)
         return fail(QStringLiteral("the screen asks for security type %1").arg(kind));
     m_output += '\1'; // shared: a person may watch at the same time
     m_expecting = Expecting::Screen;
@@ -107,12 +107,12 @@ bool RfbSession::readSecurity()
 
 bool RfbSession::readScreen()
 {
-    if (!has(k_screen_bytes))
+    if (!has(kScreenBytes))
         return false;
     const QSize size(peek16(0), peek16(2));
-    m_text_left_bytes = static_cast<int>(qMin<quint32>(peek32(20), k_largest_side_px));
-    take(k_screen_bytes);
-    if (size.isEmpty() || size.width() > k_largest_side_px || size.height() > k_largest_side_px)
+    m_text_left_bytes = static_cast<int>(qMin<quint32>(peek32(20), kLargestSidePx));
+    take(kScreenBytes);
+    if (size.isEmpty() || size.width() > kLargestSidePx || size.height() > kLargestSidePx)
         return fail(QStringLiteral("a screen of %1 by %2").arg(size.width()).arg(size.height()));
     m_picture = QImage(size, QImage::Format_RGB32);
     m_picture.fill(Qt::black);
@@ -146,7 +146,7 @@ bool RfbSession::readMessage()
     case CutText:
         if (!has(8))
             return false;
-        m_text_left_bytes = static_cast<int>(qMin<quint32>(peek32(4), k_largest_side_px));
+        m_text_left_bytes = static_cast<int>(qMin<quint32>(peek32(4), kLargestSidePx));
         take(8);
         m_expecting = Expecting::Text;
         return true;
@@ -169,20 +169,20 @@ bool RfbSession::readUpdateHeader()
 
 bool RfbSession::readRectangle()
 {
-    if (!has(k_rectangle_header_bytes))
+    if (!has(kRectangleHeaderBytes))
         return false;
     const QRect area(peek16(0), peek16(2), peek16(4), peek16(6));
-    if (peek32(8) != k_raw_encoding)
+    if (peek32(8) != kRawEncoding)
         return fail(QStringLiteral("unknown encoding %1").arg(peek32(8)));
     if (!m_picture.rect().contains(area) && !area.isEmpty())
         return fail(QStringLiteral("an update outside the screen"));
-    const int pixels_bytes = area.width() * area.height() * k_pixel_bytes;
-    if (!has(k_rectangle_header_bytes + pixels_bytes))
+    const int pixels_bytes = area.width() * area.height() * kPixelBytes;
+    if (!has(kRectangleHeaderBytes + pixels_bytes))
         return false;
-    take(k_rectangle_header_bytes);
+    take(kRectangleHeaderBytes);
     for (int y = area.top(); y <= area.bottom(); ++y)
-        qFromLittleEndian<quint32>(take(area.width() * k_pixel_bytes), area.width(),
-                                   m_picture.scanLine(y) + area.left() * k_pixel_bytes);
+        qFromLittleEndian<quint32>(take(area.width() * kPixelBytes), area.width(),
+                                   reinterpret_cast<QRgb*>(m_picture.scanLine(y)) + area.left());
     if (--m_rectangles_left == 0) {
         m_expecting = Expecting::Message;
         m_update_painted = true;
@@ -205,7 +205,7 @@ void RfbSession::sendPixelFormatAndEncoding()
     m_output += '\0';
     append16(m_output, 1);
     append16(m_output, 0);
-    append16(m_output, k_raw_encoding);
+    append16(m_output, kRawEncoding);
 }
 
 bool RfbSession::fail(const QString& error)

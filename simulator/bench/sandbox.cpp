@@ -5,7 +5,7 @@
 namespace {
 
 // Inside a network of its own, so the number never collides.
-constexpr int k_screen_port = 5900;
+constexpr int kScreenPort = 5900;
 
 QString inherited(const char* name)
 {
@@ -107,10 +107,9 @@ void addSanitizerOptions(Arguments& arguments)
 void addPrivateScreen(Arguments& arguments)
 {
     arguments
-        .environment("QT_QPA_PLATFORM",
-                     QStringLiteral("vnc:size=480x272:port=%1").arg(k_screen_port))
+        .environment("QT_QPA_PLATFORM", QStringLiteral("vnc:size=480x272:port=%1").arg(kScreenPort))
         .environment("QT_QPA_FB_HIDECURSOR", QStringLiteral("1")) // a touchscreen has none
-        .environment("CORVANE_SCREEN_PORT", QString::number(k_screen_port));
+        .environment("CORVANE_SCREEN_PORT", QString::number(kScreenPort));
 }
 
 void addWindow(Arguments& arguments)

@@ -1,7 +1,7 @@
 #include "bench/scenario.h"
 
 namespace {
-constexpr int k_copied = 0;
+constexpr int kCopied = 0;
 } // namespace
 
 Scenario plainScenario(const PodPlan& plan, SlotSet slot_set, bool stick, const QString& screenshot)
@@ -15,7 +15,7 @@ Scenario plainScenario(const PodPlan& plan, SlotSet slot_set, bool stick, const 
     scenario.expect.erased = slot_set;
     const std::vector<Condition> all_done{
         {Condition::Kind::GaugeFull, slot_set, QString(), 0},
-        {Condition::Kind::Panel, SlotSet(), QString(), k_copied},
+        {Condition::Kind::Panel, SlotSet(), QString(), kCopied},
     };
     if (!screenshot.isEmpty())
         scenario.steps.push_back(

@@ -74,6 +74,7 @@ struct Condition
         Charged,
         Vanished,
         GaugeFull,  ///< shown full, green and not charging
+        GaugeEmpty, ///< shown white
         Log,        ///< text in at least `number` lines
         Panel,      ///< number: the code whose picture is shown
         PodThreads, ///< number: worker threads of pods alive in the station
@@ -108,7 +109,7 @@ struct Expectations
 struct Scenario
 {
     QString name;
-    std::array<PodPlan, k_slot_count> plans;
+    std::array<PodPlan, kSlotCount> plans;
     SlotSet plugged;
     bool stick_inserted = true;
     std::vector<Step> steps;

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int k_most = std::numeric_limits<int>::max();
+constexpr int kMost = std::numeric_limits<int>::max();
 
 QString key(const char* name)
 {
@@ -23,7 +23,7 @@ PodFault faultOf(const JsonPlace& place)
 
 QByteArray udidFromText(const QString& text)
 {
-    const QByteArray udid = QByteArray::fromHex(text.toLatin1());
+    QByteArray udid = QByteArray::fromHex(text.toLatin1());
     if (udid.size() != 8 || text.size() != 16)
         throw BadInput(QStringLiteral("an identifier has 16 hexadecimal digits"));
     return udid;
@@ -33,7 +33,7 @@ SizeRange sizeOf(const JsonPlace& place)
 {
     if (!place.isNumber())
         return place.parsed(sizeRangeFromText);
-    const auto bytes = static_cast<quint32>(place.number(0, k_most));
+    const auto bytes = static_cast<quint32>(place.number(0, kMost));
     return {bytes, bytes};
 }
 
@@ -43,12 +43,12 @@ void readPlan(const JsonPlace& place, PodPlan& plan)
     const QMap<QString, std::function<void(const JsonPlace&)>> readers{
         {key("size"), [&](const JsonPlace& value) { plan.size = sizeOf(value); }},
         {key("speed"),
-         [&](const JsonPlace& value) { plan.bytes_per_second = value.number(0, k_most); }},
+         [&](const JsonPlace& value) { plan.bytes_per_second = value.number(0, kMost); }},
         {key("polls until charged"),
-         [&](const JsonPlace& value) { plan.polls_until_charged = value.number(0, k_most); }},
+         [&](const JsonPlace& value) { plan.polls_until_charged = value.number(0, kMost); }},
         {key("fault"), [&](const JsonPlace& value) { plan.fault = faultOf(value); }},
         {key("unplug at byte"),
-         [&](const JsonPlace& value) { plan.unplug_at_byte = value.number(1, k_most); }},
+         [&](const JsonPlace& value) { plan.unplug_at_byte = value.number(1, kMost); }},
         {key("udid"), [&](const JsonPlace& value) { plan.udid = value.parsed(udidFromText); }},
     };
     place.allowMembers(readers.keys() << key("slots") << key("plugged"));
@@ -61,7 +61,7 @@ void readPods(const JsonPlace& place, Scenario& scenario)
 {
     for (const JsonPlace& pod : place.elements()) {
         const SlotSet slot_set = pod.member(key("slots")).slotSet();
-        for (int slot = 0; slot < k_slot_count; ++slot)
+        for (int slot = 0; slot < kSlotCount; ++slot)
             if (slot_set.test(slot))
                 readPlan(pod, scenario.plans.at(slot));
         if (!pod.has(key("plugged")) || pod.member(key("plugged")).flag())
@@ -144,13 +144,14 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
                                               {key("readout completed"), Kind::ReadoutCompleted},
                                               {key("charged"), Kind::Charged},
                                               {key("vanished"), Kind::Vanished},
-                                              {key("gauge full"), Kind::GaugeFull}};
+                                              {key("gauge full"), Kind::GaugeFull},
+                                              {key("gauge empty"), Kind::GaugeEmpty}};
     if (of_slots.contains(event))
         return {of_slots.value(event), value.slotSet(), QString(), 0};
     if (event == key("panel"))
         return {Kind::Panel, SlotSet(), QString(), value.number(-2, 2)};
     if (event == key("pod threads"))
-        return {Kind::PodThreads, SlotSet(), QString(), value.number(0, k_slot_count)};
+        return {Kind::PodThreads, SlotSet(), QString(), value.number(0, kSlotCount)};
     if (event == key("ended") && value.flag())
         return {Kind::Ended, SlotSet(), QString(), 0};
     value.refuse(QStringLiteral("unknown event; known are: log, panel, pod threads, ended, %1")
@@ -159,7 +160,7 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
 
 Condition logCondition(const JsonPlace& after)
 {
-    const int times = after.has(key("times")) ? after.member(key("times")).number(1, k_most) : 1;
+    const int times = after.has(key("times")) ? after.member(key("times")).number(1, kMost) : 1;
     return {Kind::Log, SlotSet(), after.member(key("log")).text(), times};
 }
 
@@ -208,7 +209,7 @@ Expectations readExpectations(const JsonPlace& place)
         {key("log contains"), [&](const JsonPlace& value) { expect.log_contains = value.texts(); }},
         {key("log lacks"), [&](const JsonPlace& value) { expect.log_lacks = value.texts(); }},
         {key("warnings"), [&](const JsonPlace& value) { expect.warnings = value.texts(); }},
-        {key("entries"), [&](const JsonPlace& value) { expect.entries = value.number(0, k_most); }},
+        {key("entries"), [&](const JsonPlace& value) { expect.entries = value.number(0, kMost); }},
         {key("exit code"),
          [&](const JsonPlace& value) { expect.exit_code = value.number(0, 255); }},
         {key("on stick"), [&](const JsonPlace& value) { expect.on_stick = value.flag(); }},

@@ -6,7 +6,7 @@
 
 namespace {
 // For what changes without a word: the clock, and the station's threads.
-constexpr std::chrono::milliseconds k_look_again{50};
+constexpr std::chrono::milliseconds kLookAgain{50};
 } // namespace
 
 ScenarioRunner::ScenarioRunner(Bench& bench, const Scenario& scenario, Mode mode)
@@ -16,7 +16,7 @@ ScenarioRunner::ScenarioRunner(Bench& bench, const Scenario& scenario, Mode mode
 {
     m_limit.setSingleShot(true);
     m_limit.setInterval(scenario.time_limit);
-    m_look_again.setInterval(k_look_again);
+    m_look_again.setInterval(kLookAgain);
     connect(&m_limit, &QTimer::timeout, this, [this] {
         giveUp(QStringLiteral("the time limit of %1 s passed %2")
                    .arg(m_scenario.time_limit.count())

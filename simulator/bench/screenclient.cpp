@@ -4,17 +4,17 @@
 
 namespace {
 // Slow enough to cost the station nothing that counts, fast enough for a person's eye.
-constexpr std::chrono::milliseconds k_between_pictures{100};
-constexpr std::chrono::milliseconds k_between_tries{100};
+constexpr std::chrono::milliseconds kBetweenPictures{100};
+constexpr std::chrono::milliseconds kBetweenTries{100};
 } // namespace
 
 ScreenClient::ScreenClient(QObject* parent)
     : QObject(parent)
 {
     m_retry.setSingleShot(true);
-    m_retry.setInterval(k_between_tries);
+    m_retry.setInterval(kBetweenTries);
     m_next_request.setSingleShot(true);
-    m_next_request.setInterval(k_between_pictures);
+    m_next_request.setInterval(kBetweenPictures);
     connect(&m_retry, &QTimer::timeout, this, &ScreenClient::connectAgain);
     connect(&m_next_request, &QTimer::timeout, this, &ScreenClient::askForChanges);
     connect(&m_socket, &QLocalSocket::readyRead, this, &ScreenClient::readServer);

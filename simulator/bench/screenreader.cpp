@@ -12,17 +12,18 @@ static void loadPanelPictures()
 
 namespace {
 
-const QRect k_panel_picture(212, 12, 255, 185);
+const QRect kPanelPicture(212, 12, 255, 185);
 // Where gauge 0 stands, and how far apart they are: six columns and five rows on 200 by 272.
-constexpr double k_column_px = 200.0 / 6;
-constexpr double k_row_px = 272.0 / 5;
-constexpr int k_columns = 6;
+constexpr double kColumnPx = 200.0 / 6;
+constexpr double kRowPx = 272.0 / 5;
+constexpr int kColumns = 6;
 // Half of a full bar's height, without its rounded ends.
-constexpr int k_half_bar_px = 12;
-constexpr QRgb k_full_green = 0xFF9ACD32;
-constexpr int k_same_colour = 12;
+constexpr int kHalfBarPx = 12;
+constexpr QRgb kFullGreen = 0xFF9ACD32;
+constexpr QRgb kWhite = 0xFFFFFFFF;
+constexpr int kSameColour = 12;
 // Mean difference a pixel below which two pictures are the same one, drawn with other rounding.
-constexpr double k_same_picture = 12;
+constexpr double kSamePicture = 12;
 
 int difference(QRgb one, QRgb other)
 {
@@ -45,22 +46,33 @@ QImage panelPicture(const char* name)
 {
     const QImage picture(QStringLiteral(":/panel/%1.png").arg(QLatin1String(name)));
     const QImage scaled =
-        picture.scaled(k_panel_picture.size(), Qt::KeepAspectRatio, Qt::SmoothTransformation);
-    QImage drawn(k_panel_picture.size(), QImage::Format_RGB32);
+        picture.scaled(kPanelPicture.size(), Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    QImage drawn(kPanelPicture.size(), QImage::Format_RGB32);
     drawn.fill(Qt::white);
     QPainter(&drawn).drawImage((drawn.width() - scaled.width()) / 2,
                                (drawn.height() - scaled.height()) / 2, scaled);
     return drawn;
 }
 
-bool gaugeFull(const QImage& screen, int slot)
+/// Whether a gauge has one colour from bottom to top.
+bool gaugeIs(const QImage& screen, int slot, QRgb colour)
 {
-    const int x = static_cast<int>((slot % k_columns + 0.5) * k_column_px);
-    const int middle = static_cast<int>((slot / k_columns + 0.5) * k_row_px);
-    for (int y = middle - k_half_bar_px; y <= middle + k_half_bar_px; ++y)
-        if (difference(screen.pixel(x, y), k_full_green) > k_same_colour)
+    const int row = slot / kColumns;
+    const int column = slot % kColumns;
+    const int x = static_cast<int>((column + 0.5) * kColumnPx);
+    const int middle = static_cast<int>((row + 0.5) * kRowPx);
+    for (int y = middle - kHalfBarPx; y <= middle + kHalfBarPx; ++y)
+        if (difference(screen.pixel(x, y), colour) > kSameColour)
             return false;
     return true;
+}
+
+SlotSet gaugesThatAre(const QImage& screen, QRgb colour)
+{
+    SlotSet slot_set;
+    for (int slot = 0; slot < kSlotCount; ++slot)
+        slot_set.set(slot, gaugeIs(screen, slot, colour));
+    return slot_set;
 }
 
 } // namespace
@@ -77,9 +89,9 @@ ScreenReader::ScreenReader()
 
 std::optional<int> ScreenReader::panelCode(const QImage& screen) const
 {
-    const QImage shown = screen.copy(k_panel_picture);
+    const QImage shown = screen.copy(kPanelPicture);
     std::optional<int> best_code;
-    double best = k_same_picture;
+    double best = kSamePicture;
     for (const auto& [code, picture] : m_panel_pictures) {
         const double mean = meanDifference(shown, picture);
         if (mean < best) {
@@ -92,8 +104,10 @@ std::optional<int> ScreenReader::panelCode(const QImage& screen) const
 
 SlotSet ScreenReader::fullGauges(const QImage& screen)
 {
-    SlotSet full;
-    for (int slot = 0; slot < k_slot_count; ++slot)
-        full.set(slot, gaugeFull(screen, slot));
-    return full;
+    return gaugesThatAre(screen, kFullGreen);
+}
+
+SlotSet ScreenReader::emptyGauges(const QImage& screen)
+{
+    return gaugesThatAre(screen, kWhite);
 }

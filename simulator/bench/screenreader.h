@@ -19,6 +19,7 @@ public:
     std::optional<int> panelCode(const QImage& screen) const;
     /// Places whose gauge is green from bottom to top, without the charging mark.
     static SlotSet fullGauges(const QImage& screen);
+    static SlotSet emptyGauges(const QImage& screen);
 
 private:
     std::map<int, QImage> m_panel_pictures;

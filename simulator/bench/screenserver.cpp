@@ -6,8 +6,8 @@
 #include <utility>
 
 namespace {
-constexpr quint16 k_first_port = 5900;
-constexpr quint16 k_last_port = 5999;
+constexpr quint16 kFirstPort = 5900;
+constexpr quint16 kLastPort = 5999;
 } // namespace
 
 ScreenServer::ScreenServer(QString screen_socket)
@@ -18,7 +18,7 @@ ScreenServer::ScreenServer(QString screen_socket)
 
 quint16 ScreenServer::listen()
 {
-    for (quint16 port = k_first_port; port <= k_last_port; ++port)
+    for (quint16 port = kFirstPort; port <= kLastPort; ++port)
         if (m_server.listen(QHostAddress::LocalHost, port))
             return port;
     return 0;

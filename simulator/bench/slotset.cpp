@@ -10,7 +10,7 @@ int slotFromText(const QString& text)
 {
     bool ok = false;
     const int slot = text.trimmed().toInt(&ok);
-    if (!ok || slot < 0 || slot >= k_slot_count)
+    if (!ok || slot < 0 || slot >= kSlotCount)
         throw BadInput(QStringLiteral("'%1' is no place: places are 0 to 29").arg(text.trimmed()));
     return slot;
 }
@@ -41,11 +41,11 @@ SlotSet slotSetFromText(const QString& text)
 QString slotSetToText(const SlotSet& slot_set)
 {
     QStringList ranges;
-    for (int first = 0; first < k_slot_count; ++first) {
+    for (int first = 0; first < kSlotCount; ++first) {
         if (!slot_set.test(first))
             continue;
         int last = first;
-        while (last + 1 < k_slot_count && slot_set.test(last + 1))
+        while (last + 1 < kSlotCount && slot_set.test(last + 1))
             ++last;
         ranges +=
             first == last ? QString::number(first) : QStringLiteral("%1-%2").arg(first).arg(last);

@@ -4,10 +4,10 @@
 
 #include <bitset>
 
-constexpr int k_slot_count = 30;
+constexpr int kSlotCount = 30;
 
 /// Some of the thirty places. In text: "3", "0-5,7" or "all".
-using SlotSet = std::bitset<k_slot_count>;
+using SlotSet = std::bitset<kSlotCount>;
 
 /// Throws BadInput.
 SlotSet slotSetFromText(const QString& text);

@@ -10,9 +10,9 @@
 #include <utility>
 
 namespace {
-constexpr int k_signal_exit = 128;
+constexpr int kSignalExit = 128;
 // The controller's and discovery's; every other plain QThread of the station serves a pod.
-constexpr int k_threads_without_pods = 2;
+constexpr int kThreadsWithoutPods = 2;
 } // namespace
 
 void Station::Process::setupChildProcess()
@@ -35,7 +35,7 @@ Station::Station(SandboxSettings settings, const QString& log_path, bool echo)
             &Station::noteEnd);
     connect(&m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart)
-            noteEnd(k_signal_exit - 1, QProcess::NormalExit);
+            noteEnd(kSignalExit - 1, QProcess::NormalExit);
     });
 }
 
@@ -67,7 +67,7 @@ int Station::podThreads() const
 {
     const qint64 pid = stationPid();
     const int plain = static_cast<int>(threadNames(pid).count(QStringLiteral("QThread")));
-    return pid > 0 ? qMax(0, plain - k_threads_without_pods) : 0;
+    return pid > 0 ? qMax(0, plain - kThreadsWithoutPods) : 0;
 }
 
 void Station::readOutput()
@@ -84,7 +84,7 @@ void Station::readOutput()
 void Station::noteEnd(int exit_code, QProcess::ExitStatus status)
 {
     readOutput();
-    m_exit_code = status == QProcess::NormalExit ? exit_code : k_signal_exit + exit_code;
+    m_exit_code = status == QProcess::NormalExit ? exit_code : kSignalExit + exit_code;
     Q_EMIT ended(*m_exit_code);
 }
 

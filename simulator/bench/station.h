@@ -17,6 +17,10 @@ class Station : public QObject
 
 public:
     Station(SandboxSettings settings, const QString& log_path, bool echo);
+    Station(const Station&) = delete;
+    Station& operator=(const Station&) = delete;
+    Station(Station&&) = delete;
+    Station& operator=(Station&&) = delete;
     ~Station() override;
 
     void start();

@@ -47,7 +47,7 @@ QString lineOf(const PodRack& rack, int slot)
 QString statusText(const PodRack& rack, const BenchFolder& folder, std::optional<int> panel_code)
 {
     QString text;
-    for (int slot = 0; slot < k_slot_count; ++slot)
+    for (int slot = 0; slot < kSlotCount; ++slot)
         if (rack.lastPod(slot))
             text += lineOf(rack, slot);
     text += QStringLiteral("stick %1, panel: %2\n")

@@ -51,7 +51,7 @@ void checkNothingLost(const Bench& bench, Verdict& verdict)
 
 void checkPods(const PodRack& rack, const Expectations& expect, Verdict& verdict)
 {
-    for (int slot = 0; slot < k_slot_count; ++slot) {
+    for (int slot = 0; slot < kSlotCount; ++slot) {
         const bool erased = rack.lastPod(slot) && rack.report(slot).erased;
         if (expect.erased.test(slot) && !erased)
             verdict.problems += QStringLiteral("place %1 was not erased").arg(slot);

@@ -123,7 +123,7 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
         "demo.json: pods[0].fault: 'tired' is no fault of a pod");
     row("udid", R"({"pods": [{"slots": 1, "udid": "12"}])" + tail,
         "demo.json: pods[0].udid: an identifier has 16 hexadecimal digits");
-    row("stick", R"({"stick": "up")" + tail, "demo.json: stick: a stick is \"in\" or \"out\"");
+    row("stick", R"({"stick": "up")" + tail, R"(demo.json: stick: a stick is "in" or "out")");
     row("flag", R"({"pods": [{"slots": 1, "plugged": 1}])" + tail,
         "demo.json: pods[0].plugged: true or false is needed here");
     row("two verbs", withSteps(R"({"plug": 1, "unplug": 2})"),
@@ -137,7 +137,7 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("event", withSteps(R"({"after": {"lunch": 1}, "plug": 1})"),
         "demo.json: steps[0].after.lunch: unknown event; known are: log, panel, pod threads, "
         "ended, "
-        "charged, erased, gauge full, readout begun, readout completed, vanished");
+        "charged, erased, gauge empty, gauge full, readout begun, readout completed, vanished");
     row("no event", withSteps(R"({"after": {}, "plug": 1})"),
         "demo.json: steps[0].after: an event is needed here");
     row("times alone", withSteps(R"({"after": {"times": 2}, "plug": 1})"),

@@ -45,8 +45,8 @@ QByteArray update(const QList<QByteArray>& rectangles)
     return QByteArray("\0\0", 2) + be16(rectangles.size()) + rectangles.join();
 }
 
-constexpr quint32 red = 0xFFFF0000;
-constexpr quint32 blue = 0xFF0000FF;
+constexpr quint32 kRed = 0xFFFF0000;
+constexpr quint32 kBlue = 0xFF0000FF;
 
 } // namespace
 
@@ -77,8 +77,8 @@ void BenchScreenTest::paintsTheSameHoweverTheBytesArrive()
     const QByteArray bell_and_text =
         QByteArray("\2", 1) + QByteArray("\3\0\0\0", 4) + be32(3) + "cut";
     const QByteArray stream =
-        greeting(20, 10) + update({rectangle(QRect(0, 0, 20, 10), red)}) + bell_and_text +
-        update({rectangle(QRect(5, 2, 3, 4), blue), rectangle(QRect(19, 9, 1, 1), blue)}) +
+        greeting(20, 10) + update({rectangle(QRect(0, 0, 20, 10), kRed)}) + bell_and_text +
+        update({rectangle(QRect(5, 2, 3, 4), kBlue), rectangle(QRect(19, 9, 1, 1), kBlue)}) +
         update({});
 
     RfbSession session;
@@ -91,9 +91,9 @@ void BenchScreenTest::paintsTheSameHoweverTheBytesArrive()
         QCOMPARE(updates, 3);
     QVERIFY(updates > 0);
     QImage expected(20, 10, QImage::Format_RGB32);
-    expected.fill(red);
-    QPainter(&expected).fillRect(5, 2, 3, 4, QColor(blue));
-    expected.setPixel(19, 9, blue);
+    expected.fill(kRed);
+    QPainter(&expected).fillRect(5, 2, 3, 4, QColor(kBlue));
+    expected.setPixel(19, 9, kBlue);
     QCOMPARE(session.picture(), expected);
 }
 
@@ -111,7 +111,7 @@ void BenchScreenTest::refusesWhatBreaksTheProtocol_data()
     row("message", greeting(4, 4) + "\7", "unknown message 7");
     row("encoding", greeting(4, 4) + update({be16(0) + be16(0) + be16(1) + be16(1) + be32(5)}),
         "unknown encoding 5");
-    row("outside", greeting(4, 4) + update({rectangle(QRect(3, 3, 2, 1), red)}),
+    row("outside", greeting(4, 4) + update({rectangle(QRect(3, 3, 2, 1), kRed)}),
         "an update outside the screen");
 }
 
@@ -139,14 +139,15 @@ void BenchScreenTest::comesBackAfterALostServerAndTouches()
     delete server.nextPendingConnection(); // lost at once
     QVERIFY(server.hasPendingConnections() || arrived.wait(10000));
     QLocalSocket* const screen = server.nextPendingConnection();
-    screen->write(greeting(8, 8) + update({rectangle(QRect(0, 0, 8, 8), blue)}));
+    screen->write(greeting(8, 8) + update({rectangle(QRect(0, 0, 8, 8), kBlue)}));
     QVERIFY(!changed.isEmpty() || changed.wait(10000));
-    QCOMPARE(client.picture().pixel(7, 7), blue);
+    QCOMPARE(client.picture().pixel(7, 7), kBlue);
 
     client.touch(QPoint(3, 258));
     const QByteArray pressed_then_released("\5\1\0\3\1\2\5\0\0\3\1\2", 12);
     QByteArray received;
-    QTRY_VERIFY_WITH_TIMEOUT((received += screen->readAll()).contains(pressed_then_released), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT((received += screen->readAll()).contains(pressed_then_released),
+                             10000);
     client.stop();
     QVERIFY(!client.ready());
 }
@@ -177,6 +178,7 @@ void BenchScreenTest::readsPanelAndGauges()
     painter.fillRect(9, 20, 16, 22, QColor("yellowgreen"));  // place 0, not quite
     painter.end();
     QCOMPARE(ScreenReader::fullGauges(screen), slotSetOf(7));
+    QCOMPARE(ScreenReader::emptyGauges(screen), ~firstSlots(1) & ~slotSetOf(7));
 }
 
 QTEST_MAIN(BenchScreenTest)
