@@ -11,6 +11,7 @@
 #include <QThread>
 
 #include <atomic>
+#include <csignal>
 #include <cstdlib>
 
 namespace {
@@ -40,6 +41,8 @@ static int showScreens(QGuiApplication& application, UIBackEnd& uibackend)
 int main(int argc, char* argv[])
 {
     LauncherHandover().run();
+    // The log's reader may go away; the station must not go with it.
+    std::signal(SIGPIPE, SIG_IGN);
     qInstallMessageHandler(corvaneLogger);
     QGuiApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     QGuiApplication application(argc, argv);

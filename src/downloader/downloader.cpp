@@ -7,6 +7,9 @@
 
 #include <QCryptographicHash>
 #include <QDebug>
+#include <QDir>
+#include <QStorageInfo>
+#include <QThread>
 
 #include <algorithm>
 #include <array>
@@ -23,11 +26,17 @@ constexpr uint8_t ACK = 0x0A;
 constexpr int DIGEST_BYTES = 32;
 constexpr uint32_t CHUNK_BYTES = 16384;
 constexpr int ATTEMPTS = 3;
+constexpr qint64 SPACE_RESERVE_BYTES = 16 * 1024 * 1024;
 constexpr auto PAUSE_AFTER_WRONG_DIGEST = 15s;
 
 [[noreturn]] void fail(const char* message, int code)
 {
     throw DownloadException(QLatin1String(message), code);
+}
+
+[[noreturn]] void failInterrupted()
+{
+    fail("Download interrupted", 264);
 }
 
 bool send(Pod& pod, uint8_t command)
@@ -83,6 +92,8 @@ QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
     std::array<uint8_t, CHUNK_BYTES> buffer{};
     uint32_t remaining = size_bytes;
     while (remaining != 0) {
+        if (QThread::currentThread()->isInterruptionRequested())
+            failInterrupted();
         const uint32_t chunk = std::min(remaining, CHUNK_BYTES);
         if (LibUsbUtils().readData(pod.getDevHandle(), buffer.data(), static_cast<int>(chunk),
                                    TIMEOUT_MS) < 1)
@@ -93,8 +104,29 @@ QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
         digest.addData(reinterpret_cast<const char*>(buffer.data()), static_cast<int>(chunk));
         showProgress(pod, size_bytes, remaining);
     }
+    file.close();
     qDebug() << "Done ! Byte remaining:" << remaining;
     return digest.result();
+}
+
+void claimDataFile(Pod& pod)
+{
+    switch (pod.claimDataFile()) {
+    case ArchiveTicket::Claim::Held:
+        return;
+    case ArchiveTicket::Claim::Stopped:
+        failInterrupted();
+    case ArchiveTicket::Claim::Impossible:
+        fail("Failed to open file", 260);
+    }
+}
+
+/// A pod that announces more than there is room for must not fill the disk for the others.
+void requireSpaceFor(uint32_t size_bytes)
+{
+    const QStorageInfo storage(QDir::currentPath());
+    if (storage.isValid() && storage.bytesAvailable() < qint64{size_bytes} + SPACE_RESERVE_BYTES)
+        fail("Not enough space for pod datas", 260);
 }
 
 QByteArray readDigest(Pod& pod)
@@ -126,7 +158,7 @@ bool Downloader::downloadPodData(Pod& pod)
         if (readOut(pod, size_bytes))
             return true;
         if (!sleepUnlessInterrupted(PAUSE_AFTER_WRONG_DIGEST))
-            fail("Download interrupted", 264);
+            failInterrupted();
     }
     // Deliberately true: a recording that the pod itself cannot read back right is still kept.
     emit pod.setSyncProgress(pod.getIdx(), -1);
@@ -159,11 +191,10 @@ void Downloader::dropEmptyAnswer(Pod& pod, uint32_t size_bytes)
 
 bool Downloader::readOut(Pod& pod, uint32_t size_bytes)
 {
-    if (!pod.claimDataFile())
-        fail("Download interrupted", 264);
+    claimDataFile(pod);
+    requireSpaceFor(size_bytes);
     DataFile file(pod.getOzuFilePath());
     const QByteArray calculated = copyData(pod, size_bytes, file);
-    file.close();
 
     const QByteArray received = readDigest(pod);
     qDebug().noquote() << "Hash received:" << received.toHex().toUpper();

@@ -4,21 +4,20 @@
 
 using namespace std::chrono_literals;
 
-bool ArchiveTicket::claim(const QString& path)
+ArchiveTicket::Claim ArchiveTicket::claim(const QString& path)
 {
     if (m_claim)
-        return true;
+        return Claim::Held;
     auto claim = std::make_unique<QLockFile>(path + QLatin1String(".lock"));
     claim->setStaleLockTime(0); // a long download is not a stale one
     while (!claim->tryLock()) {
-        // Without a place for the lock there is none for the file either: its own opening says so.
         if (claim->error() != QLockFile::LockFailedError)
-            break;
+            return Claim::Impossible;
         if (!sleepUnlessInterrupted(100ms))
-            return false;
+            return Claim::Stopped;
     }
     m_claim = std::move(claim);
-    return true;
+    return Claim::Held;
 }
 
 void ArchiveTicket::release()

@@ -23,9 +23,15 @@ public:
         Abandoned, ///< the pod is gone and waits for no answer
     };
 
-    /// Worker thread: claims `path`, waiting until no other pod holds it. False when the thread was
-    /// asked to stop meanwhile. Claiming again what is already held is true at once.
-    bool claim(const QString& path);
+    enum class Claim {
+        Held,
+        Stopped,    ///< the thread was asked to stop while another pod held the name
+        Impossible, ///< no lock could be written, on a full disk say
+    };
+
+    /// Worker thread: claims `path`, waiting until no other pod holds it. Claiming again what is
+    /// already held changes nothing.
+    Claim claim(const QString& path);
     /// Worker thread: gives the name back when no file will be handed over.
     void release();
 

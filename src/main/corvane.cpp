@@ -57,7 +57,8 @@ Corvane::~Corvane() = default;
 void Corvane::init()
 {
     // Before anything reads "datas": an addition cut short by the power is put back.
-    ArchiveAddition::recover();
+    if (!ArchiveAddition::recover())
+        qCritical() << "An archive waits to be put back";
     QDir(QStringLiteral("dfu")).removeRecursively();
     QDir(QStringLiteral("tmp")).removeRecursively();
     QDir().mkdir(QStringLiteral("tmp"));
@@ -103,9 +104,18 @@ void Corvane::taskLoop()
 void Corvane::startNewArchive(FileSaver& saver)
 {
     saver.createNewFile();
-    m_current_zip_path = saver.getCurrentFilePath();
-    ZipUtils::createZip(m_current_zip_path);
-    ZipUtils::addFile(m_current_zip_path, INFOS_PATH);
+    const QString path = saver.getCurrentFilePath();
+    const bool created = ZipUtils::createZip(path);
+    if (created && ZipUtils::addFile(path, INFOS_PATH)) {
+        m_current_zip_path = path;
+        return;
+    }
+    qCritical().noquote() << "No new archive at" << path;
+    // An archive without its information file must never be filled, nor push older ones out.
+    if (created)
+        ZipUtils::deleteZip(path);
+    if (path == m_current_zip_path)
+        m_current_zip_path.clear();
 }
 
 void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
@@ -135,6 +145,10 @@ void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
     QTimer panel_timer;
     panel_timer.setInterval(PANEL_INTERVAL);
     connect(&panel_timer, &QTimer::timeout, &panel_timer, restart);
+    connect(&panel_timer, &QTimer::timeout, this, [&] {
+        if (m_current_zip_path.isEmpty())
+            startNewArchive(saver);
+    });
     connect(&panel_timer, &QTimer::timeout, this, &Corvane::updateInfowWindow);
 
     archive_timer.start();
@@ -209,7 +223,9 @@ void Corvane::exportArchive()
         emit syncDone(NoUsbKey);
         return;
     }
-    if (!m_usbkey.copyFileToUsbKey(m_current_zip_path, EXPORT_NAME)) {
+    // After a storage error an addition may still wait to be put back: half of it is no export.
+    if (!ArchiveAddition::recover() ||
+        !m_usbkey.copyFileToUsbKey(m_current_zip_path, EXPORT_NAME)) {
         emit syncDone(CopyFailed);
         return;
     }

@@ -75,6 +75,7 @@ private:
     void init();
     QByteArray getEUI48();
     void writeInfosFile();
+    /// Stays with the archive at hand when a new one cannot be made.
     void startNewArchive(FileSaver& saver);
     void serveTimers(Discovery& discovery, FileSaver& saver);
     bool isIdle() const;
@@ -90,5 +91,5 @@ private:
     bool m_no_backup = false;
     UsbKeyUtils m_usbkey;
     QByteArray m_eui48; ///< 6 bytes, empty when the chip did not answer
-    QString m_current_zip_path;
+    QString m_current_zip_path; ///< empty until an archive could be made
 };

@@ -22,9 +22,9 @@ void Corvane::device_slot_ts::start(int idx, const UsbDeviceRef& dev, Corvane& c
             thread->quit();
         },
         Qt::DirectConnection);
-    connect(newcomer, &Pod::finished, thread, &QThread::quit, Qt::QueuedConnection);
+    // First the pod, whose end quits the thread: a thread object deleted while its pod still closes
+    // the device would hold up discovery.
     connect(newcomer, &Pod::finished, newcomer, &QObject::deleteLater);
-    // The thread may quit before its loop comes to the deletion asked for above.
     connect(thread, &QThread::finished, newcomer, &QObject::deleteLater, Qt::DirectConnection);
     // Only now: deleting a thread that still runs, in a transfer say, would abort the program.
     connect(thread, SIGNAL(finished()), thread, SLOT(deleteLater()));

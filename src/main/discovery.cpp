@@ -56,12 +56,17 @@ void Discovery::Start()
 
 bool Discovery::registerCallback()
 {
-    if (m_usb->get() == nullptr)
+    if (m_usb->get() == nullptr) {
+        qCritical() << "No USB: libusb could not be initialised";
         return false;
-    return libusb_hotplug_register_callback(
-               m_usb->get(), LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED | LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT,
-               LIBUSB_HOTPLUG_ENUMERATE, POD_VENDOR, POD_PRODUCT, LIBUSB_HOTPLUG_MATCH_ANY,
-               &Discovery::OnUsbHotplugCallback, this, &m_handle) == LIBUSB_SUCCESS;
+    }
+    const int error = libusb_hotplug_register_callback(
+        m_usb->get(), LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED | LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT,
+        LIBUSB_HOTPLUG_ENUMERATE, POD_VENDOR, POD_PRODUCT, LIBUSB_HOTPLUG_MATCH_ANY,
+        &Discovery::OnUsbHotplugCallback, this, &m_handle);
+    if (error != LIBUSB_SUCCESS)
+        qCritical() << "No USB hot-plug:" << libusb_error_name(error);
+    return error == LIBUSB_SUCCESS;
 }
 
 void Discovery::Stop()
@@ -141,7 +146,10 @@ void Discovery::onArrival(const UsbDeviceRef& dev)
     auto& slot = m_corvane.device_slots.at(idx);
     slot.start(idx, dev, m_corvane, m_corvane.uibackend);
     ++m_live_workers;
-    connect(slot.workThread, &QThread::finished, this, &Discovery::wake, Qt::DirectConnection);
+    // On the worker, which may outlive this object when it sits in a transfer at the end.
+    connect(
+        slot.workThread, &QThread::finished, slot.workThread,
+        [usb = m_usb] { libusb_interrupt_event_handler(usb->get()); }, Qt::DirectConnection);
     connect(slot.workThread, &QObject::destroyed, this, [this] { --m_live_workers; });
     ++m_corvane.nb_pods_connected;
     emit m_corvane.podConnection(idx, true);

@@ -90,6 +90,7 @@ void Pod::downloadData()
         if (Downloader().downloadPodData(*this)) {
             emit dataReady(m_ozu_file_path, m_idx);
         } else {
+            m_ticket->release(); // a first read-out may have claimed the name
             emit podEmpty();
             emit setSyncProgress(m_idx, 101);
         }
@@ -148,6 +149,8 @@ void Pod::pollCharge()
     usb.readData(m_dev_handle, &ack, 1, TIMEOUT_MS);
     if (ack != ACK)
         qInfo().noquote() << "Fail ack" << QString::number(ack, 16);
+    if (thread()->isInterruptionRequested())
+        return;
     if (usb.readData(m_dev_handle, &status, 1, TIMEOUT_MS) < 1)
         return; // the pod said nothing: the screen keeps what it last said
     m_pod_charged = status == CHARGED;

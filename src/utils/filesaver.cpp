@@ -1,5 +1,6 @@
 #include "utils/filesaver.h"
 
+#include "utils/storagefile.h"
 #include "utils/ziputils.h"
 
 #include <QDebug>
@@ -10,6 +11,7 @@
 namespace {
 
 constexpr int kNameDigits = 10;
+const QString kInfosEntry = QStringLiteral("infos.log");
 constexpr qint64 kLastNumber = 9999998999;
 
 QString numbered(qint64 number, const QString& extension)
@@ -25,8 +27,8 @@ FileSaver::FileSaver(const QString& dir, QString extension, int maxFiles)
     , m_dir_path(dir)
     , m_max_files(maxFiles)
 {
-    if (!m_dir.exists())
-        QDir().mkdir(dir);
+    if (!m_dir.exists() && QDir().mkdir(dir))
+        storage::syncFolderOf(dir); // archives are only as safe as their folder's own name
     m_current_file_path = pathOf(getLastFileName());
     cleanLocalBackups();
 }
@@ -52,9 +54,10 @@ void FileSaver::createNewFile()
 {
     cleanLocalBackups();
     const QString last = getLastFileName();
-    const int entries = ZipUtils::listFiles(pathOf(last)).size();
-    qDebug() << "Last zip files count:" << entries;
-    if (entries == 1)
+    const QStringList entries = ZipUtils::listFiles(pathOf(last));
+    qDebug() << "Last zip files count:" << entries.size();
+    // A single entry is the information file; were it a recording, it must not be replaced.
+    if (entries == QStringList(kInfosEntry))
         return;
     m_current_file_path = pathOf(nameAfter(last));
     qDebug().noquote() << "Current zip" << m_current_file_path;
@@ -85,8 +88,11 @@ QString FileSaver::nameAfter(const QString& last)
         wipe();
         return numbered(0, m_file_extension);
     }
-    const qint64 number = last.chopped(m_file_extension.size()).toLongLong();
-    return numbered(number + 1, m_file_extension);
+    qint64 number = last.chopped(m_file_extension.size()).toLongLong() + 1;
+    // A foreign name that sorts last counts as 0: an archive that is there is never replaced.
+    while (QFile::exists(pathOf(numbered(number, m_file_extension))))
+        ++number;
+    return numbered(number, m_file_extension);
 }
 
 void FileSaver::wipe()

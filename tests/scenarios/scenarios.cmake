@@ -3,3 +3,7 @@ foreach(scenario IN ITEMS bounce faults powerloss quit sizes stick)
   add_test(NAME scenario_${scenario}
     COMMAND corvane-sim --once --scenario ${CMAKE_CURRENT_LIST_DIR}/${scenario}.json)
 endforeach()
+
+corvane_add_test(scenario_churn SOURCES scenarios/churn.cpp LIBRARIES corvane_bench)
+target_compile_definitions(scenario_churn
+  PRIVATE CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>")

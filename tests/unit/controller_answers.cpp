@@ -13,6 +13,8 @@
 
 #include <memory>
 
+using Claim = ArchiveTicket::Claim;
+
 /// Which answer of the controller may erase which pod, and who may write which data file: a pod
 /// erased on another one's word would be a recording lost.
 class ControllerAnswers : public QObject
@@ -92,14 +94,14 @@ void ControllerAnswers::sameFileNameTakesTurns()
 {
     const QString path = QStringLiteral("0123456789ABCDE.ozu");
     ArchiveTicket first;
-    QVERIFY(first.claim(path));
-    QVERIFY(first.claim(path)); // a second read-out of the same pod
+    QCOMPARE(first.claim(path), Claim::Held);
+    QCOMPARE(first.claim(path), Claim::Held); // a second read-out of the same pod
 
     std::atomic<bool> settled{false};
     std::atomic<bool> after_settling{false};
     const std::unique_ptr<QThread> other(QThread::create([&] {
         ArchiveTicket second;
-        if (second.claim(path))
+        if (second.claim(path) == Claim::Held)
             after_settling = settled.load();
     }));
     other->start();
@@ -107,21 +109,23 @@ void ControllerAnswers::sameFileNameTakesTurns()
     first.settle(true);
     QVERIFY(other->wait());
     QVERIFY(after_settling);
-    QVERIFY(ArchiveTicket().claim(path));
+    QCOMPARE(ArchiveTicket().claim(path), Claim::Held);
+    // Two pods that share a name must not both write because neither could lock it.
+    QCOMPARE(ArchiveTicket().claim(QStringLiteral("no-such-folder/file.ozu")), Claim::Impossible);
 }
 
 void ControllerAnswers::stopRequestEndsTheWaitForAName()
 {
     const QString path = QStringLiteral("0123456789ABCDE.ozu");
     ArchiveTicket holder;
-    QVERIFY(holder.claim(path));
-    std::atomic<bool> claimed{true};
+    QCOMPARE(holder.claim(path), Claim::Held);
+    std::atomic<Claim> claim{Claim::Held};
     const std::unique_ptr<QThread> other(
-        QThread::create([&] { claimed = ArchiveTicket().claim(path); }));
+        QThread::create([&] { claim = ArchiveTicket().claim(path); }));
     other->start();
     other->requestInterruption();
     QVERIFY(other->wait());
-    QVERIFY(!claimed);
+    QCOMPARE(claim.load(), Claim::Stopped);
 }
 
 void ControllerAnswers::serialNumberIsWholeOrEmpty()

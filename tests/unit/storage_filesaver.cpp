@@ -41,6 +41,7 @@ private slots:
     void emptyFolder();
     void nextName_data();
     void nextName();
+    void recordingsAreNeverReplaced();
     void seriesStartsOver();
     void oldestGoFirst();
 
@@ -100,6 +101,24 @@ void StorageFileSaver::nextName()
     QTEST(saver.getCurrentFilePath(), "next");
     QCOMPARE(saver.getLastFilePath(), QStringLiteral("datas/") + last);
     QCOMPARE(saver.listFiles().size(), 2);
+}
+
+void StorageFileSaver::recordingsAreNeverReplaced()
+{
+    // A foreign name that sorts last, and an archive that never got its information file.
+    QVERIFY(QDir().mkdir(QStringLiteral("datas")));
+    QVERIFY(makeDataFile(fileName(1), 2));
+    QVERIFY(makeDataFile(QStringLiteral("notes.txt"), -1));
+    FileSaver saver(QStringLiteral("datas"), extension, 25);
+    saver.createNewFile();
+    QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + fileName(2));
+
+    QVERIFY(QFile::remove(QStringLiteral("datas/notes.txt")));
+    QVERIFY(ZipUtils::createZip(QStringLiteral("datas/") + fileName(3)));
+    QVERIFY(ZipUtils::addFile(QStringLiteral("datas/") + fileName(3), QStringLiteral("infos.log"),
+                              QStringLiteral("0123456789ABCDE.ozu")));
+    saver.createNewFile();
+    QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + fileName(4));
 }
 
 void StorageFileSaver::seriesStartsOver()

@@ -1,0 +1,129 @@
+#include "bench/bench.h"
+#include "bench/processtree.h"
+
+#include <QDir>
+#include <QFile>
+#include <QtTest>
+
+#include <algorithm>
+#include <memory>
+
+/// Plugs and unplugs pods in all places, over and over, and compares what the station holds
+/// afterwards with what it held after the first hundred. CORVANE_CHURN_CYCLES sets another count.
+class Churn : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void leavesNothingBehind();
+
+private:
+    struct Holdings
+    {
+        int threads = 0;
+        int descriptors = 0;
+        int memory_kib = 0;
+    };
+
+    bool waitFor(const Condition& condition);
+    void plugAndUnplugAll(int round);
+    Holdings holdings() const;
+
+    std::unique_ptr<Bench> m_bench;
+};
+
+namespace {
+
+constexpr int kCyclesBefore = 120;
+/// The allocator's own coming and going; one leaked pod or thread a round is ten times as much.
+constexpr int kMemorySlackKib = 6 * 1024;
+
+Condition podThreads(int number)
+{
+    Condition condition{};
+    condition.kind = Condition::Kind::PodThreads;
+    condition.number = number;
+    return condition;
+}
+
+Condition erased(int slot)
+{
+    Condition condition{};
+    condition.kind = Condition::Kind::Erased;
+    condition.slot_set = slotSetOf(slot);
+    return condition;
+}
+
+} // namespace
+
+void Churn::initTestCase()
+{
+    PodPlan plan;
+    plan.size = SizeRange{4096, 4096};
+    BenchSettings settings;
+    settings.station_program = QStringLiteral(CORVANE_STATION_PROGRAM);
+    m_bench = std::make_unique<Bench>(settings, plainScenario(plan, {}, false, {}));
+    m_bench->start();
+}
+
+bool Churn::waitFor(const Condition& condition)
+{
+    // The bench tells when to look again, but not when a thread ends.
+    return QTest::qWaitFor([&] { return m_bench->holds(condition); }, 60000);
+}
+
+void Churn::plugAndUnplugAll(int round)
+{
+    m_bench->perform(verb::Plug{firstSlots(kSlotCount), {}});
+    QVERIFY(waitFor(podThreads(kSlotCount)));
+    // Rounds end in the pods' start-up, in their transfers, or with some already charging.
+    if (round % 3 == 1)
+        QVERIFY(waitFor(erased(0)));
+    if (round % 3 == 2)
+        QVERIFY(waitFor(erased(3)));
+    m_bench->perform(verb::Unplug{firstSlots(kSlotCount)});
+    QVERIFY(waitFor(podThreads(0)));
+}
+
+Churn::Holdings Churn::holdings() const
+{
+    const qint64 pid = m_bench->station().stationPid();
+    const QString proc = QStringLiteral("/proc/%1/").arg(pid);
+    Holdings now;
+    now.threads = threadNames(pid).size();
+    now.descriptors = QDir(proc + QStringLiteral("fd")).entryList(QDir::Files | QDir::System).size();
+    QFile status(proc + QStringLiteral("status"));
+    if (status.open(QIODevice::ReadOnly)) {
+        const QByteArray text = status.readAll();
+        const int at = text.indexOf("VmRSS:") + 6;
+        now.memory_kib = text.mid(at, text.indexOf("kB", at) - at).trimmed().toInt();
+    }
+    return now;
+}
+
+void Churn::leavesNothingBehind()
+{
+    const int cycles = std::max(kCyclesBefore, qEnvironmentVariableIntValue("CORVANE_CHURN_CYCLES"));
+    const int wanted = cycles > kCyclesBefore ? cycles : 1000;
+    Holdings before;
+    for (int done = 0, round = 0; done < wanted; done += kSlotCount, ++round) {
+        plugAndUnplugAll(round);
+        if (QTest::currentTestFailed())
+            return;
+        if (done + kSlotCount == kCyclesBefore)
+            before = holdings();
+    }
+    // A child of the panel's tick or the last worker may still hold a descriptor for a moment.
+    QTRY_VERIFY(holdings().descriptors <= before.descriptors);
+    const Holdings after = holdings();
+    qInfo("threads %d, then %d; descriptors %d, then %d; memory %d KiB, then %d KiB", before.threads,
+          after.threads, before.descriptors, after.descriptors, before.memory_kib,
+          after.memory_kib);
+    QCOMPARE(after.threads, before.threads);
+    QVERIFY(before.memory_kib > 0);
+    QVERIFY(after.memory_kib <= before.memory_kib + kMemorySlackKib);
+}
+
+QTEST_GUILESS_MAIN(Churn)
+#include "churn.moc"
