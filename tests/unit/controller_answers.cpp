@@ -95,13 +95,12 @@ void ControllerAnswers::sameFileNameTakesTurns()
     QVERIFY(first.claim(path));
     QVERIFY(first.claim(path)); // a second read-out of the same pod
 
-    ArchiveTicket second;
     std::atomic<bool> settled{false};
-    bool after_settling = false;
+    std::atomic<bool> after_settling{false};
     const std::unique_ptr<QThread> other(QThread::create([&] {
+        ArchiveTicket second;
         if (second.claim(path))
-            after_settling = settled;
-        second.release();
+            after_settling = settled.load();
     }));
     other->start();
     settled = true;
@@ -116,7 +115,7 @@ void ControllerAnswers::stopRequestEndsTheWaitForAName()
     const QString path = QStringLiteral("0123456789ABCDE.ozu");
     ArchiveTicket holder;
     QVERIFY(holder.claim(path));
-    bool claimed = true;
+    std::atomic<bool> claimed{true};
     const std::unique_ptr<QThread> other(
         QThread::create([&] { claimed = ArchiveTicket().claim(path); }));
     other->start();
