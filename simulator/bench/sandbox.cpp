@@ -90,10 +90,10 @@ void addEnvironment(Arguments& arguments, const SandboxSettings& settings)
         .environment("UMOCKDEV_DIR", settings.testbed_folder);
 }
 
-/// The sanitizers' options of a build that has them, with the file of suppressions they name.
+/// The sanitizers' options of a build that has them, with the files of suppressions they name.
 void addSanitizerOptions(Arguments& arguments)
 {
-    for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
+    for (const char* name : {"LSAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS"}) {
         const QString options = inherited(name);
         if (options.isEmpty())
             continue;
@@ -102,6 +102,9 @@ void addSanitizerOptions(Arguments& arguments)
             if (option.startsWith(QLatin1String("suppressions=")))
                 arguments.readOnly(option.section(QLatin1Char('='), 1));
     }
+    // The simulated devices are loaded before it, which does no harm.
+    arguments.environment("ASAN_OPTIONS",
+                          QStringLiteral("verify_asan_link_order=0:") + inherited("ASAN_OPTIONS"));
 }
 
 void addPrivateScreen(Arguments& arguments)

@@ -13,6 +13,7 @@ public:
 
     /// Lines in which text occurs, over all runs of the station.
     int count(const QString& text) const;
+    QStringList lastLines(int count) const { return m_lines.mid(qMax(0, m_lines.size() - count)); }
     /// Warnings and worse, and the sanitizers' reports, that hold none of the expected texts.
     QStringList unexpected(const QStringList& expected_texts) const;
 

@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr int kLastLines = 20;
+
 using Entries = std::vector<ArchiveEntry>;
 using Recordings = std::vector<KnownRecording>;
 
@@ -108,7 +110,10 @@ QString summary(const Bench& bench, const Verdict& verdict)
                        .arg(throughput(bench.times(), verdict.recorded_bytes));
     for (const QString& problem : verdict.problems)
         text += QStringLiteral("MISMATCH: %1\n").arg(problem);
-    text += verdict.good() ? QStringLiteral("All as expected.\n")
-                           : QStringLiteral("%1 mismatches.\n").arg(verdict.problems.size());
-    return text;
+    if (verdict.good())
+        return text + QStringLiteral("All as expected.\n");
+    const QStringList last = bench.station().log().lastLines(kLastLines);
+    return text + QStringLiteral("%1 mismatches. The log ends with:\n%2\n")
+                      .arg(verdict.problems.size())
+                      .arg(last.join(QLatin1Char('\n')));
 }

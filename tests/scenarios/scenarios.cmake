@@ -2,6 +2,8 @@
 foreach(scenario IN ITEMS bounce faults powerloss quit sizes stick)
   add_test(NAME scenario_${scenario}
     COMMAND corvane-sim --once --scenario ${CMAKE_CURRENT_LIST_DIR}/${scenario}.json)
+  set_tests_properties(scenario_${scenario} PROPERTIES
+    ENVIRONMENT "${CORVANE_SANITIZER_ENVIRONMENT}")
 endforeach()
 
 corvane_add_test(scenario_churn SOURCES scenarios/churn.cpp LIBRARIES corvane_bench)
