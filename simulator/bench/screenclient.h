@@ -15,6 +15,7 @@ class ScreenClient : public QObject
 
 public:
     explicit ScreenClient(QObject* parent = nullptr);
+    ~ScreenClient() override;
 
     void start(const QString& socket_path);
     void stop();

@@ -89,7 +89,7 @@ void Station::noteEnd(int exit_code, QProcess::ExitStatus status)
 }
 
 /// bwrap watches from outside, its second process is the first of the private root, and the
-/// station is that one's only child. 0 while there is none.
+/// station is that one's only child.
 qint64 Station::stationPid() const
 {
     qint64 pid = m_process.processId();

@@ -35,6 +35,8 @@ public:
     const StationLog& log() const { return m_log; }
     /// Worker threads of pods that live now.
     int podThreads() const;
+    /// 0 while there is none.
+    qint64 stationPid() const;
 
 Q_SIGNALS:
     void logged();
@@ -43,7 +45,6 @@ Q_SIGNALS:
 private:
     void readOutput();
     void noteEnd(int exit_code, QProcess::ExitStatus status);
-    qint64 stationPid() const;
 
     /// In a session of its own: an interrupt typed at the terminal is for the bench alone.
     class Process : public QProcess
