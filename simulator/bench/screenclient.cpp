@@ -25,6 +25,12 @@ ScreenClient::ScreenClient(QObject* parent)
             });
 }
 
+/// The socket tells of its end, and by then the timers are gone.
+ScreenClient::~ScreenClient()
+{
+    stop();
+}
+
 void ScreenClient::start(const QString& socket_path)
 {
     stop();

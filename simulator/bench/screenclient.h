@@ -15,6 +15,11 @@ class ScreenClient : public QObject
 
 public:
     explicit ScreenClient(QObject* parent = nullptr);
+    ScreenClient(const ScreenClient&) = delete;
+    ScreenClient& operator=(const ScreenClient&) = delete;
+    ScreenClient(ScreenClient&&) = delete;
+    ScreenClient& operator=(ScreenClient&&) = delete;
+    ~ScreenClient() override;
 
     void start(const QString& socket_path);
     void stop();

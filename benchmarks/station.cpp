@@ -1,0 +1,140 @@
+// Prints what the running station costs, as ratios of figures taken in the same run, in tables for
+// the README of this folder. The station is the real program, its pods and their bus are the
+// bench's. Works in the folder for temporary files: give it the storage that matters.
+#include "bench/badinput.h"
+#include "commontools.h"
+#include "stationrun.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+#include <stdexcept>
+
+namespace {
+
+constexpr int kPanelCopied = 0;
+constexpr quint32 kMebibyte = 1 << 20;
+
+PodPlan podsOf(quint32 size_bytes, quint32 bytes_per_second)
+{
+    PodPlan plan;
+    plan.size = {size_bytes, size_bytes};
+    plan.bytes_per_second = bytes_per_second;
+    return plan;
+}
+
+QString number(double value, int decimals)
+{
+    return QString::number(value, 'f', decimals);
+}
+
+/// Moments in seconds after the first plug.
+struct Road
+{
+    double floor_seconds;
+    double read_out_seconds;
+    double archived_seconds;
+    double on_stick_seconds;
+    double cpu_seconds; ///< from the first plug to the copy
+    double tools_cpu_seconds;
+    double megabytes;
+};
+
+/// The last pod's start, and its recording at the wire's speed.
+double floorSeconds(const PodPlan& plan)
+{
+    const double stagger = 0.3 + 0.3 * (k_slot_count - 1);
+    return stagger + double(plan.size.max_bytes) / plan.bytes_per_second;
+}
+
+Road measureRoad()
+{
+    const PodPlan plan = podsOf(8 * kMebibyte, 1'200'000);
+    StationRun run(plan);
+    const qint64 plug_ms = run.await(Condition::Kind::Log, QStringLiteral("Index:"), 1);
+    const double cpu_at_plug = run.cpuSeconds();
+    const auto secondsUntil = [&](Condition::Kind kind, int number = 0) {
+        return double(run.await(kind, {}, number) - plug_ms) / 1000;
+    };
+    Road road{};
+    road.floor_seconds = floorSeconds(plan);
+    road.read_out_seconds = secondsUntil(Condition::Kind::ReadoutCompleted);
+    road.archived_seconds = secondsUntil(Condition::Kind::Erased);
+    road.on_stick_seconds = secondsUntil(Condition::Kind::Panel, kPanelCopied);
+    road.cpu_seconds = run.cpuSeconds() - cpu_at_plug;
+    road.megabytes = run.recordedMegabytes();
+    run.endAndJudge();
+    road.tools_cpu_seconds = commonToolsCpuSeconds(run.pods());
+    return road;
+}
+
+/// Of a station that reads thirty pods at once and archives what it read.
+double peakMebibytes(quint32 size_bytes, quint32 bytes_per_second)
+{
+    StationRun run(podsOf(size_bytes, bytes_per_second));
+    run.await(Condition::Kind::ReadoutBegun);
+    if (run.anyReadOut())
+        throw std::runtime_error("the downloads were not simultaneous");
+    run.await(Condition::Kind::Erased);
+    return run.peakMemoryMebibytes();
+}
+
+void printRow(QTextStream& out, const char* what, double ours, double reference, const char* unit,
+              const char* aim)
+{
+    out << "| " << what << " | " << number(ours / reference, 2) << " | " << number(ours, 2) << " / "
+        << number(reference, 2) << ' ' << unit << " | " << aim << " |\n";
+    out.flush();
+}
+
+void printRoad(QTextStream& out, const Road& road)
+{
+    printRow(out,
+             "thirty pods x 8 MiB at 1.2 MB/s, first plug to archive on the stick, over the floor",
+             road.on_stick_seconds, road.floor_seconds, "s", "<= 1.15");
+    printRow(out, "CPU per MB archived, over `sha256sum` + `cp` + `zip -6`",
+             road.cpu_seconds / road.megabytes * 1000,
+             road.tools_cpu_seconds / road.megabytes * 1000, "ms/MB", "<= 1.3");
+}
+
+void printMoments(QTextStream& out, const Road& road)
+{
+    out << "\n| moment of the road | s after the first plug |\n|---|---|\n"
+        << "| the floor: last pod's start, and its recording at the wire's speed | "
+        << number(road.floor_seconds, 1) << " |\n"
+        << "| last pod read out | " << number(road.read_out_seconds, 1) << " |\n"
+        << "| last pod archived and erased | " << number(road.archived_seconds, 1) << " |\n"
+        << "| archive on the stick, as the screen says | " << number(road.on_stick_seconds, 1)
+        << " |\n";
+}
+
+void measure()
+{
+    QTextStream out(stdout);
+    out << "| what | ratio | measured | aim |\n|---|---|---|---|\n";
+    const Road road = measureRoad();
+    printRoad(out, road);
+    // Speeds at which the last pod starts well before the first is done.
+    const double small = peakMebibytes(1 * kMebibyte, 90'000);
+    const double large = peakMebibytes(64 * kMebibyte, 5'000'000);
+    printRow(out, "peak memory of thirty downloads at once, 64 MiB over 1 MiB recordings", large,
+             small, "MiB", "<= 1.05");
+    printMoments(out, road);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    try {
+        measure();
+    } catch (const BadInput& bad) {
+        QTextStream(stderr) << "failed: " << bad.text() << '\n';
+        return 1;
+    } catch (const std::exception& failure) {
+        QTextStream(stderr) << "failed: " << failure.what() << '\n';
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,101 @@
+#include "stationrun.h"
+
+#include "bench/verdict.h"
+#include "processusage.h"
+
+#include <QEventLoop>
+#include <QTimer>
+
+#include <chrono>
+#include <stdexcept>
+
+namespace {
+
+constexpr std::chrono::minutes kPatience{3};
+
+[[noreturn]] void fail(const QString& problem)
+{
+    throw std::runtime_error(problem.toStdString());
+}
+
+BenchSettings settings()
+{
+    BenchSettings settings;
+    settings.station_program = QStringLiteral(CORVANE_STATION_PROGRAM);
+    return settings;
+}
+
+SlotSet allPlaces()
+{
+    return firstSlots(k_slot_count);
+}
+
+} // namespace
+
+StationRun::StationRun(const PodPlan& plan)
+    : m_scenario(plainScenario(plan, allPlaces(), true, {}))
+    , m_bench(settings(), m_scenario)
+{
+    m_bench.start();
+}
+
+qint64 StationRun::await(Condition::Kind kind, const QString& text, int number)
+{
+    const Condition condition{kind, allPlaces(), text, number};
+    QEventLoop loop;
+    const auto look = [&] {
+        if (m_bench.holds(condition) || !m_bench.station().running())
+            loop.quit();
+    };
+    QObject::connect(&m_bench, &Bench::changed, &loop, look);
+    QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
+    QTimer::singleShot(0, &loop, look);
+    loop.exec();
+    if (!m_bench.holds(condition))
+        fail(QStringLiteral("the station ended or took more than %1 minutes for one step")
+                 .arg(kPatience.count()));
+    return m_bench.elapsedMs();
+}
+
+bool StationRun::anyReadOut() const
+{
+    for (int slot = 0; slot < k_slot_count; ++slot)
+        if (m_bench.rack().report(slot).readouts_completed > 0)
+            return true;
+    return false;
+}
+
+double StationRun::cpuSeconds() const
+{
+    return processusage::cpuSeconds(m_bench.station().stationPid());
+}
+
+double StationRun::peakMemoryMebibytes() const
+{
+    return processusage::peakMemoryMebibytes(m_bench.station().stationPid());
+}
+
+double StationRun::recordedMegabytes() const
+{
+    double bytes = 0;
+    for (const PodSettings& pod : pods())
+        bytes += pod.size_bytes;
+    return bytes / 1e6;
+}
+
+std::vector<PodSettings> StationRun::pods() const
+{
+    std::vector<PodSettings> pods;
+    for (int slot = 0; slot < k_slot_count; ++slot)
+        pods.push_back(m_bench.rack().lastPod(slot).value());
+    return pods;
+}
+
+void StationRun::endAndJudge()
+{
+    m_bench.perform(verb::Quit{});
+    await(Condition::Kind::Ended);
+    const Verdict verdict = judge(m_bench, m_scenario.expect);
+    if (!verdict.good())
+        fail(verdict.problems.join(QStringLiteral("; ")));
+}
