@@ -77,6 +77,10 @@ void addFolders(Arguments& arguments, const SandboxSettings& settings)
         .readOnly(settings.tools_folder, "/run/corvane/tools")
         .readOnly(settings.station_program, "/run/corvane/corvane")
         .add({QStringLiteral("--bind"), settings.testbed_folder, settings.testbed_folder});
+    if (settings.download_space_bytes > 0)
+        arguments
+            .add({QStringLiteral("--size"), QString::number(settings.download_space_bytes)})
+            .fresh("--tmpfs", "/opt/Corvane/tmp");
 }
 
 void addEnvironment(Arguments& arguments, const SandboxSettings& settings)

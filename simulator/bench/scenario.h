@@ -112,6 +112,7 @@ struct Scenario
     std::array<PodPlan, kSlotCount> plans;
     SlotSet plugged;
     bool stick_inserted = true;
+    qint64 download_space_bytes = 0; ///< room for the station's downloads; 0: not limited
     std::vector<Step> steps;
     Expectations expect;
     std::chrono::seconds time_limit{300};

@@ -227,7 +227,8 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
 {
     const JsonPlace file = JsonPlace::parse(json, file_name);
     file.allowMembers(
-        {key("name"), key("pods"), key("stick"), key("steps"), key("expect"), key("time limit")});
+        {key("name"), key("pods"), key("stick"), key("steps"), key("expect"), key("time limit"),
+         key("download space")});
     Scenario scenario;
     scenario.name = file.member(key("name")).text();
     scenario.plans.fill(usual);
@@ -235,6 +236,8 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
         readPods(file.member(key("pods")), scenario);
     if (file.has(key("stick")))
         scenario.stick_inserted = stickOf(file.member(key("stick"))).inserted;
+    if (file.has(key("download space")))
+        scenario.download_space_bytes = sizeOf(file.member(key("download space"))).largest_bytes;
     if (file.has(key("time limit")))
         scenario.time_limit = std::chrono::seconds(file.member(key("time limit")).number(1, 86400));
     for (const JsonPlace& step : file.member(key("steps")).elements())
