@@ -14,8 +14,8 @@ constexpr QPoint kQuitCorner(15, 15);
 constexpr std::chrono::seconds kQuitPatience{20};
 constexpr int kPanelCopied = 0;
 
-SandboxSettings sandboxFor(const BenchSettings& settings, const BenchFolder& folder,
-                           const PodRack& rack)
+SandboxSettings sandboxFor(const BenchSettings& settings, const Scenario& scenario,
+                           const BenchFolder& folder, const PodRack& rack)
 {
     SandboxSettings sandbox;
     sandbox.station_program = settings.station_program;
@@ -25,6 +25,7 @@ SandboxSettings sandboxFor(const BenchSettings& settings, const BenchFolder& fol
     sandbox.control_folder = folder.control();
     sandbox.tools_folder = QStringLiteral(CORVANE_TOOLS_FOLDER);
     sandbox.testbed_folder = rack.testbedFolder();
+    sandbox.download_space_bytes = scenario.download_space_bytes;
     sandbox.window = settings.window;
     return sandbox;
 }
@@ -36,7 +37,7 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     , m_window(settings.window)
     , m_folder(settings.kept_folder)
     , m_rack(settings.seed)
-    , m_station(sandboxFor(settings, m_folder, m_rack), m_folder.log(), settings.echo_log)
+    , m_station(sandboxFor(settings, scenario, m_folder, m_rack), m_folder.log(), settings.echo_log)
 {
     m_quit_patience.setSingleShot(true);
     m_quit_patience.setInterval(kQuitPatience);

@@ -7,7 +7,8 @@
 
 #include <QCryptographicHash>
 #include <QDebug>
-#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QStorageInfo>
 #include <QThread>
 
@@ -56,7 +57,8 @@ class DataFile
 {
 public:
     explicit DataFile(const QString& path)
-        : m_stream(path.toStdString(), std::ios::out | std::ios::binary | std::ios::trunc)
+        : m_path(path)
+        , m_stream(path.toStdString(), std::ios::out | std::ios::binary | std::ios::trunc)
     {
         if (!m_stream.is_open() || !m_stream.good())
             fail("Failed to open file", 260);
@@ -65,17 +67,25 @@ public:
     void write(const uint8_t* bytes, uint32_t length_bytes)
     {
         if (!m_stream.write(reinterpret_cast<const char*>(bytes), length_bytes))
-            fail("Failed to write file", 260);
+            giveUp();
     }
 
     void close()
     {
         m_stream.close();
         if (m_stream.fail())
-            fail("Failed to write file", 260);
+            giveUp();
     }
 
 private:
+    /// What was written is of no use, and the other pods need the space.
+    [[noreturn]] void giveUp() const
+    {
+        QFile::resize(m_path, 0);
+        fail("Failed to write file", 260);
+    }
+
+    QString m_path;
     std::ofstream m_stream;
 };
 
@@ -122,9 +132,9 @@ void claimDataFile(Pod& pod)
 }
 
 /// A pod that announces more than there is room for must not fill the disk for the others.
-void requireSpaceFor(uint32_t size_bytes)
+void requireSpaceFor(const Pod& pod, uint32_t size_bytes)
 {
-    const QStorageInfo storage(QDir::currentPath());
+    const QStorageInfo storage(QFileInfo(pod.getOzuFilePath()).path());
     if (storage.isValid() && storage.bytesAvailable() < qint64{size_bytes} + SPACE_RESERVE_BYTES)
         fail("Not enough space for pod datas", 260);
 }
@@ -192,7 +202,7 @@ void Downloader::dropEmptyAnswer(Pod& pod, uint32_t size_bytes)
 bool Downloader::readOut(Pod& pod, uint32_t size_bytes)
 {
     claimDataFile(pod);
-    requireSpaceFor(size_bytes);
+    requireSpaceFor(pod, size_bytes);
     DataFile file(pod.getOzuFilePath());
     const QByteArray calculated = copyData(pod, size_bytes, file);
 

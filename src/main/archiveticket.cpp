@@ -27,8 +27,10 @@ void ArchiveTicket::release()
 
 ArchiveTicket::Answer ArchiveTicket::settle(bool added)
 {
-    m_claim.reset();
-    return m_answer.exchange(added ? Answer::Added : Answer::Refused);
+    const Answer before = m_answer.exchange(added ? Answer::Added : Answer::Refused);
+    if (before == Answer::Abandoned)
+        m_claim.reset();
+    return before;
 }
 
 ArchiveTicket::Answer ArchiveTicket::abandon()

@@ -11,8 +11,8 @@
 ///
 /// It answers two questions that the broadcast Corvane::fileZipped cannot: whether an answer is
 /// meant for this pod and not for the one that sat in its place before, and whether the data file
-/// may be written. Pods with the same file name take turns: the name stays claimed until the
-/// controller has added the file, or else a late reader of it would find the next pod's bytes.
+/// may be written. Pods with the same file name take turns: the name stays claimed until the pod
+/// has acted on the answer, or else the archive would be given the next pod's bytes.
 class ArchiveTicket
 {
 public:
@@ -32,11 +32,11 @@ public:
     /// Worker thread: claims `path`, waiting until no other pod holds it. Claiming again what is
     /// already held changes nothing.
     Claim claim(const QString& path);
-    /// Worker thread: gives the name back when no file will be handed over.
+    /// Worker thread: gives the name back, when no file will be handed over or after the answer.
     void release();
 
-    /// Controller thread: leaves the answer and gives the name back. The result is what stood there
-    /// before: Abandoned when nobody will act on it.
+    /// Controller thread: leaves the answer. The result is what stood there before; Abandoned when
+    /// nobody will act on it, and then the name is given back.
     Answer settle(bool added);
     /// Worker thread, the pod's end. The result is the answer that stood there, Pending when none.
     Answer abandon();
@@ -44,6 +44,6 @@ public:
     Answer answer() const { return m_answer; }
 
 private:
-    std::unique_ptr<QLockFile> m_claim; ///< handed from the worker to the controller with dataReady
+    std::unique_ptr<QLockFile> m_claim; ///< the worker's; the controller's once the pod is gone
     std::atomic<Answer> m_answer{Answer::Pending};
 };

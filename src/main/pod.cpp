@@ -8,6 +8,7 @@
 #include "utils/libusbutilsexception.h"
 
 #include <QDebug>
+#include <QFile>
 #include <QThread>
 
 using namespace std::chrono_literals;
@@ -108,11 +109,20 @@ void Pod::erasePod(bool /*erase*/, int idx)
     if (idx != m_idx || m_answered || answer == ArchiveTicket::Answer::Pending)
         return;
     m_answered = true;
-    if (answer != ArchiveTicket::Answer::Added) {
-        emit setSyncProgress(m_idx, -2);
-        emit syncInProgress(true);
+    if (answer == ArchiveTicket::Answer::Added) {
+        eraseArchived();
         return;
     }
+    m_ticket->release();
+    emit setSyncProgress(m_idx, -2);
+    emit syncInProgress(true);
+}
+
+void Pod::eraseArchived()
+{
+    // The archive has it: a copy in "tmp" would only take space from the next pods.
+    QFile::remove(m_ozu_file_path);
+    m_ticket->release();
     try {
         Downloader().erasePod(*this);
         emit setSyncProgress(m_idx, 101);

@@ -62,6 +62,7 @@ signals:
 private:
     void readUDID();
     void downloadData();
+    void eraseArchived();
     void pollCharge();
     void errorHandler();
 

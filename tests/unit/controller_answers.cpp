@@ -107,6 +107,7 @@ void ControllerAnswers::sameFileNameTakesTurns()
     other->start();
     settled = true;
     first.settle(true);
+    first.release();
     QVERIFY(other->wait());
     QVERIFY(after_settling);
     QCOMPARE(ArchiveTicket().claim(path), Claim::Held);
