@@ -27,7 +27,7 @@ BenchSettings settings()
 
 SlotSet allPlaces()
 {
-    return firstSlots(k_slot_count);
+    return firstSlots(kSlotCount);
 }
 
 } // namespace
@@ -42,15 +42,17 @@ StationRun::StationRun(const PodPlan& plan)
 qint64 StationRun::await(Condition::Kind kind, const QString& text, int number)
 {
     const Condition condition{kind, allPlaces(), text, number};
+    const auto over = [&] { return m_bench.holds(condition) || !m_bench.station().running(); };
     QEventLoop loop;
-    const auto look = [&] {
-        if (m_bench.holds(condition) || !m_bench.station().running())
+    QObject::connect(&m_bench, &Bench::changed, &loop, [&] {
+        if (over())
             loop.quit();
-    };
-    QObject::connect(&m_bench, &Bench::changed, &loop, look);
-    QTimer::singleShot(kPatience, &loop, &QEventLoop::quit);
-    QTimer::singleShot(0, &loop, look);
-    loop.exec();
+    });
+    QTimer patience;
+    QObject::connect(&patience, &QTimer::timeout, &loop, &QEventLoop::quit);
+    patience.start(kPatience);
+    if (!over())
+        loop.exec();
     if (!m_bench.holds(condition))
         fail(QStringLiteral("the station ended or took more than %1 minutes for one step")
                  .arg(kPatience.count()));
@@ -59,7 +61,7 @@ qint64 StationRun::await(Condition::Kind kind, const QString& text, int number)
 
 bool StationRun::anyReadOut() const
 {
-    for (int slot = 0; slot < k_slot_count; ++slot)
+    for (int slot = 0; slot < kSlotCount; ++slot)
         if (m_bench.rack().report(slot).readouts_completed > 0)
             return true;
     return false;
@@ -86,7 +88,8 @@ double StationRun::recordedMegabytes() const
 std::vector<PodSettings> StationRun::pods() const
 {
     std::vector<PodSettings> pods;
-    for (int slot = 0; slot < k_slot_count; ++slot)
+    pods.reserve(kSlotCount);
+    for (int slot = 0; slot < kSlotCount; ++slot)
         pods.push_back(m_bench.rack().lastPod(slot).value());
     return pods;
 }
