@@ -106,7 +106,8 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("a list", "[]", "demo.json: the scenario must be an object");
     row("no name", "{}", "demo.json: 'name' is missing");
     row("unknown member", R"({"podz": 1})",
-        "demo.json: unknown 'podz'; known are: name, pods, stick, steps, expect, time limit");
+        "demo.json: unknown 'podz'; known are: name, pods, stick, steps, expect, time limit, "
+        "download space");
     row("pods no list", R"({"pods": 3)" + tail, "demo.json: pods: a list is needed here");
     row("no slots", R"({"pods": [{}])" + tail, "demo.json: pods[0]: 'slots' is missing");
     row("slot 30", R"({"pods": [{"slots": 30}])" + tail,
