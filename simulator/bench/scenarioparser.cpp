@@ -226,9 +226,8 @@ Expectations readExpectations(const JsonPlace& place)
 Scenario parseScenario(const QByteArray& json, const QString& file_name, const PodPlan& usual)
 {
     const JsonPlace file = JsonPlace::parse(json, file_name);
-    file.allowMembers(
-        {key("name"), key("pods"), key("stick"), key("steps"), key("expect"), key("time limit"),
-         key("download space")});
+    file.allowMembers({key("name"), key("pods"), key("stick"), key("steps"), key("expect"),
+                       key("time limit"), key("download space")});
     Scenario scenario;
     scenario.name = file.member(key("name")).text();
     scenario.plans.fill(usual);
@@ -237,7 +236,7 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
     if (file.has(key("stick")))
         scenario.stick_inserted = stickOf(file.member(key("stick"))).inserted;
     if (file.has(key("download space")))
-        scenario.download_space_bytes = sizeOf(file.member(key("download space"))).largest_bytes;
+        scenario.download_space_bytes = sizeOf(file.member(key("download space"))).max_bytes;
     if (file.has(key("time limit")))
         scenario.time_limit = std::chrono::seconds(file.member(key("time limit")).number(1, 86400));
     for (const JsonPlace& step : file.member(key("steps")).elements())
