@@ -16,12 +16,12 @@
 
 namespace {
 
-const QString INSTALLATION_DIR = QStringLiteral("/opt/Corvane");
+const QString kInstallationDir = QStringLiteral("/opt/Corvane");
 
 void enterInstallationDir()
 {
     qDebug().noquote().nospace() << "Current working dir: " << QDir::currentPath();
-    const bool success = QDir::setCurrent(INSTALLATION_DIR);
+    const bool success = QDir::setCurrent(kInstallationDir);
     qDebug().nospace() << "Setting working dir, success: " << success;
     qDebug().noquote().nospace() << "New working dir: " << QDir::currentPath();
 }

@@ -78,8 +78,7 @@ void addFolders(Arguments& arguments, const SandboxSettings& settings)
         .readOnly(settings.station_program, "/run/corvane/corvane")
         .add({QStringLiteral("--bind"), settings.testbed_folder, settings.testbed_folder});
     if (settings.download_space_bytes > 0)
-        arguments
-            .add({QStringLiteral("--size"), QString::number(settings.download_space_bytes)})
+        arguments.add({QStringLiteral("--size"), QString::number(settings.download_space_bytes)})
             .fresh("--tmpfs", "/opt/Corvane/tmp");
 }
 

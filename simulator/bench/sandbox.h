@@ -11,8 +11,8 @@ struct SandboxSettings
     QString launcher_folder; ///< "/opt/CorvaneLauncher"
     QString stick_folder;    ///< what the `mount` of the bench attaches at "/media/usbkey"
     QString control_folder;
-    QString tools_folder;   ///< `blkid`, `mount`, `umount`, start-station
-    QString testbed_folder; ///< the simulated devices
+    QString tools_folder;            ///< `blkid`, `mount`, `umount`, start-station
+    QString testbed_folder;          ///< the simulated devices
     qint64 download_space_bytes = 0; ///< room for "/opt/Corvane/tmp"; 0: as the folder has
     bool window = false; ///< on the user's display, instead of a screen behind the control folder
 };

@@ -11,9 +11,9 @@
 #include <cerrno>
 
 namespace {
-constexpr unsigned long chip_address = 0x51;
-constexpr int eui48_at = 0xFA;
-constexpr int eui48_bytes = 6;
+constexpr unsigned long kChipAddress = 0x51;
+constexpr int kEui48At = 0xFA;
+constexpr int kEui48Bytes = 6;
 } // namespace
 
 void SerialNumberMemory::install(Testbed& testbed, const QByteArray& eui48)
@@ -26,9 +26,9 @@ void SerialNumberMemory::install(Testbed& testbed, const QByteArray& eui48)
 
 SerialNumberMemory::SerialNumberMemory(const QByteArray& eui48)
 {
-    Q_ASSERT(eui48.size() == eui48_bytes);
+    Q_ASSERT(eui48.size() == kEui48Bytes);
     m_memory.fill('\xFF');
-    std::copy(eui48.begin(), eui48.end(), m_memory.begin() + eui48_at);
+    std::copy(eui48.begin(), eui48.end(), m_memory.begin() + kEui48At);
 }
 
 void SerialNumberMemory::handle(NodeClient& client, const NodeCall& call)
@@ -36,7 +36,7 @@ void SerialNumberMemory::handle(NodeClient& client, const NodeCall& call)
     if (call.kind == NodeCall::Kind::Ioctl)
         return select(client, call);
     const auto selected = m_selected.find(&client);
-    if (selected == m_selected.end() || selected->second != chip_address) {
+    if (selected == m_selected.end() || selected->second != kChipAddress) {
         client.complete(-1, ENXIO);
         return;
     }

@@ -8,7 +8,7 @@ namespace {
 
 using NamedFault = std::pair<PodFault, QLatin1String>;
 
-const std::array<NamedFault, 12> named_faults{{
+const std::array<NamedFault, 12> kNamedFaults{{
     {PodFault::None, QLatin1String("none")},
     {PodFault::NoAnswer, QLatin1String("no answer")},
     {PodFault::WrongAck, QLatin1String("wrong ack")},
@@ -27,17 +27,17 @@ const std::array<NamedFault, 12> named_faults{{
 
 std::optional<PodFault> podFaultFromName(const QString& name)
 {
-    const auto* found = std::find_if(named_faults.begin(), named_faults.end(),
+    const auto* found = std::find_if(kNamedFaults.begin(), kNamedFaults.end(),
                                      [&](const NamedFault& named) { return name == named.second; });
-    if (found == named_faults.end())
+    if (found == kNamedFaults.end())
         return std::nullopt;
     return found->first;
 }
 
 QString podFaultName(PodFault fault)
 {
-    const auto* found = std::find_if(named_faults.begin(), named_faults.end(),
+    const auto* found = std::find_if(kNamedFaults.begin(), kNamedFaults.end(),
                                      [&](const NamedFault& named) { return fault == named.first; });
-    Q_ASSERT(found != named_faults.end());
+    Q_ASSERT(found != kNamedFaults.end());
     return found->second;
 }

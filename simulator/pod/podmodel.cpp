@@ -8,19 +8,19 @@
 
 namespace {
 
-constexpr char ack = 0x0A;
-constexpr char nak = 0x15;
-constexpr char read_udid = 0x11;
-constexpr char read_charge = 0x14;
-constexpr char read_data = 0x31;
-constexpr char erase = 0x41;
+constexpr char kAck = 0x0A;
+constexpr char kNak = 0x15;
+constexpr char kReadUdid = 0x11;
+constexpr char kReadCharge = 0x14;
+constexpr char kReadData = 0x31;
+constexpr char kErase = 0x41;
 
-constexpr char charging = 1;
-constexpr char charged = 2;
+constexpr char kCharging = 1;
+constexpr char kCharged = 2;
 
-constexpr int digest_bytes = 32;
+constexpr int kDigestBytes = 32;
 /// The station takes a pod of 0 or 512 bytes for empty and reads data and digest in one transfer.
-constexpr quint32 empty_size_bytes = 512;
+constexpr quint32 kEmptySizeBytes = 512;
 
 QByteArray sizeField(quint32 size_bytes)
 {
@@ -58,21 +58,21 @@ void PodModel::execute(char command)
     m_output.clear();
     m_falls_silent = false;
     switch (command) {
-    case read_udid:
-        answer(QByteArray(1, ack));
+    case kReadUdid:
+        answer(QByteArray(1, kAck));
         answer(m_settings.udid);
         break;
-    case read_charge:
+    case kReadCharge:
         answerCharge();
         break;
-    case read_data:
+    case kReadData:
         answerReadout();
         break;
-    case erase:
+    case kErase:
         answerErase();
         break;
     default:
-        answer(QByteArray(1, nak));
+        answer(QByteArray(1, kNak));
     }
 }
 
@@ -84,7 +84,7 @@ void PodModel::answer(const QByteArray& bytes)
 void PodModel::answerReadout()
 {
     if (m_settings.fault == PodFault::WrongAck)
-        return answer(QByteArray(1, nak));
+        return answer(QByteArray(1, kNak));
     const bool absurd = m_settings.fault == PodFault::SizeAbsurd;
     const bool cut = m_settings.fault == PodFault::CutHalfWay;
     const quint32 size_bytes = recordedBytes();
@@ -93,13 +93,13 @@ void PodModel::answerReadout()
     ++m_report.readouts_begun;
     m_hash.reset();
     m_data_offset_bytes = 0;
-    answer(QByteArray(1, ack));
+    answer(QByteArray(1, kAck));
     answer(sizeField(absurd ? std::numeric_limits<quint32>::max() : size_bytes));
     if (data_bytes > 0)
-        m_output.push_back({FieldKind::Data, {}, data_bytes, size_bytes == empty_size_bytes});
+        m_output.push_back({FieldKind::Data, {}, data_bytes, size_bytes == kEmptySizeBytes});
     m_falls_silent = absurd || cut;
     if (!m_falls_silent)
-        m_output.push_back({FieldKind::Digest, {}, digest_bytes, false});
+        m_output.push_back({FieldKind::Digest, {}, kDigestBytes, false});
     tell(PodEvent::ReadoutBegun);
     leaveIfDue();
 }
@@ -108,8 +108,8 @@ void PodModel::answerCharge()
 {
     ++m_report.charge_polls;
     const bool full = m_report.charge_polls > m_settings.polls_until_charged;
-    answer(QByteArray(1, ack));
-    answer(QByteArray(1, full ? charged : charging));
+    answer(QByteArray(1, kAck));
+    answer(QByteArray(1, full ? kCharged : kCharging));
     if (full && !m_report.charged) {
         m_report.charged = true;
         tell(PodEvent::Charged);
@@ -119,9 +119,9 @@ void PodModel::answerCharge()
 void PodModel::answerErase()
 {
     if (m_settings.fault == PodFault::EraseRefused)
-        return answer(QByteArray(1, nak));
+        return answer(QByteArray(1, kNak));
     m_report.erased = true;
-    answer(QByteArray(1, ack));
+    answer(QByteArray(1, kAck));
     tell(PodEvent::Erased);
 }
 

@@ -7,7 +7,7 @@
 #include <cstring>
 
 namespace {
-constexpr quint64 word_bytes = sizeof(quint64);
+constexpr quint64 kWordBytes = sizeof(quint64);
 }
 
 quint64 Recording::word(quint64 index) const
@@ -23,12 +23,12 @@ quint64 Recording::word(quint64 index) const
 void Recording::read(quint32 offset_bytes, char* out, int length_bytes) const
 {
     Q_ASSERT(quint64(offset_bytes) + quint64(length_bytes) <= m_size_bytes);
-    quint64 index = offset_bytes / word_bytes;
-    quint64 skip = offset_bytes % word_bytes;
+    quint64 index = offset_bytes / kWordBytes;
+    quint64 skip = offset_bytes % kWordBytes;
     auto left = quint64(length_bytes);
     while (left > 0) {
         const quint64 samples = word(index++);
-        const quint64 part = std::min(left, word_bytes - skip);
+        const quint64 part = std::min(left, kWordBytes - skip);
         std::memcpy(out, reinterpret_cast<const char*>(&samples) + skip, part);
         out += part;
         left -= part;

@@ -5,9 +5,9 @@
 
 namespace {
 
-constexpr unsigned long call_done = 3;
-constexpr unsigned long read_memory = 5;
-constexpr unsigned long write_memory = 6;
+constexpr unsigned long kCallDone = 3;
+constexpr unsigned long kReadMemory = 5;
+constexpr unsigned long kWriteMemory = 6;
 
 } // namespace
 
@@ -39,17 +39,17 @@ bool NodeClient::receive(NodeCall& call)
 
 bool NodeClient::readMemory(unsigned long address, void* out, std::size_t length_bytes)
 {
-    return send({read_memory, address, length_bytes}, nullptr, 0) &&
+    return send({kReadMemory, address, length_bytes}, nullptr, 0) &&
            receiveExactly(out, length_bytes);
 }
 
 bool NodeClient::writeMemory(unsigned long address, const void* data, std::size_t length_bytes)
 {
-    return send({write_memory, address, length_bytes}, data, length_bytes);
+    return send({kWriteMemory, address, length_bytes}, data, length_bytes);
 }
 
 bool NodeClient::complete(long result, int error)
 {
-    return send({call_done, static_cast<unsigned long>(result), static_cast<unsigned long>(error)},
+    return send({kCallDone, static_cast<unsigned long>(result), static_cast<unsigned long>(error)},
                 nullptr, 0);
 }

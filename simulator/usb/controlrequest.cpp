@@ -4,31 +4,31 @@
 
 namespace {
 
-constexpr int set_line_coding = 0x2120;
-constexpr int set_control_line_state = 0x2122;
-constexpr int get_device_status = 0x8000;
-constexpr int get_descriptor = 0x8006;
-constexpr int get_configuration = 0x8008;
-constexpr int get_interface = 0x810A;
-constexpr int get_hub_status = 0xA000;
-constexpr int get_hub_descriptor = 0xA006;
-constexpr int get_port_status = 0xA300;
+constexpr int kSetLineCoding = 0x2120;
+constexpr int kSetControlLineState = 0x2122;
+constexpr int kGetDeviceStatus = 0x8000;
+constexpr int kGetDescriptor = 0x8006;
+constexpr int kGetConfiguration = 0x8008;
+constexpr int kGetInterface = 0x810A;
+constexpr int kGetHubStatus = 0xA000;
+constexpr int kGetHubDescriptor = 0xA006;
+constexpr int kGetPortStatus = 0xA300;
 
-constexpr int device_descriptor = 1;
-constexpr int configuration_descriptor = 2;
-constexpr int string_descriptor = 3;
+constexpr int kDeviceDescriptor = 1;
+constexpr int kConfigurationDescriptor = 2;
+constexpr int kStringDescriptor = 3;
 
 /// Port powered, high-speed device connected and enabled.
-constexpr int port_in_use = 0x0503;
+constexpr int kPortInUse = 0x0503;
 
 std::optional<QByteArray> descriptor(const UsbDescription& description, int type, int index)
 {
     switch (type) {
-    case device_descriptor:
+    case kDeviceDescriptor:
         return description.device;
-    case configuration_descriptor:
+    case kConfigurationDescriptor:
         return description.configuration;
-    case string_descriptor:
+    case kStringDescriptor:
         if (const QByteArray text = description.stringDescriptor(index); !text.isEmpty())
             return text;
         return std::nullopt;
@@ -47,12 +47,12 @@ QByteArray littleEndian(quint32 value)
 std::optional<QByteArray> answerHub(const UsbDescription& description, int request)
 {
     switch (request) {
-    case get_hub_descriptor:
+    case kGetHubDescriptor:
         return description.hubDescriptor();
-    case get_hub_status:
+    case kGetHubStatus:
         return littleEndian(0);
-    case get_port_status:
-        return littleEndian(port_in_use);
+    case kGetPortStatus:
+        return littleEndian(kPortInUse);
     default:
         return std::nullopt;
     }
@@ -60,7 +60,7 @@ std::optional<QByteArray> answerHub(const UsbDescription& description, int reque
 
 std::optional<QByteArray> answerPod(int request)
 {
-    if (request == set_line_coding || request == set_control_line_state)
+    if (request == kSetLineCoding || request == kSetControlLineState)
         return QByteArray();
     return std::nullopt;
 }
@@ -72,13 +72,13 @@ std::optional<QByteArray> answerControlRequest(const UsbDescription& description
 {
     const int request = quint8(setup.at(0)) << 8 | quint8(setup.at(1));
     switch (request) {
-    case get_descriptor:
+    case kGetDescriptor:
         return descriptor(description, quint8(setup.at(3)), quint8(setup.at(2)));
-    case get_device_status:
+    case kGetDeviceStatus:
         return littleEndian(0).left(2);
-    case get_configuration:
+    case kGetConfiguration:
         return QByteArray(1, '\1');
-    case get_interface:
+    case kGetInterface:
         return QByteArray(1, '\0');
     default:
         return description.isHub() ? answerHub(description, request) : answerPod(request);

@@ -13,7 +13,7 @@
 
 namespace {
 // The smallest pipe has one slot, which a single byte fills.
-constexpr int smallest_pipe_bytes = 4096;
+constexpr int kSmallestPipeBytes = 4096;
 } // namespace
 
 DeviceNode::DeviceNode(const QString& path)
@@ -22,7 +22,7 @@ DeviceNode::DeviceNode(const QString& path)
     require(QDir().mkpath(QFileInfo(path).path()), path);
     require(::mkfifo(m_path.constData(), 0666) == 0, path);
     m_fifo = UniqueFd(::open(m_path.constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
-    require(bool(m_fifo) && ::fcntl(m_fifo.get(), F_SETPIPE_SZ, smallest_pipe_bytes) > 0, path);
+    require(bool(m_fifo) && ::fcntl(m_fifo.get(), F_SETPIPE_SZ, kSmallestPipeBytes) > 0, path);
     setReady(false);
 }
 

@@ -26,14 +26,14 @@ public:
     {
         if (m_bytes_per_second == 0)
             return now;
-        m_free_at = std::max(m_free_at, now - forgiven_lateness) +
+        m_free_at = std::max(m_free_at, now - kForgivenLateness) +
                     std::chrono::nanoseconds(std::nano::den * length_bytes / m_bytes_per_second);
         return m_free_at;
     }
 
 private:
     /// A pod fills its buffers while the host is late by less than this.
-    static constexpr std::chrono::milliseconds forgiven_lateness{50};
+    static constexpr std::chrono::milliseconds kForgivenLateness{50};
 
     quint32 m_bytes_per_second;
     TimePoint m_free_at;

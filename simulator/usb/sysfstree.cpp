@@ -52,11 +52,11 @@ QByteArray SysfsTree::properties(const UsbAddress& address, const UsbDescription
     const QByteArray type = QByteArray::number(description.deviceByte(4)) + '/' +
                             QByteArray::number(description.deviceByte(5)) + '/' +
                             QByteArray::number(description.deviceByte(6));
-    const QByteArray major_number = QByteArray::number(UsbAddress::major_number);
+    const QByteArray major_number = QByteArray::number(UsbAddress::kMajorNumber);
     return "MAJOR=" + major_number + "\nMINOR=" + QByteArray::number(address.minorNumber()) +
            "\nDEVNAME=" + address.nodeName().toLatin1() +
            "\nDEVTYPE=usb_device\nDRIVER=usb\nPRODUCT=" + product + "\nTYPE=" + type +
-           "\nBUSNUM=" + threeDigits(UsbAddress::bus_number) +
+           "\nBUSNUM=" + threeDigits(UsbAddress::kBusNumber) +
            "\nDEVNUM=" + threeDigits(address.deviceNumber()) + '\n';
 }
 
@@ -66,7 +66,7 @@ void SysfsTree::writeAttributes(const QString& dir, const UsbAddress& address,
     const auto attribute = [&](const char* name, const QByteArray& value) {
         writeFile(dir + QLatin1Char('/') + QLatin1String(name), value + '\n');
     };
-    attribute("busnum", QByteArray::number(UsbAddress::bus_number));
+    attribute("busnum", QByteArray::number(UsbAddress::kBusNumber));
     attribute("devnum", QByteArray::number(address.deviceNumber()));
     attribute("devpath", address.portPath().toLatin1());
     attribute("dev", address.deviceId().toLatin1());

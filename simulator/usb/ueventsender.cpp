@@ -32,21 +32,21 @@ struct MonitorHeader
 /// MurmurHash2 with seed 0: listeners filter on the hash of a name instead of the name.
 quint32 nameHash(const QByteArray& name)
 {
-    constexpr quint32 multiplier = 0x5BD1E995;
-    constexpr int word_bytes = 4;
+    constexpr quint32 kMultiplier = 0x5BD1E995;
+    constexpr int kWordBytes = 4;
     auto hash = quint32(name.size());
     int at = 0;
-    for (; at + word_bytes <= name.size(); at += word_bytes) {
-        quint32 word = qFromLittleEndian<quint32>(name.constData() + at) * multiplier;
-        word = (word ^ (word >> 24)) * multiplier;
-        hash = hash * multiplier ^ word;
+    for (; at + kWordBytes <= name.size(); at += kWordBytes) {
+        quint32 word = qFromLittleEndian<quint32>(name.constData() + at) * kMultiplier;
+        word = (word ^ (word >> 24)) * kMultiplier;
+        hash = hash * kMultiplier ^ word;
     }
     if (at < name.size()) {
         for (int shift = 0; at < name.size(); ++at, shift += 8)
             hash ^= quint32(quint8(name.at(at))) << shift;
-        hash *= multiplier;
+        hash *= kMultiplier;
     }
-    hash = (hash ^ (hash >> 13)) * multiplier;
+    hash = (hash ^ (hash >> 13)) * kMultiplier;
     return hash ^ (hash >> 15);
 }
 

@@ -2,9 +2,9 @@
 
 namespace {
 
-constexpr int longest_bytes = 16 * 1024 * 1024; // as the kernel's own limit
-constexpr int setup_bytes = 8;
-constexpr unsigned direction_in = 0x80;
+constexpr int kLongestBytes = 16 * 1024 * 1024; // as the kernel's own limit
+constexpr int kSetupBytes = 8;
+constexpr unsigned kDirectionIn = 0x80;
 
 } // namespace
 
@@ -13,7 +13,7 @@ Urb::Urb(NodeClient& host, unsigned long address)
     , m_address(address)
 {
     if (!host.readMemory(address, &m_fields, sizeof(m_fields)) || lengthBytes() < 0 ||
-        lengthBytes() > longest_bytes)
+        lengthBytes() > kLongestBytes)
         return;
     m_buffer.resize(size_t(lengthBytes()));
     m_valid = !fromHost() || host.readMemory(m_fields.buffer, buffer(), size_t(lengthBytes()));
@@ -22,7 +22,7 @@ Urb::Urb(NodeClient& host, unsigned long address)
 bool Urb::fromHost() const
 {
     const bool control = type() == USBDEVFS_URB_TYPE_CONTROL;
-    return lengthBytes() > 0 && (control || (endpoint() & direction_in) == 0);
+    return lengthBytes() > 0 && (control || (endpoint() & kDirectionIn) == 0);
 }
 
 void Urb::finish(int status, int actual_length_bytes)
@@ -33,8 +33,8 @@ void Urb::finish(int status, int actual_length_bytes)
 
 void Urb::handOver(unsigned long reaped) const
 {
-    const int header_bytes = type() == USBDEVFS_URB_TYPE_CONTROL ? setup_bytes : 0;
-    const bool to_host = header_bytes > 0 || (endpoint() & direction_in) != 0;
+    const int header_bytes = type() == USBDEVFS_URB_TYPE_CONTROL ? kSetupBytes : 0;
+    const bool to_host = header_bytes > 0 || (endpoint() & kDirectionIn) != 0;
     if (to_host && m_fields.actual_length > 0)
         m_host->writeMemory(m_fields.buffer, m_buffer.data(),
                             size_t(header_bytes) + size_t(m_fields.actual_length));

@@ -3,8 +3,8 @@
 #include <QStringList>
 
 namespace {
-constexpr int pods_per_hub = 6;
-constexpr int downstream_port = 7;
+constexpr int kPodsPerHub = 6;
+constexpr int kDownstreamPort = 7;
 } // namespace
 
 UsbAddress::UsbAddress(QList<int> ports, int device_number)
@@ -17,14 +17,14 @@ QList<int> UsbAddress::hubChain(int hubs)
 {
     QList<int> ports;
     for (int hub = 0; hub < hubs; ++hub)
-        ports.append(downstream_port);
+        ports.append(kDownstreamPort);
     return ports;
 }
 
 QList<int> UsbAddress::portsOfSlot(int slot)
 {
-    const int hub = 5 - slot / pods_per_hub;
-    return hubChain(hub) << pods_per_hub - slot % pods_per_hub;
+    const int hub = 5 - slot / kPodsPerHub;
+    return hubChain(hub) << kPodsPerHub - slot % kPodsPerHub;
 }
 
 QString UsbAddress::portPath() const
@@ -40,8 +40,8 @@ QString UsbAddress::portPath() const
 QString UsbAddress::name() const
 {
     if (isRootHub())
-        return QStringLiteral("usb%1").arg(bus_number);
-    return QStringLiteral("%1-%2").arg(bus_number).arg(portPath());
+        return QStringLiteral("usb%1").arg(kBusNumber);
+    return QStringLiteral("%1-%2").arg(kBusNumber).arg(portPath());
 }
 
 QString UsbAddress::sysfsPath() const
@@ -56,11 +56,11 @@ QString UsbAddress::sysfsPath() const
 QString UsbAddress::nodeName() const
 {
     return QStringLiteral("bus/usb/%1/%2")
-        .arg(bus_number, 3, 10, QLatin1Char('0'))
+        .arg(kBusNumber, 3, 10, QLatin1Char('0'))
         .arg(m_device_number, 3, 10, QLatin1Char('0'));
 }
 
 QString UsbAddress::deviceId() const
 {
-    return QStringLiteral("%1:%2").arg(major_number).arg(minorNumber());
+    return QStringLiteral("%1:%2").arg(kMajorNumber).arg(minorNumber());
 }

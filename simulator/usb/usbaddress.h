@@ -8,8 +8,8 @@
 class UsbAddress
 {
 public:
-    static constexpr int bus_number = 1;
-    static constexpr int major_number = 189;
+    static constexpr int kBusNumber = 1;
+    static constexpr int kMajorNumber = 189;
 
     UsbAddress(QList<int> ports, int device_number);
 

@@ -3,19 +3,19 @@
 #include "usb/usbdevice.h"
 
 namespace {
-constexpr int hubs = 5;
-constexpr int highest_device_number = 127;
+constexpr int kHubs = 5;
+constexpr int kHighestDeviceNumber = 127;
 } // namespace
 
 UsbBus::UsbBus()
     : m_tree(m_testbed.dir())
     , m_uevents(m_testbed.dir())
-    , m_device_number_used(highest_device_number + 1)
+    , m_device_number_used(kHighestDeviceNumber + 1)
 {
     qRegisterMetaType<PodEvent>();
     connect(this, &UsbBus::podEvent, this, &UsbBus::onPodEvent, Qt::QueuedConnection);
     addDevice({{}, nextDeviceNumber()}, UsbDescription::rootHub(), nullptr);
-    for (int hub = 1; hub <= hubs; ++hub)
+    for (int hub = 1; hub <= kHubs; ++hub)
         addDevice({UsbAddress::portsOfHub(hub), nextDeviceNumber()}, UsbDescription::sevenPortHub(),
                   nullptr);
 }
@@ -37,10 +37,10 @@ std::shared_ptr<UsbDevice> UsbBus::addDevice(const UsbAddress& address,
 int UsbBus::nextDeviceNumber()
 {
     while (m_device_number_used.at(size_t(m_next_device_number)))
-        m_next_device_number = m_next_device_number % highest_device_number + 1;
+        m_next_device_number = m_next_device_number % kHighestDeviceNumber + 1;
     const int number = m_next_device_number;
     m_device_number_used.at(size_t(number)) = true;
-    m_next_device_number = m_next_device_number % highest_device_number + 1;
+    m_next_device_number = m_next_device_number % kHighestDeviceNumber + 1;
     return number;
 }
 

@@ -23,7 +23,7 @@ class UsbBus : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int slots_count = 30;
+    static constexpr int kSlotCount = 30;
 
     UsbBus();
     UsbBus(const UsbBus&) = delete;
@@ -74,7 +74,7 @@ private:
     Testbed m_testbed;
     SysfsTree m_tree;
     UeventSender m_uevents;
-    std::array<Place, slots_count> m_places;
+    std::array<Place, kSlotCount> m_places;
     std::vector<bool> m_device_number_used;
     int m_next_device_number = 1;
 };

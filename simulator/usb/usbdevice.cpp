@@ -10,11 +10,11 @@
 
 namespace {
 
-constexpr unsigned char endpoint_out = 0x01;
-constexpr unsigned char endpoint_in = 0x81;
-constexpr int setup_bytes = 8;
+constexpr unsigned char kEndpointOut = 0x01;
+constexpr unsigned char kEndpointIn = 0x81;
+constexpr int kSetupBytes = 8;
 
-constexpr quint32 bulk_capabilities =
+constexpr quint32 kBulkCapabilities =
     USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION | USBDEVFS_CAP_NO_PACKET_SIZE_LIM |
     USBDEVFS_CAP_BULK_SCATTER_GATHER | USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
 
@@ -50,7 +50,7 @@ UsbDevice::Reply UsbDevice::answer(NodeClient& host, unsigned long request, unsi
     case USBDEVFS_DISCARDURB:
         return discard(host, argument);
     case USBDEVFS_GET_CAPABILITIES:
-        host.writeMemory(argument, &bulk_capabilities, sizeof(bulk_capabilities));
+        host.writeMemory(argument, &kBulkCapabilities, sizeof(kBulkCapabilities));
         return {};
     case USBDEVFS_CLAIMINTERFACE:
         return claim(host, argument);
@@ -146,25 +146,25 @@ UsbDevice::Reply UsbDevice::submit(NodeClient& host, unsigned long argument)
         return failed(EINVAL);
     if (urb.type() == USBDEVFS_URB_TYPE_CONTROL)
         return control(std::move(urb));
-    const bool known = urb.endpoint() == endpoint_out || urb.endpoint() == endpoint_in;
+    const bool known = urb.endpoint() == kEndpointOut || urb.endpoint() == kEndpointIn;
     if (urb.type() != USBDEVFS_URB_TYPE_BULK || !m_pod || !known)
         return failed(ENOENT);
-    Urbs& queue = urb.endpoint() == endpoint_out ? m_out : m_in;
+    Urbs& queue = urb.endpoint() == kEndpointOut ? m_out : m_in;
     queue.push_back(std::move(urb));
     return {};
 }
 
 UsbDevice::Reply UsbDevice::control(Urb urb)
 {
-    if (urb.lengthBytes() < setup_bytes)
+    if (urb.lengthBytes() < kSetupBytes)
         return failed(EINVAL);
-    const QByteArray setup(urb.buffer(), setup_bytes);
+    const QByteArray setup(urb.buffer(), kSetupBytes);
     const auto answer = answerControlRequest(m_description, setup);
     const bool read = (quint8(setup.at(0)) & 0x80) != 0;
-    int length_bytes = urb.lengthBytes() - setup_bytes;
+    int length_bytes = urb.lengthBytes() - kSetupBytes;
     if (answer && read) {
         length_bytes = std::min(length_bytes, answer->size());
-        std::memcpy(urb.buffer() + setup_bytes, answer->constData(), size_t(length_bytes));
+        std::memcpy(urb.buffer() + kSetupBytes, answer->constData(), size_t(length_bytes));
     }
     urb.finish(answer ? 0 : -EPIPE, answer ? length_bytes : 0);
     m_finished.push_back(std::move(urb));

@@ -20,15 +20,15 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int TIMEOUT_MS = 10000;
-constexpr uint8_t CMD_READ_DATA = 0x31;
-constexpr uint8_t CMD_ERASE = 0x41;
-constexpr uint8_t ACK = 0x0A;
-constexpr int DIGEST_BYTES = 32;
-constexpr uint32_t CHUNK_BYTES = 16384;
-constexpr int ATTEMPTS = 3;
-constexpr qint64 SPACE_RESERVE_BYTES = 16 * 1024 * 1024;
-constexpr auto PAUSE_AFTER_WRONG_DIGEST = 15s;
+constexpr int kTimeoutMs = 10000;
+constexpr uint8_t kCmdReadData = 0x31;
+constexpr uint8_t kCmdErase = 0x41;
+constexpr uint8_t kAck = 0x0A;
+constexpr int kDigestBytes = 32;
+constexpr uint32_t kChunkBytes = 16384;
+constexpr int kAttempts = 3;
+constexpr qint64 kSpaceReserveBytes = 16 * 1024 * 1024;
+constexpr auto kPauseAfterWrongDigest = 15s;
 
 [[noreturn]] void fail(const char* message, int code)
 {
@@ -42,13 +42,13 @@ constexpr auto PAUSE_AFTER_WRONG_DIGEST = 15s;
 
 bool send(Pod& pod, uint8_t command)
 {
-    return LibUsbUtils().writeData(pod.getDevHandle(), &command, 1, TIMEOUT_MS) >= 1;
+    return LibUsbUtils().writeData(pod.getDevHandle(), &command, 1, kTimeoutMs) >= 1;
 }
 
 bool readAck(Pod& pod)
 {
     uint8_t ack = 0;
-    return LibUsbUtils().readData(pod.getDevHandle(), &ack, 1, TIMEOUT_MS) >= 1 && ack == ACK;
+    return LibUsbUtils().readData(pod.getDevHandle(), &ack, 1, kTimeoutMs) >= 1 && ack == kAck;
 }
 
 /// The pod's data file, truncated when it is opened. Every write is checked: a full disk must never
@@ -99,14 +99,14 @@ void showProgress(Pod& pod, uint32_t size_bytes, uint32_t remaining_bytes)
 QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
 {
     QCryptographicHash digest(QCryptographicHash::Sha256);
-    std::array<uint8_t, CHUNK_BYTES> buffer{};
+    std::array<uint8_t, kChunkBytes> buffer{};
     uint32_t remaining = size_bytes;
     while (remaining != 0) {
         if (QThread::currentThread()->isInterruptionRequested())
             failInterrupted();
-        const uint32_t chunk = std::min(remaining, CHUNK_BYTES);
+        const uint32_t chunk = std::min(remaining, kChunkBytes);
         if (LibUsbUtils().readData(pod.getDevHandle(), buffer.data(), static_cast<int>(chunk),
-                                   TIMEOUT_MS) < 1)
+                                   kTimeoutMs) < 1)
             fail("Failed to read pod datas", 261);
         // A short read deliberately counts as whole: the digest is what tells.
         remaining -= chunk;
@@ -135,14 +135,14 @@ void claimDataFile(Pod& pod)
 void requireSpaceFor(const Pod& pod, uint32_t size_bytes)
 {
     const QStorageInfo storage(QFileInfo(pod.getOzuFilePath()).path());
-    if (storage.isValid() && storage.bytesAvailable() < qint64{size_bytes} + SPACE_RESERVE_BYTES)
+    if (storage.isValid() && storage.bytesAvailable() < qint64{size_bytes} + kSpaceReserveBytes)
         fail("Not enough space for pod datas", 260);
 }
 
 QByteArray readDigest(Pod& pod)
 {
-    QByteArray received(DIGEST_BYTES, '\0');
-    LibUsbUtils().readData(pod.getDevHandle(), received, TIMEOUT_MS);
+    QByteArray received(kDigestBytes, '\0');
+    LibUsbUtils().readData(pod.getDevHandle(), received, kTimeoutMs);
     return received;
 }
 
@@ -157,7 +157,7 @@ uint32_t uint32_big_decode(const uint8_t* bytes)
 bool Downloader::downloadPodData(Pod& pod)
 {
     emit pod.syncInProgress(false);
-    for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
         sendReadCommand(pod);
         const uint32_t size_bytes = readSize(pod);
         // A pod that announces exactly 512 bytes deliberately counts as empty too.
@@ -167,7 +167,7 @@ bool Downloader::downloadPodData(Pod& pod)
         }
         if (readOut(pod, size_bytes))
             return true;
-        if (!sleepUnlessInterrupted(PAUSE_AFTER_WRONG_DIGEST))
+        if (!sleepUnlessInterrupted(kPauseAfterWrongDigest))
             failInterrupted();
     }
     // Deliberately true: a recording that the pod itself cannot read back right is still kept.
@@ -177,7 +177,7 @@ bool Downloader::downloadPodData(Pod& pod)
 
 void Downloader::sendReadCommand(Pod& pod)
 {
-    if (!send(pod, CMD_READ_DATA))
+    if (!send(pod, kCmdReadData))
         fail("Failed to write read data command", 256);
     if (!readAck(pod))
         fail("Failed to get ack (Read datas)", 257);
@@ -186,16 +186,16 @@ void Downloader::sendReadCommand(Pod& pod)
 uint32_t Downloader::readSize(Pod& pod)
 {
     std::array<uint8_t, 4> size{};
-    if (LibUsbUtils().readData(pod.getDevHandle(), size.data(), size.size(), TIMEOUT_MS) < 1)
+    if (LibUsbUtils().readData(pod.getDevHandle(), size.data(), size.size(), kTimeoutMs) < 1)
         fail("Failed to get size", 258);
     return uint32_big_decode(size.data());
 }
 
 void Downloader::dropEmptyAnswer(Pod& pod, uint32_t size_bytes)
 {
-    std::array<uint8_t, 512 + DIGEST_BYTES> dropped{};
+    std::array<uint8_t, 512 + kDigestBytes> dropped{};
     LibUsbUtils().readData(pod.getDevHandle(), dropped.data(),
-                           static_cast<int>(size_bytes) + DIGEST_BYTES, TIMEOUT_MS);
+                           static_cast<int>(size_bytes) + kDigestBytes, kTimeoutMs);
     emit pod.syncInProgress(true);
 }
 
@@ -219,7 +219,7 @@ bool Downloader::readOut(Pod& pod, uint32_t size_bytes)
 
 void Downloader::erasePod(Pod& pod)
 {
-    if (!send(pod, CMD_ERASE))
+    if (!send(pod, kCmdErase))
         fail("Failed to write erase data", 263);
     if (!readAck(pod))
         fail("Failed to get ack (Erase pod)", 257);

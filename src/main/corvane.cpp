@@ -20,16 +20,16 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto DISCOVERY_DELAY = 3500ms;
-constexpr auto ARCHIVE_INTERVAL = 3h;
-constexpr auto PANEL_INTERVAL = 2000ms;
-constexpr auto TOOL_LIMIT = 30s;
-constexpr int MAX_ARCHIVES = 25;
+constexpr auto kDiscoveryDelay = 3500ms;
+constexpr auto kArchiveInterval = 3h;
+constexpr auto kPanelInterval = 2000ms;
+constexpr auto kToolLimit = 30s;
+constexpr int kMaxArchives = 25;
 
-const QString INFOS_PATH = QStringLiteral("tmp/infos.log");
-const QString STATION_VERSION_PATH = QStringLiteral("/opt/Corvane/version");
-const QString LAUNCHER_VERSION_PATH = QStringLiteral("/opt/CorvaneLauncher/version");
-const QString EXPORT_NAME = QStringLiteral("QVX_DATAS.cvx");
+const QString kInfosPath = QStringLiteral("tmp/infos.log");
+const QString kStationVersionPath = QStringLiteral("/opt/Corvane/version");
+const QString kLauncherVersionPath = QStringLiteral("/opt/CorvaneLauncher/version");
+const QString kExportName = QStringLiteral("QVX_DATAS.cvx");
 
 enum SyncCode { CopyFailed = -2, Syncing = -1, Copied = 0, NoUsbKey = 1, WaitingForPods = 2 };
 
@@ -42,7 +42,7 @@ QByteArray contentOf(const QString& path)
 
 void runTool(const QString& program, const QStringList& arguments = {})
 {
-    ChildProcess::run(program, arguments, TOOL_LIMIT);
+    ChildProcess::run(program, arguments, kToolLimit);
 }
 
 } // namespace
@@ -78,11 +78,11 @@ QByteArray Corvane::getEUI48()
 
 void Corvane::writeInfosFile()
 {
-    const QByteArray version = contentOf(STATION_VERSION_PATH);
-    QFile infos(INFOS_PATH);
+    const QByteArray version = contentOf(kStationVersionPath);
+    QFile infos(kInfosPath);
     if (infos.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         infos.write("Serial number: " + m_eui48.toHex().toUpper());
-        infos.write("\r\nBootloader version: " + contentOf(LAUNCHER_VERSION_PATH));
+        infos.write("\r\nBootloader version: " + contentOf(kLauncherVersionPath));
         infos.write("\r\nCorvane version: " + version);
     }
     qInfo().noquote().nospace() << "Version: " << version;
@@ -92,7 +92,7 @@ void Corvane::taskLoop()
 {
     init();
     Discovery discovery(*this);
-    FileSaver saver(QStringLiteral("datas"), QStringLiteral(".cvx"), MAX_ARCHIVES);
+    FileSaver saver(QStringLiteral("datas"), QStringLiteral(".cvx"), kMaxArchives);
     if (!sleepUnlessInterrupted(2000ms))
         return;
     startNewArchive(saver);
@@ -106,7 +106,7 @@ void Corvane::startNewArchive(FileSaver& saver)
     saver.createNewFile();
     const QString path = saver.getCurrentFilePath();
     const bool created = ZipUtils::createZip(path);
-    if (created && ZipUtils::addFile(path, INFOS_PATH)) {
+    if (created && ZipUtils::addFile(path, kInfosPath)) {
         m_current_zip_path = path;
         return;
     }
@@ -128,10 +128,10 @@ void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
     discovery_timer.setTimerType(Qt::CoarseTimer);
     connect(&discovery_timer, &QTimer::timeout, &discovery_thread,
             [&] { discovery_thread.start(); });
-    discovery_timer.start(DISCOVERY_DELAY);
+    discovery_timer.start(kDiscoveryDelay);
 
     QTimer archive_timer;
-    archive_timer.setInterval(ARCHIVE_INTERVAL);
+    archive_timer.setInterval(kArchiveInterval);
     archive_timer.setTimerType(Qt::VeryCoarseTimer);
     const auto restart = qOverload<>(&QTimer::start);
     connect(&archive_timer, &QTimer::timeout, &archive_timer, restart);
@@ -143,7 +143,7 @@ void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
     });
 
     QTimer panel_timer;
-    panel_timer.setInterval(PANEL_INTERVAL);
+    panel_timer.setInterval(kPanelInterval);
     connect(&panel_timer, &QTimer::timeout, &panel_timer, restart);
     connect(&panel_timer, &QTimer::timeout, this, [&] {
         if (m_current_zip_path.isEmpty())
@@ -225,7 +225,7 @@ void Corvane::exportArchive()
     }
     // After a storage error an addition may still wait to be put back: half of it is no export.
     if (!ArchiveAddition::recover() ||
-        !m_usbkey.copyFileToUsbKey(m_current_zip_path, EXPORT_NAME)) {
+        !m_usbkey.copyFileToUsbKey(m_current_zip_path, kExportName)) {
         emit syncDone(CopyFailed);
         return;
     }

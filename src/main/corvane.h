@@ -26,7 +26,7 @@ class Corvane : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int SLOT_COUNT = 30;
+    static constexpr int kSlotCount = 30;
 
     /// One place for a pod. It owns neither object: both delete themselves after Pod::finished.
     /// Belongs to the discovery thread.
@@ -48,7 +48,7 @@ public:
     Corvane& operator=(const Corvane&) = delete;
 
     UIBackEnd& uibackend;
-    std::array<device_slot_ts, SLOT_COUNT> device_slots; ///< discovery thread
+    std::array<device_slot_ts, kSlotCount> device_slots; ///< discovery thread
     std::atomic<int> nb_pods_connected{0};               ///< written by discovery
 
 public slots:
@@ -90,6 +90,6 @@ private:
     bool m_just_updated = false;
     bool m_no_backup = false;
     UsbKeyUtils m_usbkey;
-    QByteArray m_eui48; ///< 6 bytes, empty when the chip did not answer
+    QByteArray m_eui48;         ///< 6 bytes, empty when the chip did not answer
     QString m_current_zip_path; ///< empty until an archive could be made
 };

@@ -13,14 +13,14 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr uint16_t POD_VENDOR = 0x1915;
-constexpr uint16_t POD_PRODUCT = 0x5203;
-constexpr auto START_DELAY = 1000ms;
-constexpr auto LOOP_PAUSE = 10ms;
-constexpr auto WIND_DOWN_LIMIT = 2s;
+constexpr uint16_t kPodVendor = 0x1915;
+constexpr uint16_t kPodProduct = 0x5203;
+constexpr auto kStartDelay = 1000ms;
+constexpr auto kLoopPause = 10ms;
+constexpr auto kWindDownLimit = 2s;
 /// A wake-up can be swallowed by a worker that handles events just then; nothing waits longer for
 /// it.
-constexpr timeval EVENT_WAIT{0, 100 * 1000};
+constexpr timeval kEventWait{0, 100 * 1000};
 
 } // namespace
 
@@ -42,12 +42,12 @@ int Discovery::getIdx(libusb_device* dev)
     std::array<uint8_t, 8> ports{};
     const int depth = libusb_get_port_numbers(dev, ports.data(), ports.size());
     const int idx = 6 * (6 - depth) + (6 - libusb_get_port_number(dev));
-    return idx < Corvane::SLOT_COUNT ? idx : -1;
+    return idx < Corvane::kSlotCount ? idx : -1;
 }
 
 void Discovery::Start()
 {
-    if (!sleepUnlessInterrupted(START_DELAY) || m_started)
+    if (!sleepUnlessInterrupted(kStartDelay) || m_started)
         return;
     m_started = registerCallback();
     Loop();
@@ -62,7 +62,7 @@ bool Discovery::registerCallback()
     }
     const int error = libusb_hotplug_register_callback(
         m_usb->get(), LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED | LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT,
-        LIBUSB_HOTPLUG_ENUMERATE, POD_VENDOR, POD_PRODUCT, LIBUSB_HOTPLUG_MATCH_ANY,
+        LIBUSB_HOTPLUG_ENUMERATE, kPodVendor, kPodProduct, LIBUSB_HOTPLUG_MATCH_ANY,
         &Discovery::OnUsbHotplugCallback, this, &m_handle);
     if (error != LIBUSB_SUCCESS)
         qCritical() << "No USB hot-plug:" << libusb_error_name(error);
@@ -81,14 +81,14 @@ void Discovery::Loop()
 {
     while (m_started && !thread()->isInterruptionRequested()) {
         handleEvents();
-        QThread::msleep(LOOP_PAUSE.count());
+        QThread::msleep(kLoopPause.count());
     }
 }
 
 void Discovery::handleEvents()
 {
     int completed = 0;
-    timeval wait = EVENT_WAIT;
+    timeval wait = kEventWait;
     const int error = libusb_handle_events_timeout_completed(m_usb->get(), &wait, &completed);
     if (error != LIBUSB_SUCCESS)
         qDebug() << "Events handle libusb:" << error;
@@ -104,11 +104,11 @@ void Discovery::wake()
 void Discovery::windDown()
 {
     Stop();
-    for (int idx = 0; idx < Corvane::SLOT_COUNT; ++idx) {
+    for (int idx = 0; idx < Corvane::kSlotCount; ++idx) {
         if (m_corvane.device_slots.at(idx).occupied())
             endPod(idx);
     }
-    const QDeadlineTimer limit(WIND_DOWN_LIMIT);
+    const QDeadlineTimer limit(kWindDownLimit);
     while (m_live_workers > 0 && !limit.hasExpired())
         handleEvents();
 }

@@ -15,13 +15,13 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int TIMEOUT_MS = 10000;
-constexpr uint8_t CMD_READ_UDID = 0x11;
-constexpr uint8_t CMD_CHARGE_STATUS = 0x14;
-constexpr uint8_t ACK = 0x0A;
-constexpr int CHARGE_LOOP_STARTED = 22;
-constexpr uint8_t CHARGED = 2;
-constexpr auto CHARGE_POLL_INTERVAL = 10s;
+constexpr int kTimeoutMs = 10000;
+constexpr uint8_t kCmdReadUdid = 0x11;
+constexpr uint8_t kCmdChargeStatus = 0x14;
+constexpr uint8_t kAck = 0x0A;
+constexpr int kChargeLoopStarted = 22;
+constexpr uint8_t kCharged = 2;
+constexpr auto kChargePollInterval = 10s;
 
 } // namespace
 
@@ -71,11 +71,11 @@ void Pod::tasks()
 void Pod::readUDID()
 {
     LibUsbUtils usb;
-    uint8_t command = CMD_READ_UDID;
+    uint8_t command = kCmdReadUdid;
     uint8_t ack = 0;
-    usb.writeData(m_dev_handle, &command, 1, TIMEOUT_MS);
-    usb.readData(m_dev_handle, &ack, 1, TIMEOUT_MS);
-    usb.readData(m_dev_handle, m_pod_udid.data(), m_pod_udid.size(), TIMEOUT_MS);
+    usb.writeData(m_dev_handle, &command, 1, kTimeoutMs);
+    usb.readData(m_dev_handle, &ack, 1, kTimeoutMs);
+    usb.readData(m_dev_handle, m_pod_udid.data(), m_pod_udid.size(), kTimeoutMs);
 
     QString name = QString::fromLatin1(
         QByteArray(reinterpret_cast<const char*>(m_pod_udid.data()), m_pod_udid.size())
@@ -136,11 +136,11 @@ void Pod::eraseArchived()
 
 void Pod::chargingLoop()
 {
-    emit setChargingState(m_idx, CHARGE_LOOP_STARTED);
+    emit setChargingState(m_idx, kChargeLoopStarted);
     try {
         while (!m_pod_charged && !thread()->isInterruptionRequested()) {
             pollCharge();
-            if (!sleepUnlessInterrupted(CHARGE_POLL_INTERVAL))
+            if (!sleepUnlessInterrupted(kChargePollInterval))
                 break;
         }
     } catch (...) {
@@ -152,18 +152,18 @@ void Pod::chargingLoop()
 void Pod::pollCharge()
 {
     LibUsbUtils usb;
-    uint8_t command = CMD_CHARGE_STATUS;
+    uint8_t command = kCmdChargeStatus;
     uint8_t ack = 0;
     uint8_t status = 0;
-    usb.writeData(m_dev_handle, &command, 1, TIMEOUT_MS);
-    usb.readData(m_dev_handle, &ack, 1, TIMEOUT_MS);
-    if (ack != ACK)
+    usb.writeData(m_dev_handle, &command, 1, kTimeoutMs);
+    usb.readData(m_dev_handle, &ack, 1, kTimeoutMs);
+    if (ack != kAck)
         qInfo().noquote() << "Fail ack" << QString::number(ack, 16);
     if (thread()->isInterruptionRequested())
         return;
-    if (usb.readData(m_dev_handle, &status, 1, TIMEOUT_MS) < 1)
+    if (usb.readData(m_dev_handle, &status, 1, kTimeoutMs) < 1)
         return; // the pod said nothing: the screen keeps what it last said
-    m_pod_charged = status == CHARGED;
+    m_pod_charged = status == kCharged;
     emit setChargingState(m_idx, status);
 }
 

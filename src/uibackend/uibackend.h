@@ -13,7 +13,7 @@ class UIBackEnd : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int nb_slots = 30;
+    static constexpr int kSlotCount = 30;
 
     explicit UIBackEnd(QObject* parent = nullptr);
 
@@ -36,12 +36,12 @@ public slots:
     QByteArray readCurrentVersion();
 
 private:
-    using SlotValues = std::array<int, nb_slots>;
+    using SlotValues = std::array<int, kSlotCount>;
 
     SlotValues m_sync_progress;
     SlotValues m_upd_progress;
     SlotValues m_charging_states;
-    std::array<bool, nb_slots> m_pod_connection{};
+    std::array<bool, kSlotCount> m_pod_connection{};
     int m_upd_code = 0;
     int m_sync_code = 0;
 };

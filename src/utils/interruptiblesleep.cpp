@@ -7,11 +7,11 @@
 bool sleepUnlessInterrupted(std::chrono::milliseconds duration)
 {
     using std::chrono::milliseconds;
-    constexpr milliseconds STEP{100};
+    constexpr milliseconds kStep{100};
     while (!QThread::currentThread()->isInterruptionRequested()) {
         if (duration <= milliseconds::zero())
             return true;
-        const milliseconds step = std::min(duration, STEP);
+        const milliseconds step = std::min(duration, kStep);
         QThread::msleep(static_cast<unsigned long>(step.count()));
         duration -= step;
     }

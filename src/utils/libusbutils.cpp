@@ -8,10 +8,10 @@
 
 namespace {
 
-constexpr unsigned char ENDPOINT_OUT = 0x01;
-constexpr unsigned char ENDPOINT_IN = 0x81;
-constexpr int WRITE_FAILED = 6;
-constexpr int READ_FAILED = 7;
+constexpr unsigned char kEndpointOut = 0x01;
+constexpr unsigned char kEndpointIn = 0x81;
+constexpr int kWriteFailed = 6;
+constexpr int kReadFailed = 7;
 
 QString withErrorName(const char* text, int error)
 {
@@ -92,10 +92,10 @@ int LibUsbUtils::writeData(libusb_device_handle* handle, const QByteArray& data,
 int LibUsbUtils::writeData(libusb_device_handle* handle, uint8_t* buf, int len, int timeout)
 {
     int transferred = 0;
-    const int error = libusb_bulk_transfer(handle, ENDPOINT_OUT, buf, len, &transferred, timeout);
+    const int error = libusb_bulk_transfer(handle, kEndpointOut, buf, len, &transferred, timeout);
     if (error == LIBUSB_SUCCESS)
         return transferred;
-    qDebug().noquote() << withErrorName("Failed to write datas: ", error) << WRITE_FAILED
+    qDebug().noquote() << withErrorName("Failed to write datas: ", error) << kWriteFailed
                        << " Bytes written:" << transferred << "Expected:" << len;
     return -1;
 }
@@ -108,10 +108,10 @@ int LibUsbUtils::readData(libusb_device_handle* handle, QByteArray& data, int ti
 int LibUsbUtils::readData(libusb_device_handle* handle, uint8_t* buf, int len, int timeout)
 {
     int transferred = 0;
-    const int error = libusb_bulk_transfer(handle, ENDPOINT_IN, buf, len, &transferred, timeout);
+    const int error = libusb_bulk_transfer(handle, kEndpointIn, buf, len, &transferred, timeout);
     if (error == LIBUSB_SUCCESS)
         return transferred;
-    qDebug().noquote() << withErrorName("Failed to read datas: ", error) << READ_FAILED
+    qDebug().noquote() << withErrorName("Failed to read datas: ", error) << kReadFailed
                        << " Bytes read:" << transferred << "Expected:" << len;
     return -1;
 }

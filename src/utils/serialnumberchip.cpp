@@ -14,9 +14,9 @@
 
 namespace {
 
-constexpr int SLAVE_ADDRESS = 0x51;
-constexpr unsigned char EUI48_ADDRESS = 0xFA;
-constexpr int EUI48_BYTES = 6;
+constexpr int kSlaveAddress = 0x51;
+constexpr unsigned char kEui48Address = 0xFA;
+constexpr int kEui48Bytes = 6;
 
 } // namespace
 
@@ -42,12 +42,12 @@ QByteArray SerialNumberChip::exchange() const
     const UniqueFd bus(::open(QFile::encodeName(m_device_path).constData(), O_RDWR | O_CLOEXEC));
     if (!bus)
         throw std::runtime_error("Error opening i2c device");
-    if (::ioctl(bus.get(), I2C_SLAVE, SLAVE_ADDRESS) < 0)
+    if (::ioctl(bus.get(), I2C_SLAVE, kSlaveAddress) < 0)
         throw std::runtime_error("Failed to acquire i2c bus");
-    if (::write(bus.get(), &EUI48_ADDRESS, 1) != 1)
+    if (::write(bus.get(), &kEui48Address, 1) != 1)
         throw std::runtime_error("Failed to write i2c bus");
-    QByteArray eui48(EUI48_BYTES, '\0');
-    if (::read(bus.get(), eui48.data(), EUI48_BYTES) != EUI48_BYTES)
+    QByteArray eui48(kEui48Bytes, '\0');
+    if (::read(bus.get(), eui48.data(), kEui48Bytes) != kEui48Bytes)
         throw std::runtime_error("Failed to read i2c bus");
     return eui48;
 }

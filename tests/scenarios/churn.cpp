@@ -100,7 +100,8 @@ Churn::Holdings Churn::holdings() const
     const QString proc = QStringLiteral("/proc/%1/").arg(pid);
     Holdings now;
     now.threads = threadNames(pid).size();
-    now.descriptors = QDir(proc + QStringLiteral("fd")).entryList(QDir::Files | QDir::System).size();
+    now.descriptors =
+        QDir(proc + QStringLiteral("fd")).entryList(QDir::Files | QDir::System).size();
     QFile status(proc + QStringLiteral("status"));
     if (status.open(QIODevice::ReadOnly)) {
         const QByteArray text = status.readAll();
@@ -112,7 +113,8 @@ Churn::Holdings Churn::holdings() const
 
 void Churn::leavesNothingBehind()
 {
-    const int cycles = std::max(kCyclesBefore, qEnvironmentVariableIntValue("CORVANE_CHURN_CYCLES"));
+    const int cycles =
+        std::max(kCyclesBefore, qEnvironmentVariableIntValue("CORVANE_CHURN_CYCLES"));
     const int wanted = cycles > kCyclesBefore ? cycles : 1000;
     Holdings before;
     for (int done = 0, round = 0; done < wanted; done += kSlotCount, ++round) {
@@ -125,8 +127,8 @@ void Churn::leavesNothingBehind()
     // A child of the panel's tick or the last worker may still hold a descriptor for a moment.
     QTRY_VERIFY(holdings().descriptors <= before.descriptors);
     const Holdings after = holdings();
-    qInfo("threads %d, then %d; descriptors %d, then %d; memory %d KiB, then %d KiB", before.threads,
-          after.threads, before.descriptors, after.descriptors, before.memory_kib,
+    qInfo("threads %d, then %d; descriptors %d, then %d; memory %d KiB, then %d KiB",
+          before.threads, after.threads, before.descriptors, after.descriptors, before.memory_kib,
           after.memory_kib);
     QCOMPARE(after.threads, before.threads);
     QVERIFY(before.memory_kib > 0);

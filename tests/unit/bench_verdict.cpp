@@ -36,7 +36,7 @@ KnownRecording recording(int slot, const QString& name, const QByteArray& bytes)
     return {slot, name, static_cast<quint32>(bytes.size()), digest(bytes)};
 }
 
-const QPair<QString, QByteArray> infos{QStringLiteral("infos.log"), "Serial number: 1"};
+const QPair<QString, QByteArray> kInfos{QStringLiteral("infos.log"), "Serial number: 1"};
 
 } // namespace
 
@@ -59,19 +59,19 @@ void BenchVerdictTest::checksArchives_data()
     QTest::addColumn<QStringList>("expected");
     const QPair<QString, QByteArray> a{QStringLiteral("A.ozu"), "aaaa"};
     const QPair<QString, QByteArray> b{QStringLiteral("B.ozu"), "bbbb"};
-    QTest::newRow("right") << Files{infos, b, a} << QStringList();
+    QTest::newRow("right") << Files{kInfos, b, a} << QStringList();
     QTest::newRow("second of a pod")
-        << Files{infos, a, {QStringLiteral("B.ozu_0"), "bbbb"}} << QStringList();
-    QTest::newRow("missing") << Files{infos, a}
+        << Files{kInfos, a, {QStringLiteral("B.ozu_0"), "bbbb"}} << QStringList();
+    QTest::newRow("missing") << Files{kInfos, a}
                              << QStringList(QStringLiteral("place 1: B.ozu (4 bytes) is missing"));
-    QTest::newRow("damaged") << Files{infos, a, {QStringLiteral("B.ozu"), "bbbc"}}
+    QTest::newRow("damaged") << Files{kInfos, a, {QStringLiteral("B.ozu"), "bbbc"}}
                              << QStringList{
                                     QStringLiteral("place 1: B.ozu (4 bytes) is damaged"),
                                     QStringLiteral("B.ozu is no recording that belongs there")};
-    QTest::newRow("extra") << Files{infos, a, b, {QStringLiteral("C.ozu"), "cc"}}
+    QTest::newRow("extra") << Files{kInfos, a, b, {QStringLiteral("C.ozu"), "cc"}}
                            << QStringList(
                                   QStringLiteral("C.ozu is no recording that belongs there"));
-    QTest::newRow("order") << Files{a, infos, b}
+    QTest::newRow("order") << Files{a, kInfos, b}
                            << QStringList{
                                   QStringLiteral("the information file is not the first entry"),
                                   QStringLiteral("infos.log is no recording that belongs there")};
@@ -100,7 +100,7 @@ void BenchVerdictTest::seesDamageInsideAnArchive()
     QVERIFY(readArchive(path, problems).empty());
     QCOMPARE(problems, QStringList(path + QStringLiteral(" is missing or no archive")));
 
-    writeArchive(path, {infos, {QStringLiteral("A.ozu"), "recorded"}});
+    writeArchive(path, {kInfos, {QStringLiteral("A.ozu"), "recorded"}});
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadWrite));
     QByteArray bytes = file.readAll();

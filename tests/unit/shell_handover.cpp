@@ -11,9 +11,9 @@ namespace {
 /// File name without the common "CorvaneLauncher" to content.
 using Files = QMap<QString, QByteArray>;
 
-const QString launcher = QStringLiteral("CorvaneLauncher");
-const QString pending = QStringLiteral("_new");
-const QString aside = QStringLiteral("_old");
+const QString kLauncher = QStringLiteral("CorvaneLauncher");
+const QString kPending = QStringLiteral("_new");
+const QString kAside = QStringLiteral("_old");
 
 /// A hand-over in which chosen steps fail; the rest happens on real files.
 class FailingHandover : public LauncherHandover
@@ -29,7 +29,7 @@ public:
 protected:
     bool copy(const QString& from, const QString& to) override
     {
-        const bool fails = from.endsWith(aside) ? failing_restores-- > 0 : copy_aside_fails;
+        const bool fails = from.endsWith(kAside) ? failing_restores-- > 0 : copy_aside_fails;
         return !fails && LauncherHandover::copy(from, to);
     }
     bool remove(const QString& path) override
@@ -72,7 +72,7 @@ void HandoverTest::init()
 void HandoverTest::place(const Files& files) const
 {
     for (auto it = files.cbegin(); it != files.cend(); ++it) {
-        QFile file(path() + launcher + it.key());
+        QFile file(path() + kLauncher + it.key());
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(it.value());
     }
@@ -84,7 +84,7 @@ Files HandoverTest::found() const
     for (const QString& name : QDir(path()).entryList(QDir::Files)) {
         QFile file(path() + name);
         if (file.open(QIODevice::ReadOnly))
-            files.insert(name.mid(launcher.size()), file.readAll());
+            files.insert(name.mid(kLauncher.size()), file.readAll());
     }
     return files;
 }
@@ -97,14 +97,14 @@ void HandoverTest::files_data()
     const QString current;
     QTest::newRow("nothing pending") << Files{{current, "1"}} << Files{{current, "1"}};
     QTest::newRow("nothing pending, a safety copy lies about")
-        << Files{{current, "1"}, {aside, "0"}} << Files{{current, "1"}, {aside, "0"}};
+        << Files{{current, "1"}, {kAside, "0"}} << Files{{current, "1"}, {kAside, "0"}};
     QTest::newRow("empty directory") << Files{} << Files{};
-    QTest::newRow("pending") << Files{{current, "1"}, {pending, "2"}} << Files{{current, "2"}};
+    QTest::newRow("pending") << Files{{current, "1"}, {kPending, "2"}} << Files{{current, "2"}};
     QTest::newRow("pending after a hand-over that was cut short")
-        << Files{{current, "1"}, {pending, "2"}, {aside, "0"}} << Files{{current, "2"}};
-    QTest::newRow("no launcher to set aside") << Files{{pending, "2"}} << Files{{pending, "2"}};
+        << Files{{current, "1"}, {kPending, "2"}, {kAside, "0"}} << Files{{current, "2"}};
+    QTest::newRow("no launcher to set aside") << Files{{kPending, "2"}} << Files{{kPending, "2"}};
     QTest::newRow("no launcher, its safety copy is kept")
-        << Files{{pending, "2"}, {aside, "1"}} << Files{{pending, "2"}, {aside, "1"}};
+        << Files{{kPending, "2"}, {kAside, "1"}} << Files{{kPending, "2"}, {kAside, "1"}};
 }
 
 void HandoverTest::files()
@@ -123,8 +123,8 @@ void HandoverTest::stepFails_data()
     QTest::addColumn<Files>("after");
 
     const QString current;
-    const Files all{{current, "1"}, {pending, "2"}, {aside, "1"}};
-    QTest::newRow("copy aside") << "copy" << Files{{current, "1"}, {pending, "2"}};
+    const Files all{{current, "1"}, {kPending, "2"}, {kAside, "1"}};
+    QTest::newRow("copy aside") << "copy" << Files{{current, "1"}, {kPending, "2"}};
     QTest::newRow("remove") << "remove" << all;
     QTest::newRow("rename") << "rename" << all;
     QTest::newRow("rename, and the restoring copy at first") << "restore" << all;
@@ -133,7 +133,7 @@ void HandoverTest::stepFails_data()
 void HandoverTest::stepFails()
 {
     QFETCH(QString, step);
-    place({{QString(), "1"}, {pending, "2"}});
+    place({{QString(), "1"}, {kPending, "2"}});
     FailingHandover handover(path());
     handover.copy_aside_fails = step == QLatin1String("copy");
     handover.remove_fails = step == QLatin1String("remove");

@@ -80,15 +80,15 @@ void LoggerTest::line()
 
 void LoggerTest::linesOfManyThreadsStayWhole()
 {
-    constexpr int nb_threads = 8;
-    constexpr int nb_lines = 500;
+    constexpr int kThreadCount = 8;
+    constexpr int kLineCount = 500;
     const QByteArray written = outputOf([] {
         std::vector<std::thread> threads;
-        threads.reserve(nb_threads);
-        for (int t = 0; t < nb_threads; ++t)
+        threads.reserve(kThreadCount);
+        for (int t = 0; t < kThreadCount; ++t)
             threads.emplace_back([t] {
                 const QString text(200, QChar(u'a' + t));
-                for (int i = 0; i < nb_lines; ++i)
+                for (int i = 0; i < kLineCount; ++i)
                     corvaneLogger(QtInfoMsg, QMessageLogContext(), text);
             });
         for (std::thread& thread : threads)
@@ -97,7 +97,7 @@ void LoggerTest::linesOfManyThreadsStayWhole()
 
     QList<QByteArray> lines = written.split('\n');
     QCOMPARE(lines.takeLast(), QByteArray());
-    QCOMPARE(lines.size(), nb_threads * nb_lines);
+    QCOMPARE(lines.size(), kThreadCount * kLineCount);
     for (const QByteArray& text : qAsConst(lines))
         QCOMPARE(text, "[INFO]: " + QByteArray(200, text.back()));
 }

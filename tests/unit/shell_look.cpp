@@ -29,7 +29,7 @@ QImage grabbed(const QQuickWindow& window)
 {
     const auto grab = window.contentItem()->grabToImage();
     QSignalSpy ready(grab.data(), &QQuickItemGrabResult::ready);
-    if (!ready.wait(animation_limit_ms))
+    if (!ready.wait(kAnimationLimitMs))
         return {};
     QImage image(window.size(), QImage::Format_RGB32);
     image.fill(window.color());

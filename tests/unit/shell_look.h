@@ -7,7 +7,7 @@
 #include <QQuickWindow>
 
 /// Far above what any animation or rendering takes, so that only a hang runs into it.
-constexpr int animation_limit_ms = 30000;
+constexpr int kAnimationLimitMs = 30000;
 
 /// A gauge as somebody in front of the panel sees it.
 struct Look

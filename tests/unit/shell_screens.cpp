@@ -12,14 +12,14 @@
 
 namespace {
 
-constexpr int nb_gauges = 30;
+constexpr int kGaugeCount = 30;
 
-const QColor empty_border("#a79d9d");
-const QColor plugged_border("#3a3939");
-const QColor downloading("deepskyblue");
-const QColor updating("salmon");
-const QString done_name = QStringLiteral("yellowgreen");
-const QColor done(done_name);
+const QColor kEmptyBorder("#a79d9d");
+const QColor kPluggedBorder("#3a3939");
+const QColor kDownloading("deepskyblue");
+const QColor kUpdating("salmon");
+const QString kDoneName = QStringLiteral("yellowgreen");
+const QColor kDone(kDoneName);
 
 QStringList unexpected_messages;
 
@@ -120,7 +120,7 @@ void ScreensTest::plugAndCharge(int idx)
     m_back_end.setPodSyncProgress(idx, 101);
     QSignalSpy pulsed(m_gauges[idx], SIGNAL(main_colorChanged()));
     m_back_end.setChargingState(idx, 22);
-    QTRY_VERIFY_WITH_TIMEOUT(pulsed.size() >= 3, animation_limit_ms);
+    QTRY_VERIFY_WITH_TIMEOUT(pulsed.size() >= 3, kAnimationLimitMs);
 }
 
 void ScreensTest::unplugAndAwaitEmptying(int idx)
@@ -128,7 +128,7 @@ void ScreensTest::unplugAndAwaitEmptying(int idx)
     auto* emptying = m_gauges[idx]->findChild<QObject*>(QStringLiteral("emptying"));
     QSignalSpy emptied(emptying, SIGNAL(stopped()));
     m_back_end.setPodConnection(idx, false);
-    QVERIFY(emptied.wait(animation_limit_ms));
+    QVERIFY(emptied.wait(kAnimationLimitMs));
 }
 
 void ScreensTest::startUp()
@@ -143,14 +143,14 @@ void ScreensTest::startUp()
     QCOMPARE(look(0).border, QColor(Qt::white));
     QCOMPARE(look(29).border, QColor(Qt::white));
 
-    QVERIFY(arrived.wait(animation_limit_ms));
+    QVERIFY(arrived.wait(kAnimationLimitMs));
     QCOMPARE(logo->mapRectToScene(logo->boundingRect()), QRectF(265, 190, 160, 100));
     QCOMPARE(logo->property("source").toUrl(), QUrl(QStringLiteral("qrc:/img/qv_logo_clear.png")));
 
-    QVERIFY(uncovered.wait(animation_limit_ms));
+    QVERIFY(uncovered.wait(kAnimationLimitMs));
     QCOMPARE(cover->opacity(), 0.0);
-    QCOMPARE(look(0).border, empty_border);
-    QCOMPARE(look(29).border, empty_border);
+    QCOMPARE(look(0).border, kEmptyBorder);
+    QCOMPARE(look(29).border, kEmptyBorder);
     const QImage image = shot();
     QCOMPARE(image.pixelColor(205 + 2, 105), QColor("darkgrey"));
 
@@ -161,9 +161,9 @@ void ScreensTest::startUp()
 
 void ScreensTest::gaugesStandRowByRow()
 {
-    QCOMPARE(m_gauges.size(), nb_gauges);
+    QCOMPARE(m_gauges.size(), kGaugeCount);
     QRegion taken;
-    for (int idx = 0; idx < nb_gauges; ++idx) {
+    for (int idx = 0; idx < kGaugeCount; ++idx) {
         QQuickItem* bar = itemNamed(m_gauges[idx], "bar");
         const QRect seen = bar->mapRectToScene(bar->boundingRect()).toRect();
         QCOMPARE(seen.size(), QSize(20, 35));
@@ -186,18 +186,18 @@ void ScreensTest::gauge_data()
     const QByteArray update("setPodUpdateProgress");
     const QByteArray charge("setChargingState");
     const QColor none(Qt::white);
-    QTest::newRow("sync 0") << sync << 0 << downloading << 0.1 << 3;
-    QTest::newRow("sync 5") << sync << 5 << downloading << 0.1 << 3;
-    QTest::newRow("sync 50") << sync << 50 << downloading << 0.5 << 16;
-    QTest::newRow("sync 100") << sync << 100 << downloading << 1.0 << 31;
-    QTest::newRow("sync done") << sync << 101 << done << 1.0 << 31;
-    QTest::newRow("digest wrong") << sync << -1 << downloading << 0.1 << 3;
-    QTest::newRow("failure") << sync << -2 << downloading << 0.1 << 3;
+    QTest::newRow("sync 0") << sync << 0 << kDownloading << 0.1 << 3;
+    QTest::newRow("sync 5") << sync << 5 << kDownloading << 0.1 << 3;
+    QTest::newRow("sync 50") << sync << 50 << kDownloading << 0.5 << 16;
+    QTest::newRow("sync 100") << sync << 100 << kDownloading << 1.0 << 31;
+    QTest::newRow("sync done") << sync << 101 << kDone << 1.0 << 31;
+    QTest::newRow("digest wrong") << sync << -1 << kDownloading << 0.1 << 3;
+    QTest::newRow("failure") << sync << -2 << kDownloading << 0.1 << 3;
     QTest::newRow("update 0") << update << 0 << none << 0.0 << 0;
     QTest::newRow("update 5") << update << 5 << none << 0.05 << 1;
-    QTest::newRow("update 50") << update << 50 << updating << 0.5 << 16;
-    QTest::newRow("update done") << update << 101 << done << 1.0 << 31;
-    QTest::newRow("charged") << charge << 2 << done << 1.0 << 31;
+    QTest::newRow("update 50") << update << 50 << kUpdating << 0.5 << 16;
+    QTest::newRow("update done") << update << 101 << kDone << 1.0 << 31;
+    QTest::newRow("charged") << charge << 2 << kDone << 1.0 << 31;
 }
 
 void ScreensTest::gauge()
@@ -210,19 +210,19 @@ void ScreensTest::gauge()
     static int next_idx = 0;
     const int idx = next_idx++; // A fresh place for each row.
     QMap<int, QVariantList> others;
-    for (int other = 0; other < nb_gauges; ++other)
+    for (int other = 0; other < kGaugeCount; ++other)
         if (other != idx)
             others.insert(other, state(other));
 
     m_back_end.setPodConnection(idx, true);
-    QCOMPARE(look(idx).border, plugged_border);
+    QCOMPARE(look(idx).border, kPluggedBorder);
     QCOMPARE(look(idx).filled_rows, 0);
     QMetaObject::invokeMethod(&m_back_end, setter.constData(), Q_ARG(int, idx), Q_ARG(int, value));
 
     const Look seen = look(idx);
     QCOMPARE(m_gauges[idx]->property("border_color").toString(), QStringLiteral("dark"));
     QCOMPARE(m_gauges[idx]->property("val").toDouble(), val);
-    QCOMPARE(seen.border, plugged_border);
+    QCOMPARE(seen.border, kPluggedBorder);
     QVERIFY2(qAbs(seen.filled_rows - rows) <= 1, QByteArray::number(seen.filled_rows));
     if (rows >= 3)
         QCOMPARE(seen.fill, fill);
@@ -240,7 +240,7 @@ void ScreensTest::chargedPodStopsPulsing()
         QCOMPARE(m_gauges[idx]->property("val").toDouble(), 1.0);
     }
     m_gauges[idx]->setProperty("charging", false);
-    QCOMPARE(m_gauges[idx]->property("main_color").toString(), done_name);
+    QCOMPARE(m_gauges[idx]->property("main_color").toString(), kDoneName);
     plugAndCharge(idx);
     QVERIFY(look(idx).bolt);
 
@@ -250,7 +250,7 @@ void ScreensTest::chargedPodStopsPulsing()
     QVERIFY(!pulse->property("running").toBool());
     const Look seen = look(idx);
     QVERIFY(!seen.bolt);
-    QCOMPARE(seen.fill, done);
+    QCOMPARE(seen.fill, kDone);
     QCOMPARE(seen.filled_rows, 31);
 }
 
@@ -275,7 +275,7 @@ void ScreensTest::unpluggedPlaceEmpties()
     unplugAndAwaitEmptying(idx);
 
     const Look seen = look(idx);
-    QCOMPARE(seen.border, empty_border);
+    QCOMPARE(seen.border, kEmptyBorder);
     QCOMPARE(seen.filled_rows, 0);
     QVERIFY(!seen.bolt);
     QCOMPARE(state(idx), never_used);
@@ -284,7 +284,7 @@ void ScreensTest::unpluggedPlaceEmpties()
     m_back_end.setPodConnection(idx, true);
     QCOMPARE(look(idx).filled_rows, 0);
     m_back_end.setPodSyncProgress(idx, 30);
-    QCOMPARE(look(idx).fill, downloading);
+    QCOMPARE(look(idx).fill, kDownloading);
 }
 
 void ScreensTest::nextPodIsNotPaintedOver_data()
@@ -310,7 +310,7 @@ void ScreensTest::nextPodIsNotPaintedOver()
     QSignalSpy faded(m_gauges[idx], SIGNAL(border_colorChanged()));
     m_back_end.setPodConnection(idx, false);
     if (fading)
-        QTRY_VERIFY_WITH_TIMEOUT(faded.size() >= 2, animation_limit_ms);
+        QTRY_VERIFY_WITH_TIMEOUT(faded.size() >= 2, kAnimationLimitMs);
 
     m_back_end.setPodConnection(idx, true);
     m_back_end.setPodSyncProgress(idx, 40);
@@ -321,8 +321,8 @@ void ScreensTest::nextPodIsNotPaintedOver()
                      ->property("running")
                      .toBool());
     const Look seen = look(idx);
-    QCOMPARE(seen.border, plugged_border);
-    QCOMPARE(seen.fill, downloading);
+    QCOMPARE(seen.border, kPluggedBorder);
+    QCOMPARE(seen.fill, kDownloading);
     QVERIFY(qAbs(seen.filled_rows - 12) <= 1);
     QVERIFY(!seen.bolt);
 }

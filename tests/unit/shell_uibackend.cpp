@@ -46,7 +46,7 @@ void UIBackEndTest::slotValueIsEmittedOnChange()
     };
 
     // Whatever comes first is shown, in every slot, 0 and the failure codes included.
-    for (int idx = 0; idx < UIBackEnd::nb_slots; ++idx) {
+    for (int idx = 0; idx < UIBackEnd::kSlotCount; ++idx) {
         const int first = idx % 4 - 2;
         QCOMPARE(set(idx, first), (QVariantList{idx, first}));
         QCOMPARE(set(idx, first), QVariantList());

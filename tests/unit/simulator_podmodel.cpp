@@ -9,12 +9,12 @@
 
 namespace {
 
-constexpr char ack = 0x0A;
-constexpr char nak = 0x15;
-const QByteArray read_udid(1, '\x11');
-const QByteArray read_charge(1, '\x14');
-const QByteArray read_data(1, '\x31');
-const QByteArray erase(1, '\x41');
+constexpr char kAck = 0x0A;
+constexpr char kNak = 0x15;
+const QByteArray kReadUdid(1, '\x11');
+const QByteArray kReadCharge(1, '\x14');
+const QByteArray kReadData(1, '\x31');
+const QByteArray kErase(1, '\x41');
 
 PodSettings healthyPod(quint32 size_bytes)
 {
@@ -69,7 +69,7 @@ QByteArray ask(PodModel& pod, const QByteArray& command)
 
 QByteArray readoutOf(const QByteArray& data)
 {
-    QByteArray answer(5, ack);
+    QByteArray answer(5, kAck);
     qToBigEndian(quint32(data.size()), answer.data() + 1);
     return answer + data + sha256(data);
 }
@@ -137,19 +137,19 @@ void SimulatorPodModel::answersIdentifierChargeAndErase()
     QVector<PodEvent> events;
     pod.setListener([&](PodEvent event) { events.append(event); });
 
-    QCOMPARE(ask(pod, read_udid), ack + QByteArray::fromHex("0123456789ABCDEF"));
+    QCOMPARE(ask(pod, kReadUdid), kAck + QByteArray::fromHex("0123456789ABCDEF"));
     for (int poll = 0; poll < 3; ++poll)
-        QCOMPARE(ask(pod, read_charge), QByteArray("\x0A\x01"));
+        QCOMPARE(ask(pod, kReadCharge), QByteArray("\x0A\x01"));
     QVERIFY(!pod.report().charged);
-    QCOMPARE(ask(pod, read_charge), QByteArray("\x0A\x02"));
-    QCOMPARE(ask(pod, read_charge), QByteArray("\x0A\x02"));
+    QCOMPARE(ask(pod, kReadCharge), QByteArray("\x0A\x02"));
+    QCOMPARE(ask(pod, kReadCharge), QByteArray("\x0A\x02"));
     QVERIFY(pod.report().charged);
     QCOMPARE(pod.report().charge_polls, 5);
 
-    QCOMPARE(ask(pod, erase), QByteArray(1, ack));
+    QCOMPARE(ask(pod, kErase), QByteArray(1, kAck));
     QVERIFY(pod.report().erased);
-    QCOMPARE(ask(pod, read_data), readoutOf({}));
-    QCOMPARE(ask(pod, "\x7F"), QByteArray(1, nak));
+    QCOMPARE(ask(pod, kReadData), readoutOf({}));
+    QCOMPARE(ask(pod, "\x7F"), QByteArray(1, kNak));
     QCOMPARE(events, QVector<PodEvent>({PodEvent::Charged, PodEvent::Erased, PodEvent::ReadoutBegun,
                                         PodEvent::ReadoutCompleted}));
 }
@@ -168,7 +168,7 @@ void SimulatorPodModel::readoutIsTheSameInEverySplit()
     const QByteArray expected = readoutOf(bytesOf(Recording(42, size_bytes)));
     const auto splits = {1, 2, 3, 4, 5, 7, 32, 63, 64, 65, 511, 512, 544, 16384, 65536};
     for (const int at_most_bytes : splits) {
-        pod.receive(read_data);
+        pod.receive(kReadData);
         QCOMPARE(drain(pod, at_most_bytes), expected);
     }
     QCOMPARE(pod.report().readouts_begun, int(splits.size()));
@@ -179,12 +179,12 @@ void SimulatorPodModel::readoutIsTheSameInEverySplit()
 void SimulatorPodModel::fieldsNeverShareATransfer()
 {
     PodModel pod(healthyPod(1000));
-    pod.receive(read_data);
+    pod.receive(kReadData);
     QVector<int> lengths;
     while (pod.nextTransferBytes(400) > 0)
         lengths.append(transfer(pod, 400).size());
     QCOMPARE(lengths, QVector<int>({1, 4, 400, 400, 200, 32}));
-    pod.receive(read_udid);
+    pod.receive(kReadUdid);
     QCOMPARE(transfer(pod, 64).size(), 1);
     QCOMPARE(transfer(pod, 64).size(), 8);
 }
@@ -201,7 +201,7 @@ void SimulatorPodModel::emptyAnswersComeInOneTransfer()
     QFETCH(quint32, size_bytes);
     PodModel pod(healthyPod(size_bytes));
     const QByteArray data = bytesOf(Recording(42, size_bytes));
-    pod.receive(read_data);
+    pod.receive(kReadData);
     transfer(pod, 1);
     transfer(pod, 4);
     QCOMPARE(transfer(pod, int(size_bytes) + 32), data + sha256(data));
@@ -212,11 +212,11 @@ void SimulatorPodModel::emptyAnswersComeInOneTransfer()
 void SimulatorPodModel::aCommandDropsTheAnswerBeforeIt()
 {
     PodModel pod(healthyPod(1000));
-    pod.receive(read_data);
+    pod.receive(kReadData);
     for (int transfers = 0; transfers < 3; ++transfers)
         transfer(pod, 400);
-    QCOMPARE(ask(pod, read_data), readoutOf(bytesOf(Recording(42, 1000))));
-    QCOMPARE(ask(pod, read_charge + read_udid), ack + QByteArray::fromHex("0123456789ABCDEF"));
+    QCOMPARE(ask(pod, kReadData), readoutOf(bytesOf(Recording(42, 1000))));
+    QCOMPARE(ask(pod, kReadCharge + kReadUdid), kAck + QByteArray::fromHex("0123456789ABCDEF"));
     QCOMPARE(pod.report().readouts_begun, 2);
     QCOMPARE(pod.report().readouts_completed, 1);
 }
@@ -224,13 +224,13 @@ void SimulatorPodModel::aCommandDropsTheAnswerBeforeIt()
 void SimulatorPodModel::refusals()
 {
     PodModel wrong_ack(faultyPod(PodFault::WrongAck, 100));
-    QCOMPARE(ask(wrong_ack, read_data), QByteArray(1, nak));
+    QCOMPARE(ask(wrong_ack, kReadData), QByteArray(1, kNak));
     QCOMPARE(wrong_ack.report().readouts_begun, 0);
 
     PodModel erase_refused(faultyPod(PodFault::EraseRefused, 100));
-    QCOMPARE(ask(erase_refused, erase), QByteArray(1, nak));
+    QCOMPARE(ask(erase_refused, kErase), QByteArray(1, kNak));
     QVERIFY(!erase_refused.report().erased);
-    QCOMPARE(ask(erase_refused, read_data), readoutOf(bytesOf(Recording(42, 100))));
+    QCOMPARE(ask(erase_refused, kReadData), readoutOf(bytesOf(Recording(42, 100))));
 
     PodModel claim_busy(faultyPod(PodFault::ClaimBusy, 100));
     QVERIFY(!claim_busy.claim());
@@ -244,19 +244,19 @@ void SimulatorPodModel::refusals()
 void SimulatorPodModel::silences()
 {
     PodModel no_answer(faultyPod(PodFault::NoAnswer, 100));
-    for (const QByteArray& command : {read_udid, read_charge, read_data, erase})
+    for (const QByteArray& command : {kReadUdid, kReadCharge, kReadData, kErase})
         QCOMPARE(ask(no_answer, command), QByteArray());
     QVERIFY(!no_answer.report().erased);
 
     const QByteArray whole = readoutOf(bytesOf(Recording(42, 101)));
     PodModel cut(faultyPod(PodFault::CutHalfWay, 101));
-    QCOMPARE(ask(cut, read_udid).size(), 9);
-    QCOMPARE(ask(cut, read_data), whole.left(5 + 50));
-    QCOMPARE(ask(cut, read_udid), QByteArray());
+    QCOMPARE(ask(cut, kReadUdid).size(), 9);
+    QCOMPARE(ask(cut, kReadData), whole.left(5 + 50));
+    QCOMPARE(ask(cut, kReadUdid), QByteArray());
 
     PodModel absurd(faultyPod(PodFault::SizeAbsurd, 101));
-    QCOMPARE(ask(absurd, read_data), "\x0A\xFF\xFF\xFF\xFF" + whole.mid(5, 101));
-    QCOMPARE(ask(absurd, read_data), QByteArray());
+    QCOMPARE(ask(absurd, kReadData), "\x0A\xFF\xFF\xFF\xFF" + whole.mid(5, 101));
+    QCOMPARE(ask(absurd, kReadData), QByteArray());
     QCOMPARE(absurd.report().readouts_completed, 0);
 }
 
@@ -264,13 +264,13 @@ void SimulatorPodModel::shortRead()
 {
     PodModel pod(faultyPod(PodFault::ShortRead, 1000));
     const QByteArray whole = readoutOf(bytesOf(Recording(42, 1000)));
-    pod.receive(read_data);
+    pod.receive(kReadData);
     transfer(pod, 1);
     transfer(pod, 4);
     QCOMPARE(transfer(pod, 400), whole.mid(5, 200));
     QCOMPARE(transfer(pod, 400), whole.mid(205, 400));
     QCOMPARE(drain(pod, 400), whole.mid(605));
-    pod.receive(read_data);
+    pod.receive(kReadData);
     transfer(pod, 1);
     transfer(pod, 4);
     QCOMPARE(transfer(pod, 400), whole.mid(5, 400));
@@ -283,7 +283,7 @@ void SimulatorPodModel::wrongDigests()
         PodModel pod(faultyPod(fault, 1000));
         QVector<bool> right;
         for (int attempt = 0; attempt < 3; ++attempt) {
-            const QByteArray answer = ask(pod, read_data);
+            const QByteArray answer = ask(pod, kReadData);
             if (answer.size() == whole.size() && answer.left(1005) == whole.left(1005))
                 right.append(answer == whole);
         }
@@ -308,13 +308,13 @@ void SimulatorPodModel::unplugsItselfAtItsByte()
     PodModel pod(settings);
     QVector<PodEvent> events;
     pod.setListener([&](PodEvent event) { events.append(event); });
-    ask(pod, read_udid);
+    ask(pod, kReadUdid);
     QVERIFY(!pod.vanished());
-    pod.receive(read_data);
+    pod.receive(kReadData);
     drain(pod, 400);
     QVERIFY(pod.vanished());
     QCOMPARE(pod.report().bytes_sent, quint64(unplug_at_byte));
-    QCOMPARE(ask(pod, read_udid), QByteArray());
+    QCOMPARE(ask(pod, kReadUdid), QByteArray());
     QCOMPARE(events, QVector<PodEvent>({PodEvent::ReadoutBegun, PodEvent::Vanished}));
 }
 

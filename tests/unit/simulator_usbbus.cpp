@@ -21,9 +21,9 @@
 
 namespace {
 
-constexpr int pod_vendor = 0x1915;
-constexpr int pod_product = 0x5203;
-constexpr unsigned patient_ms = 10000;
+constexpr int kPodVendor = 0x1915;
+constexpr int kPodProduct = 0x5203;
+constexpr unsigned kPatientMs = 10000;
 
 struct ContextExit
 {
@@ -51,7 +51,7 @@ bool isPod(libusb_device* device)
 {
     libusb_device_descriptor descriptor{};
     return libusb_get_device_descriptor(device, &descriptor) == 0 &&
-           descriptor.idVendor == pod_vendor && descriptor.idProduct == pod_product;
+           descriptor.idVendor == kPodVendor && descriptor.idProduct == kPodProduct;
 }
 
 QByteArray udidOf(int slot)
@@ -93,7 +93,7 @@ struct Answer
     QByteArray bytes;
 };
 
-Answer read(const Handle& handle, int at_most_bytes, unsigned timeout_ms = patient_ms)
+Answer read(const Handle& handle, int at_most_bytes, unsigned timeout_ms = kPatientMs)
 {
     Answer answer{0, QByteArray(at_most_bytes, '\0')};
     int length_bytes = 0;
@@ -107,7 +107,7 @@ Answer read(const Handle& handle, int at_most_bytes, unsigned timeout_ms = patie
 int command(const Handle& handle, unsigned char byte)
 {
     int length_bytes = 0;
-    return libusb_bulk_transfer(handle.get(), 0x01, &byte, 1, &length_bytes, patient_ms);
+    return libusb_bulk_transfer(handle.get(), 0x01, &byte, 1, &length_bytes, kPatientMs);
 }
 
 UniqueFd monitorAt(const QByteArray& path)
@@ -183,7 +183,7 @@ void SimulatorUsbBus::watchHotplug()
         return 0;
     };
     const int events = LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED | LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT;
-    QCOMPARE(libusb_hotplug_register_callback(m_context.get(), events, 0, pod_vendor, pod_product,
+    QCOMPARE(libusb_hotplug_register_callback(m_context.get(), events, 0, kPodVendor, kPodProduct,
                                               LIBUSB_HOTPLUG_MATCH_ANY, callback, this, nullptr),
              0);
 }
@@ -215,9 +215,9 @@ Handle SimulatorUsbBus::openSlot(int slot)
 
 void SimulatorUsbBus::thirtyPodsInTheirSlots()
 {
-    for (int slot = 0; slot < UsbBus::slots_count; ++slot)
+    for (int slot = 0; slot < UsbBus::kSlotCount; ++slot)
         m_bus->plug(slot, podOf(slot));
-    for (int slot = 0; slot < UsbBus::slots_count; ++slot) {
+    for (int slot = 0; slot < UsbBus::kSlotCount; ++slot) {
         const Device device = findPod(slot);
         libusb_device_handle* opened = nullptr;
         QCOMPARE(libusb_open(device.get(), &opened), 0);
@@ -388,7 +388,7 @@ void SimulatorUsbBus::giveBackWhenAHostCloses()
 void SimulatorUsbBus::idleHostsAreNotWoken()
 {
     std::vector<Handle> handles;
-    for (int slot = 0; slot < UsbBus::slots_count; ++slot) {
+    for (int slot = 0; slot < UsbBus::kSlotCount; ++slot) {
         m_bus->plug(slot, podOf(slot));
         handles.push_back(openSlot(slot));
         QCOMPARE(command(handles.back(), 0x11), 0);
@@ -396,13 +396,13 @@ void SimulatorUsbBus::idleHostsAreNotWoken()
     }
     const auto emptyReaps = [this] {
         int sum = 0;
-        for (int slot = 0; slot < UsbBus::slots_count; ++slot)
+        for (int slot = 0; slot < UsbBus::kSlotCount; ++slot)
             sum += m_bus->emptyReaps(slot);
         return sum;
     };
     // libusb reaps until nothing is left, so each transfer before cost at most one empty reap.
     const int before = emptyReaps();
-    QVERIFY(before <= 2 * UsbBus::slots_count);
+    QVERIFY(before <= 2 * UsbBus::kSlotCount);
     for (int round = 0; round < 5; ++round) {
         timeval patience{0, 20'000};
         libusb_handle_events_timeout(m_context.get(), &patience);

@@ -10,7 +10,7 @@
 
 namespace {
 
-const QString extension = QStringLiteral(".cvx");
+const QString kExtension = QStringLiteral(".cvx");
 
 /// An archive with so many entries; -1 for a file that is none.
 bool makeDataFile(const QString& name, int entries)
@@ -57,7 +57,7 @@ void StorageFileSaver::init()
 
 void StorageFileSaver::emptyFolder()
 {
-    FileSaver saver(QStringLiteral("datas"), extension, 25);
+    FileSaver saver(QStringLiteral("datas"), kExtension, 25);
     QVERIFY(QDir(QStringLiteral("datas")).exists());
     QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/"));
     QCOMPARE(saver.getLastFilePath(), QString());
@@ -67,7 +67,7 @@ void StorageFileSaver::emptyFolder()
     QCOMPARE(saver.listFiles(), QStringList());
 
     // One level only: what cannot be made yields the same names.
-    const FileSaver nowhere(QStringLiteral("no/such"), extension, 25);
+    const FileSaver nowhere(QStringLiteral("no/such"), kExtension, 25);
     QVERIFY(!QDir(QStringLiteral("no")).exists());
     QCOMPARE(nowhere.listFiles(), QStringList());
 }
@@ -95,7 +95,7 @@ void StorageFileSaver::nextName()
     QVERIFY(makeDataFile(QStringLiteral("0000000007.cvx"), 2));
     QVERIFY(makeDataFile(last, entries));
     QVERIFY(QDir().mkdir(QStringLiteral("datas/zz")));
-    FileSaver saver(QStringLiteral("datas"), extension, 25);
+    FileSaver saver(QStringLiteral("datas"), kExtension, 25);
     QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + last);
     saver.createNewFile();
     QTEST(saver.getCurrentFilePath(), "next");
@@ -109,7 +109,7 @@ void StorageFileSaver::recordingsAreNeverReplaced()
     QVERIFY(QDir().mkdir(QStringLiteral("datas")));
     QVERIFY(makeDataFile(fileName(1), 2));
     QVERIFY(makeDataFile(QStringLiteral("notes.txt"), -1));
-    FileSaver saver(QStringLiteral("datas"), extension, 25);
+    FileSaver saver(QStringLiteral("datas"), kExtension, 25);
     saver.createNewFile();
     QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + fileName(2));
 
@@ -143,7 +143,7 @@ void StorageFileSaver::oldestGoFirst()
     for (int i = 1; i <= 5; ++i)
         QTest::ignoreMessage(QtDebugMsg,
                              qPrintable(QStringLiteral("Removing: datas/") + fileName(i)));
-    const FileSaver saver(QStringLiteral("datas"), extension, 25);
+    const FileSaver saver(QStringLiteral("datas"), kExtension, 25);
     QCOMPARE(saver.listFiles().size(), 25);
     QCOMPARE(saver.listFiles().first(), fileName(6));
     QCOMPARE(saver.getLastFilePath(), QStringLiteral("datas/") + fileName(30));

@@ -12,12 +12,12 @@
 
 namespace {
 
-const QString archive = QStringLiteral("datas/0000000000.cvx");
-const QString stick_file = QStringLiteral("stick/QVX_DATAS.cvx");
-const QString side_file = QStringLiteral("addition.undo");
+const QString kArchive = QStringLiteral("datas/0000000000.cvx");
+const QString kStickFile = QStringLiteral("stick/QVX_DATAS.cvx");
+const QString kSideFile = QStringLiteral("addition.undo");
 
-const QStringList two_additions = {QStringLiteral("add:%1:tmp/a.ozu").arg(archive),
-                                   QStringLiteral("add:%1:tmp/b.ozu").arg(archive)};
+const QStringList kTwoAdditions = {QStringLiteral("add:%1:tmp/a.ozu").arg(kArchive),
+                                   QStringLiteral("add:%1:tmp/b.ozu").arg(kArchive)};
 
 QByteArray contentOf(const QString& path)
 {
@@ -103,9 +103,9 @@ void StoragePower::init()
     QVERIFY(write(QStringLiteral("tmp/a.ozu"), noise(1, 300000)));
     QVERIFY(write(QStringLiteral("tmp/b.ozu"), noise(2, 5000)));
     QVERIFY(write(QStringLiteral("tmp/infos.log"), "Serial number: 001122334455"));
-    QVERIFY(ZipUtils::createZip(archive));
-    QVERIFY(ZipUtils::addFile(archive, QStringLiteral("tmp/infos.log")));
-    m_original = contentOf(archive);
+    QVERIFY(ZipUtils::createZip(kArchive));
+    QVERIFY(ZipUtils::addFile(kArchive, QStringLiteral("tmp/infos.log")));
+    m_original = contentOf(kArchive);
     const QString a = QStringLiteral("tmp/a.ozu");
     const QString b = QStringLiteral("tmp/b.ozu");
     m_expected = {{QStringLiteral("nn"), m_original},
@@ -113,7 +113,7 @@ void StoragePower::init()
                   {QStringLiteral("ny"), archiveWith({b})},
                   {QStringLiteral("yy"), archiveWith({a, b})}};
     // The yardstick itself: an archive with everything that the other checks compare with.
-    QVERIFY(ZipUtils::extractZip(archive, QStringLiteral("../unpacked")));
+    QVERIFY(ZipUtils::extractZip(kArchive, QStringLiteral("../unpacked")));
     QCOMPARE(contentOf(QStringLiteral("../unpacked/a.ozu")), contentOf(a));
     QCOMPARE(contentOf(QStringLiteral("../unpacked/b.ozu")), contentOf(b));
     reset(m_original);
@@ -121,23 +121,23 @@ void StoragePower::init()
 
 void StoragePower::reset(const QByteArray& archiveBytes)
 {
-    QFile::remove(side_file);
-    QFile::remove(stick_file);
+    QFile::remove(kSideFile);
+    QFile::remove(kStickFile);
     for (const QString& name : QDir().entryList({QStringLiteral("answer-*")}))
         QFile::remove(name);
     QDir spare(QStringLiteral("../spare"));
     for (const QString& name : spare.entryList(QDir::Files))
         spare.remove(name);
-    QVERIFY(write(archive, archiveBytes));
+    QVERIFY(write(kArchive, archiveBytes));
 }
 
 QByteArray StoragePower::archiveWith(const QStringList& sources)
 {
     reset(m_original);
     for (const QString& source : sources)
-        if (!ZipUtils::addFile(archive, source))
+        if (!ZipUtils::addFile(kArchive, source))
             return {};
-    return contentOf(archive);
+    return contentOf(kArchive);
 }
 
 Run StoragePower::run(const QStringList& steps, const QString& plan, const QString& lost)
@@ -177,16 +177,16 @@ void StoragePower::checkAfterKill(const Run& run)
     QVERIFY(run.killed);
     QVERIFY(!run.answers.contains(u'n'));
     QVERIFY(ArchiveAddition::recover());
-    const QByteArray held = contentOf(archive);
+    const QByteArray held = contentOf(kArchive);
     const QString acknowledged = run.answers.leftJustified(2, u'n');
     checkHeld(acknowledged, firstRefusedKept(acknowledged));
     QVERIFY(ArchiveAddition::recover());
-    QCOMPARE(contentOf(archive), held);
+    QCOMPARE(contentOf(kArchive), held);
 }
 
 void StoragePower::checkHeld(const QString& one, const QString& other)
 {
-    const QByteArray held = contentOf(archive);
+    const QByteArray held = contentOf(kArchive);
     QVERIFY(held == m_expected.value(one) || held == m_expected.value(other));
 }
 
@@ -200,11 +200,11 @@ void StoragePower::additionSurvivesALoss_data()
 void StoragePower::additionSurvivesALoss()
 {
     QFETCH(QString, lost);
-    const int calls = callsOf(two_additions);
+    const int calls = callsOf(kTwoAdditions);
     QVERIFY(calls > 20);
     for (int at = 1; at <= calls; ++at) {
         reset(m_original);
-        checkAfterKill(run(two_additions, QStringLiteral("%1:kill").arg(at), lost));
+        checkAfterKill(run(kTwoAdditions, QStringLiteral("%1:kill").arg(at), lost));
         if (QTest::currentTestFailed())
             QFAIL(qPrintable(QStringLiteral("at call %1").arg(at)));
     }
@@ -220,19 +220,19 @@ void StoragePower::additionUndoesAFailure_data()
 void StoragePower::additionUndoesAFailure()
 {
     QFETCH(QString, fault);
-    const int calls = callsOf(two_additions);
+    const int calls = callsOf(kTwoAdditions);
     int refused = 0;
     for (int at = 1; at <= calls; ++at) {
         reset(m_original);
-        const Run once = run(two_additions, QStringLiteral("%1:%2").arg(at).arg(fault));
+        const Run once = run(kTwoAdditions, QStringLiteral("%1:%2").arg(at).arg(fault));
         QVERIFY(!once.killed);
-        QVERIFY2(contentOf(archive) == m_expected.value(once.answers), qPrintable(once.answers));
+        QVERIFY2(contentOf(kArchive) == m_expected.value(once.answers), qPrintable(once.answers));
         refused += once.answers.count(u'n');
 
         // A storage that fails from here on cannot put the archive back; the next start does, or
         // finds the addition that could be neither confirmed nor undone whole.
         reset(m_original);
-        const Run lasting = run(two_additions, QStringLiteral("%1+:%2").arg(at).arg(fault));
+        const Run lasting = run(kTwoAdditions, QStringLiteral("%1+:%2").arg(at).arg(fault));
         QVERIFY(ArchiveAddition::recover());
         checkHeld(lasting.answers, firstRefusedKept(lasting.answers));
         if (QTest::currentTestFailed())
@@ -252,7 +252,7 @@ void StoragePower::killWhilePuttingBack_data()
 void StoragePower::killWhilePuttingBack()
 {
     QFETCH(QString, lost);
-    const QStringList one = two_additions.mid(0, 1);
+    const QStringList one = kTwoAdditions.mid(0, 1);
     const int calls = callsOf(one);
     for (int at = 1; at <= calls; ++at) {
         for (int later = at + 1;; ++later) {
@@ -261,7 +261,7 @@ void StoragePower::killWhilePuttingBack()
             if (!twice.killed)
                 break;
             QVERIFY(ArchiveAddition::recover());
-            const QByteArray held = contentOf(archive);
+            const QByteArray held = contentOf(kArchive);
             const bool isOld = held == m_original;
             const bool isNew = held == m_expected.value(QStringLiteral("yn"));
             QVERIFY(isNew || (isOld && !twice.answers.startsWith(u'y')));
@@ -281,17 +281,17 @@ void StoragePower::recoveryMayBeCutShort()
 {
     QFETCH(QString, lost);
     const QStringList recovery = {QStringLiteral("recover")};
-    const int calls = callsOf(two_additions.mid(0, 1));
+    const int calls = callsOf(kTwoAdditions.mid(0, 1));
     int cuts = 0;
     for (int at = 1; at <= calls; ++at) {
         reset(m_original);
-        const Run first = run(two_additions.mid(0, 1), QStringLiteral("%1:kill").arg(at), lost);
-        const QByteArray left = contentOf(archive);
-        const bool sideFileLeft = QFile::exists(side_file);
-        const QByteArray side = contentOf(side_file);
+        const Run first = run(kTwoAdditions.mid(0, 1), QStringLiteral("%1:kill").arg(at), lost);
+        const QByteArray left = contentOf(kArchive);
+        const bool sideFileLeft = QFile::exists(kSideFile);
+        const QByteArray side = contentOf(kSideFile);
         for (int cut = 1;; ++cut) {
             reset(left);
-            QVERIFY(!sideFileLeft || write(side_file, side));
+            QVERIFY(!sideFileLeft || write(kSideFile, side));
             const Run recovered = run(recovery, QStringLiteral("%1:kill").arg(cut), lost);
             checkAfterKill(first);
             cuts += recovered.killed ? 1 : 0;
@@ -304,26 +304,26 @@ void StoragePower::recoveryMayBeCutShort()
 
 void StoragePower::recoveryLeavesTheRestAlone()
 {
-    const Run killed = run(two_additions, QStringLiteral("6:kill"));
+    const Run killed = run(kTwoAdditions, QStringLiteral("6:kill"));
     QVERIFY(killed.killed);
-    const QByteArray side = contentOf(side_file);
+    const QByteArray side = contentOf(kSideFile);
     QVERIFY(!side.isEmpty());
-    const QByteArray changed = contentOf(archive);
+    const QByteArray changed = contentOf(kArchive);
     // A side file that is not whole was cut short before the archive was touched.
     for (int bytes = 0; bytes < side.size(); bytes += 7) {
-        QVERIFY(write(side_file, side.left(bytes)));
+        QVERIFY(write(kSideFile, side.left(bytes)));
         QVERIFY(ArchiveAddition::recover());
-        QCOMPARE(contentOf(archive), changed);
+        QCOMPARE(contentOf(kArchive), changed);
     }
     // An archive that is gone needs nothing; a new one in its place is not written over.
-    QVERIFY(write(side_file, side));
-    QVERIFY(QFile::remove(archive));
+    QVERIFY(write(kSideFile, side));
+    QVERIFY(QFile::remove(kArchive));
     QVERIFY(ArchiveAddition::recover());
-    QVERIFY(!QFile::exists(archive));
-    QVERIFY(write(side_file, side));
-    QVERIFY(ZipUtils::createZip(archive));
+    QVERIFY(!QFile::exists(kArchive));
+    QVERIFY(write(kSideFile, side));
+    QVERIFY(ZipUtils::createZip(kArchive));
     QVERIFY(ArchiveAddition::recover());
-    QCOMPARE(contentOf(archive).size(), 22);
+    QCOMPARE(contentOf(kArchive).size(), 22);
 }
 
 void StoragePower::newArchiveIsNeverHalfMade_data()
@@ -340,14 +340,14 @@ void StoragePower::newArchiveIsNeverHalfMade()
 {
     QFETCH(QString, fault);
     QFETCH(QString, lost);
-    const QStringList creation = {QStringLiteral("create:%1").arg(archive)};
+    const QStringList creation = {QStringLiteral("create:%1").arg(kArchive)};
     const QByteArray empty = QByteArray("PK\x05\x06") + QByteArray(18, '\0');
     const int calls = callsOf(creation);
     QVERIFY(calls > 4);
     for (int at = 1; at <= calls; ++at) {
         reset(m_original);
         const Run created = run(creation, QStringLiteral("%1:%2").arg(at).arg(fault), lost);
-        const QByteArray held = contentOf(archive);
+        const QByteArray held = contentOf(kArchive);
         QVERIFY(held == empty || held == m_original);
         QVERIFY(held == empty || !created.answers.startsWith(u'y'));
         QCOMPARE(QDir(QStringLiteral("datas")).entryList(QDir::Files).size(), 1);
@@ -363,15 +363,15 @@ void StoragePower::copyIsWholeOrNone()
 {
     QFETCH(QString, fault);
     QFETCH(QString, lost);
-    const QStringList copying = {QStringLiteral("copy:tmp/a.ozu:%1").arg(stick_file)};
+    const QStringList copying = {QStringLiteral("copy:tmp/a.ozu:%1").arg(kStickFile)};
     const QByteArray source = contentOf(QStringLiteral("tmp/a.ozu"));
     const int calls = callsOf(copying);
     QVERIFY(calls > 4);
     for (int at = 1; at <= calls; ++at) {
         reset(m_original);
         const Run copied = run(copying, QStringLiteral("%1:%2").arg(at).arg(fault), lost);
-        QVERIFY(!copied.answers.startsWith(u'y') || contentOf(stick_file) == source);
-        QVERIFY(copied.killed || copied.answers.startsWith(u'y') || !QFile::exists(stick_file));
+        QVERIFY(!copied.answers.startsWith(u'y') || contentOf(kStickFile) == source);
+        QVERIFY(copied.killed || copied.answers.startsWith(u'y') || !QFile::exists(kStickFile));
     }
 }
 

@@ -15,24 +15,24 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-const QByteArray key_listed = "echo '/dev/mmcblk0p1: TYPE=\"ext4\"'; "
+const QByteArray kKeyListed = "echo '/dev/mmcblk0p1: TYPE=\"ext4\"'; "
                               "echo '/dev/sdb12: TYPE=\"vfat\"'; echo '/dev/sda1: TYPE=\"vfat\"'";
-const QByteArray hangs = "echo $$ > hanging.pid; exec sleep 600";
-const QByteArray dies = "kill -SEGV $$";
-const QByteArray floods = "yes a line of no meaning | head -c 9000000";
+const QByteArray kHangs = "echo $$ > hanging.pid; exec sleep 600";
+const QByteArray kDies = "kill -SEGV $$";
+const QByteArray kFloods = "yes a line of no meaning | head -c 9000000";
 
 // Long enough for an honest tool on a busy machine; short for the tools that never end.
-constexpr milliseconds ample = seconds(30);
-constexpr milliseconds brief = milliseconds(200);
+constexpr milliseconds kAmple = seconds(30);
+constexpr milliseconds kBrief = milliseconds(200);
 
 /// A tool that hangs after others that must not run out of time first.
-constexpr milliseconds fair = seconds(3);
+constexpr milliseconds kFair = seconds(3);
 
 milliseconds limitFor(int mountCode, int umountCode)
 {
     if (mountCode == -2)
-        return brief;
-    return mountCode == -3 || umountCode == -3 ? fair : ample;
+        return kBrief;
+    return mountCode == -3 || umountCode == -3 ? kFair : kAmple;
 }
 
 QByteArray contentOf(const QString& path)
@@ -93,7 +93,7 @@ void StorageUsbKey::init()
     QVERIFY(QDir::setCurrent(m_folder->path()));
     QVERIFY(QDir().mkdir(QStringLiteral("bin")));
     m_mount_point = m_folder->filePath(QStringLiteral("media/usb key"));
-    QVERIFY(makeTool(QStringLiteral("blkid"), key_listed));
+    QVERIFY(makeTool(QStringLiteral("blkid"), kKeyListed));
     QVERIFY(makeTool(QStringLiteral("mount"), {}));
     QVERIFY(makeTool(QStringLiteral("umount"), {}));
     qputenv("PATH", m_folder->filePath(QStringLiteral("bin")).toUtf8() + ':' + m_path);
@@ -134,21 +134,21 @@ void StorageUsbKey::codes_data()
     };
     row("no stick", "blkid", "echo '/dev/mmcblk0p1: TYPE=\"ext4\"'", -1, 0);
     row("blkid finds nothing", "blkid", "exit 2", -1, 0);
-    row("blkid lists and fails", "blkid", key_listed + "; exit 2", 0, 0);
-    row("blkid lists and dies", "blkid", key_listed + ';' + dies, 0, 0);
-    row("blkid floods", "blkid", key_listed + ';' + floods, 0, 0);
-    row("blkid floods its errors", "blkid", key_listed + ';' + floods + " >&2", 0, 0);
-    row("blkid reads its input", "blkid", "cat; " + key_listed, 0, 0);
-    row("blkid hangs", "blkid", key_listed + ';' + hangs, -2, 0);
-    row("blkid floods for ever", "blkid", key_listed + "; exec yes", -2, 0);
-    row("blkid hangs up and hangs", "blkid", "exec >&- 2>&-;" + hangs, -2, 0);
+    row("blkid lists and fails", "blkid", kKeyListed + "; exit 2", 0, 0);
+    row("blkid lists and dies", "blkid", kKeyListed + ';' + kDies, 0, 0);
+    row("blkid floods", "blkid", kKeyListed + ';' + kFloods, 0, 0);
+    row("blkid floods its errors", "blkid", kKeyListed + ';' + kFloods + " >&2", 0, 0);
+    row("blkid reads its input", "blkid", "cat; " + kKeyListed, 0, 0);
+    row("blkid hangs", "blkid", kKeyListed + ';' + kHangs, -2, 0);
+    row("blkid floods for ever", "blkid", kKeyListed + "; exec yes", -2, 0);
+    row("blkid hangs up and hangs", "blkid", "exec >&- 2>&-;" + kHangs, -2, 0);
     row("mount refuses", "mount", "echo no such disk >&2; exit 32", 0, 0);
-    row("mount floods", "mount", floods, 0, 0);
-    row("mount hangs", "mount", hangs, -3, 0);
-    row("mount dies", "mount", dies, -4, 0);
+    row("mount floods", "mount", kFloods, 0, 0);
+    row("mount hangs", "mount", kHangs, -3, 0);
+    row("mount dies", "mount", kDies, -4, 0);
     row("umount refuses", "umount", "exit 32", 0, 0);
-    row("umount hangs", "umount", hangs, 0, -3);
-    row("umount dies", "umount", dies, 0, -4);
+    row("umount hangs", "umount", kHangs, 0, -3);
+    row("umount dies", "umount", kDies, 0, -4);
 }
 
 void StorageUsbKey::codes()
@@ -171,12 +171,12 @@ void StorageUsbKey::codes()
 
 void StorageUsbKey::presence()
 {
-    UsbKeyUtils key(m_mount_point, ample);
+    UsbKeyUtils key(m_mount_point, kAmple);
     QVERIFY(key.isUsbKeyPlugged());
     QVERIFY(makeTool(QStringLiteral("blkid"), "echo /dev/mmcblk0p1:"));
     QVERIFY(!key.isUsbKeyPlugged());
-    QVERIFY(makeTool(QStringLiteral("blkid"), key_listed + ';' + hangs));
-    QVERIFY(!UsbKeyUtils(m_mount_point, brief).isUsbKeyPlugged());
+    QVERIFY(makeTool(QStringLiteral("blkid"), kKeyListed + ';' + kHangs));
+    QVERIFY(!UsbKeyUtils(m_mount_point, kBrief).isUsbKeyPlugged());
     qputenv("PATH", "/nonexistent");
     QVERIFY(!key.isUsbKeyPlugged());
     QCOMPARE(key.mountKey(), -2);
@@ -227,13 +227,14 @@ void StorageUsbKey::childIsBoundedAndReaped()
 {
     using End = ChildProcess::End;
     const auto flood = ChildProcess::run(
-        QStringLiteral("sh"), {QStringLiteral("-c"), QString::fromLatin1(floods)}, ample);
+        QStringLiteral("sh"), {QStringLiteral("-c"), QString::fromLatin1(kFloods)}, kAmple);
     QCOMPARE(flood.end, End::Exited);
     QCOMPARE(flood.output.size(), ChildProcess::kMaxOutputBytes);
     QVERIFY(flood.output.startsWith("a line of no meaning\n"));
-    QCOMPARE(ChildProcess::run(QStringLiteral("no-such-tool"), {}, ample).end, End::NotFinished);
-    const auto exact = ChildProcess::run(
-        QStringLiteral("printf"), {QStringLiteral("%s|"), QStringLiteral("a b"), QString()}, ample);
+    QCOMPARE(ChildProcess::run(QStringLiteral("no-such-tool"), {}, kAmple).end, End::NotFinished);
+    const auto exact =
+        ChildProcess::run(QStringLiteral("printf"),
+                          {QStringLiteral("%s|"), QStringLiteral("a b"), QString()}, kAmple);
     QCOMPARE(exact.output, QByteArray("a b||"));
 }
 

@@ -15,7 +15,7 @@ using zipbytes::Entry;
 
 namespace {
 
-const QString archive = QStringLiteral("a.cvx");
+const QString kArchive = QStringLiteral("a.cvx");
 
 bool write(const QString& path, const QByteArray& content)
 {
@@ -83,33 +83,33 @@ void StorageZip::namesCollideDeliberatelyOddly()
 {
     QVERIFY(QDir().mkpath(QStringLiteral("a/b")));
     QVERIFY(write(QStringLiteral("a/b/x.log"), "x"));
-    QVERIFY(ZipUtils::createZip(archive));
+    QVERIFY(ZipUtils::createZip(kArchive));
     for (int i = 0; i < 13; ++i)
-        QVERIFY(ZipUtils::addFile(archive, QStringLiteral("a/b/x.log")));
-    QVERIFY(ZipUtils::addFile(archive, QStringLiteral("a/b/x.log"), QStringLiteral("X.log")));
+        QVERIFY(ZipUtils::addFile(kArchive, QStringLiteral("a/b/x.log")));
+    QVERIFY(ZipUtils::addFile(kArchive, QStringLiteral("a/b/x.log"), QStringLiteral("X.log")));
     QStringList expected = {QStringLiteral("x.log")};
     for (int i = 0; i <= 10; ++i)
         expected.append(QStringLiteral("x.log_%1").arg(i));
     expected << QStringLiteral("x.log_111") << QStringLiteral("X.log");
-    QCOMPARE(ZipUtils::listFiles(archive), expected);
+    QCOMPARE(ZipUtils::listFiles(kArchive), expected);
     QCOMPARE(ZipUtils::incFileName({QStringLiteral("n")}, QStringLiteral("n"), 7),
              QStringLiteral("7"));
 }
 
 void StorageZip::emptyArchives()
 {
-    QVERIFY(ZipUtils::createZip(archive));
-    QCOMPARE(contentOf(archive), QByteArray("PK\x05\x06") + QByteArray(18, '\0'));
-    QCOMPARE(ZipUtils::listFiles(archive), QStringList());
-    QVERIFY(ZipUtils::extractZip(archive, QStringLiteral("out")));
+    QVERIFY(ZipUtils::createZip(kArchive));
+    QCOMPARE(contentOf(kArchive), QByteArray("PK\x05\x06") + QByteArray(18, '\0'));
+    QCOMPARE(ZipUtils::listFiles(kArchive), QStringList());
+    QVERIFY(ZipUtils::extractZip(kArchive, QStringLiteral("out")));
     QVERIFY(write(QStringLiteral("x"), "x"));
-    QVERIFY(ZipUtils::addFile(archive, QStringLiteral("x")));
-    QVERIFY(ZipUtils::createZip(archive));
-    QCOMPARE(ZipUtils::listFiles(archive), QStringList());
+    QVERIFY(ZipUtils::addFile(kArchive, QStringLiteral("x")));
+    QVERIFY(ZipUtils::createZip(kArchive));
+    QCOMPARE(ZipUtils::listFiles(kArchive), QStringList());
     QVERIFY(!ZipUtils::createZip(QStringLiteral("missing/a.cvx")));
-    QVERIFY(ZipUtils::deleteZip(archive));
-    QVERIFY(!ZipUtils::deleteZip(archive));
-    QCOMPARE(ZipUtils::listFiles(archive), QStringList());
+    QVERIFY(ZipUtils::deleteZip(kArchive));
+    QVERIFY(!ZipUtils::deleteZip(kArchive));
+    QCOMPARE(ZipUtils::listFiles(kArchive), QStringList());
 }
 
 void StorageZip::additionsAsAnyProgramReadsThem()
@@ -122,12 +122,12 @@ void StorageZip::additionsAsAnyProgramReadsThem()
     QVERIFY(beforeTheFormatsYears.open(QIODevice::ReadWrite));
     QVERIFY(beforeTheFormatsYears.setFileTime(QDateTime::fromSecsSinceEpoch(0),
                                               QFileDevice::FileModificationTime));
-    QVERIFY(ZipUtils::createZip(archive));
-    QVERIFY(ZipUtils::addFile(archive, name));
-    QVERIFY(ZipUtils::addFile(archive, QStringLiteral("empty")));
-    QCOMPARE(ZipUtils::listFiles(archive), QStringList({name, QStringLiteral("empty")}));
+    QVERIFY(ZipUtils::createZip(kArchive));
+    QVERIFY(ZipUtils::addFile(kArchive, name));
+    QVERIFY(ZipUtils::addFile(kArchive, QStringLiteral("empty")));
+    QCOMPARE(ZipUtils::listFiles(kArchive), QStringList({name, QStringLiteral("empty")}));
 
-    QuaZip zip(archive);
+    QuaZip zip(kArchive);
     QVERIFY(zip.open(QuaZip::mdUnzip));
     const auto entries = zip.getFileInfoList64();
     QCOMPARE(entries.size(), 2);
@@ -140,7 +140,7 @@ void StorageZip::additionsAsAnyProgramReadsThem()
     QCOMPARE(entries[1].dateTime.date().year(), 1980);
     zip.close();
 
-    QVERIFY(ZipUtils::extractZip(archive, QStringLiteral("out")));
+    QVERIFY(ZipUtils::extractZip(kArchive, QStringLiteral("out")));
     QCOMPARE(contentOf(QStringLiteral("out/") + name), content);
     QCOMPARE(QFile(QStringLiteral("out/empty")).size(), 0);
 }
@@ -148,19 +148,19 @@ void StorageZip::additionsAsAnyProgramReadsThem()
 void StorageZip::refusedAdditionsChangeNothing()
 {
     QVERIFY(write(QStringLiteral("x"), "x"));
-    QVERIFY(ZipUtils::createZip(archive));
-    QVERIFY(ZipUtils::addFile(archive, QStringLiteral("x")));
-    const QByteArray before = contentOf(archive);
+    QVERIFY(ZipUtils::createZip(kArchive));
+    QVERIFY(ZipUtils::addFile(kArchive, QStringLiteral("x")));
+    const QByteArray before = contentOf(kArchive);
     QVERIFY(QDir().mkdir(QStringLiteral("folder")));
     QCOMPARE(mkfifo("pipe", 0644), 0);
     for (const char* source : {"missing", "folder", "folder/", "pipe", "/dev/zero"})
-        QVERIFY2(!ZipUtils::addFile(archive, QString::fromLatin1(source)), source);
-    QVERIFY(!ZipUtils::addFile(archive, QStringLiteral("x"), QString()));
-    QVERIFY(!ZipUtils::addFile(archive, QStringLiteral("x"), QString(70000, QLatin1Char('n'))));
+        QVERIFY2(!ZipUtils::addFile(kArchive, QString::fromLatin1(source)), source);
+    QVERIFY(!ZipUtils::addFile(kArchive, QStringLiteral("x"), QString()));
+    QVERIFY(!ZipUtils::addFile(kArchive, QStringLiteral("x"), QString(70000, QLatin1Char('n'))));
     QFile huge(QStringLiteral("huge"));
     QVERIFY(huge.open(QIODevice::WriteOnly) && huge.resize(qint64(0xFFFFFFFF)));
-    QVERIFY(!ZipUtils::addFile(archive, QStringLiteral("huge")));
-    QCOMPARE(contentOf(archive), before);
+    QVERIFY(!ZipUtils::addFile(kArchive, QStringLiteral("huge")));
+    QCOMPARE(contentOf(kArchive), before);
 
     QVERIFY(!ZipUtils::addFile(QStringLiteral("missing.cvx"), QStringLiteral("x")));
     QVERIFY(!QFile::exists(QStringLiteral("missing.cvx")));
@@ -179,24 +179,24 @@ void StorageZip::archivesEndAtFourGigabytes()
     const int directoryAt = ends.indexOf("PK\x01\x02");
     const quint32 offset = qToLittleEndian(quint32(directoryAt + bigBytes));
     ends.replace(ends.size() - 6, 4, reinterpret_cast<const char*>(&offset), 4);
-    QFile file(archive);
+    QFile file(kArchive);
     QVERIFY(file.open(QIODevice::ReadWrite));
     QVERIFY(file.write(ends.left(directoryAt)) > 0 && file.seek(directoryAt + bigBytes));
     QVERIFY(file.write(ends.mid(directoryAt)) > 0 && file.flush());
     const qint64 size = file.size();
-    QCOMPARE(ZipUtils::listFiles(archive), QStringList(QStringLiteral("big")));
+    QCOMPARE(ZipUtils::listFiles(kArchive), QStringList(QStringLiteral("big")));
 
     QVERIFY(write(QStringLiteral("small"), "fits"));
     QByteArray large;
     for (quint32 i = 0; i < 2000; ++i)
         large += QByteArray::number(i * 2654435761U);
     QVERIFY(write(QStringLiteral("large"), large));
-    QVERIFY(!ZipUtils::addFile(archive, QStringLiteral("large")));
+    QVERIFY(!ZipUtils::addFile(kArchive, QStringLiteral("large")));
     QCOMPARE(file.size(), size);
     QVERIFY(file.seek(directoryAt + bigBytes));
     QCOMPARE(file.readAll(), ends.mid(directoryAt));
-    QVERIFY(ZipUtils::addFile(archive, QStringLiteral("small")));
-    QCOMPARE(ZipUtils::listFiles(archive).size(), 2);
+    QVERIFY(ZipUtils::addFile(kArchive, QStringLiteral("small")));
+    QCOMPARE(ZipUtils::listFiles(kArchive).size(), 2);
 }
 
 void StorageZip::packagesAreUnpacked()
@@ -207,14 +207,14 @@ void StorageZip::packagesAreUnpacked()
     folder.unix_mode = 0040755;
     Entry fromDos = entry("sub/app.dat", "d");
     fromDos.unix_mode = 0;
-    QVERIFY(write(archive,
+    QVERIFY(write(kArchive,
                   zipbytes::archive({entry("manifest.json", "{}"), deflated, folder, fromDos})));
     // What lies in the way is replaced; a link is not followed.
     QVERIFY(QDir().mkdir(QStringLiteral("dfu")));
     QVERIFY(write(QStringLiteral("victim"), "untouched"));
     QVERIFY(QFile::link(QStringLiteral("../victim"), QStringLiteral("dfu/app.bin")));
     QVERIFY(write(QStringLiteral("dfu/manifest.json"), "an older and longer one"));
-    QVERIFY(ZipUtils::extractZip(archive, QStringLiteral("dfu")));
+    QVERIFY(ZipUtils::extractZip(kArchive, QStringLiteral("dfu")));
     QCOMPARE(allBelow(QStringLiteral("dfu")).join(u' '),
              QStringLiteral("app.bin manifest.json sub sub/app.dat sub/deeper"));
     QCOMPARE(contentOf(QStringLiteral("dfu/app.bin")), QByteArray(5000, 'b'));
@@ -267,11 +267,11 @@ void StorageZip::hostilePackagesAreRefused_data()
 void StorageZip::hostilePackagesAreRefused()
 {
     QFETCH(QByteArray, bytes);
-    QVERIFY(write(archive, bytes));
+    QVERIFY(write(kArchive, bytes));
     QVERIFY(QDir().mkdir(QStringLiteral("dfu")));
-    QVERIFY(!ZipUtils::extractZip(archive, QStringLiteral("dfu")));
+    QVERIFY(!ZipUtils::extractZip(kArchive, QStringLiteral("dfu")));
     QCOMPARE(allBelow(QStringLiteral("dfu")), QStringList());
-    QCOMPARE(allBelow(QStringLiteral(".")), QStringList({archive, QStringLiteral("dfu")}));
+    QCOMPARE(allBelow(QStringLiteral(".")), QStringList({kArchive, QStringLiteral("dfu")}));
 }
 
 void StorageZip::damagedArchivesAreRefused()
@@ -282,22 +282,22 @@ void StorageZip::damagedArchivesAreRefused()
     const QStringList names = {QStringLiteral("one"), QStringLiteral("two"),
                                QStringLiteral("three")};
     for (int cut = 0; cut < whole.size(); ++cut) {
-        QVERIFY(write(archive, whole.left(cut)));
-        QCOMPARE(ZipUtils::listFiles(archive), QStringList());
-        QVERIFY(!ZipUtils::extractZip(archive, QStringLiteral("out")));
+        QVERIFY(write(kArchive, whole.left(cut)));
+        QCOMPARE(ZipUtils::listFiles(kArchive), QStringList());
+        QVERIFY(!ZipUtils::extractZip(kArchive, QStringLiteral("out")));
     }
     for (int at = 0; at < whole.size(); ++at) {
         QByteArray flipped = whole;
         flipped[at] = char(~flipped[at]);
-        QVERIFY(write(archive, flipped));
-        QVERIFY(ZipUtils::listFiles(archive).size() <= names.size());
-        const bool unpacked = ZipUtils::extractZip(archive, QStringLiteral("out"));
+        QVERIFY(write(kArchive, flipped));
+        QVERIFY(ZipUtils::listFiles(kArchive).size() <= names.size());
+        const bool unpacked = ZipUtils::extractZip(kArchive, QStringLiteral("out"));
         QCOMPARE(allBelow(QStringLiteral("out")).isEmpty(), !unpacked);
         QVERIFY(QDir(QStringLiteral("out")).removeRecursively());
     }
-    QVERIFY(write(archive, "stray bytes" + whole));
-    QCOMPARE(ZipUtils::listFiles(archive), names);
-    QVERIFY(ZipUtils::extractZip(archive, QStringLiteral("out")));
+    QVERIFY(write(kArchive, "stray bytes" + whole));
+    QCOMPARE(ZipUtils::listFiles(kArchive), names);
+    QVERIFY(ZipUtils::extractZip(kArchive, QStringLiteral("out")));
 }
 
 QTEST_GUILESS_MAIN(StorageZip)
