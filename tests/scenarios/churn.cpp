@@ -44,6 +44,8 @@ constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;
 #endif
+/// The pipes of the child that the panel's tick may just be waiting for.
+constexpr int kChildDescriptors = 4;
 /// The allocator's own coming and going; one leaked pod or thread a round is ten times as much.
 constexpr int kMemorySlackKib = 6 * 1024;
 
@@ -124,13 +126,13 @@ void Churn::leavesNothingBehind()
         if (done + kSlotCount == kCyclesBefore)
             before = holdings();
     }
-    // A child of the panel's tick or the last worker may still hold a descriptor for a moment.
-    QTRY_VERIFY(holdings().descriptors <= before.descriptors);
+    // Qt's pooled threads come and go too, but only ever down to none.
+    QTRY_VERIFY(holdings().threads <= before.threads);
     const Holdings after = holdings();
     qInfo("threads %d, then %d; descriptors %d, then %d; memory %d KiB, then %d KiB",
           before.threads, after.threads, before.descriptors, after.descriptors, before.memory_kib,
           after.memory_kib);
-    QCOMPARE(after.threads, before.threads);
+    QVERIFY(after.descriptors <= before.descriptors + kChildDescriptors);
     QVERIFY(before.memory_kib > 0);
     if (!kSanitized)
         QVERIFY(after.memory_kib <= before.memory_kib + kMemorySlackKib);
