@@ -9,7 +9,9 @@
 #include <memory>
 
 /// Plugs and unplugs pods in all places, over and over, and compares what the station holds
-/// afterwards with what it held after the first hundred. CORVANE_CHURN_CYCLES sets another count.
+/// afterwards with what it held after the first hundred. For a soak run set
+/// CORVANE_CHURN_CYCLES=10000 and, as the test library ends a test after five minutes,
+/// QTEST_FUNCTION_TIMEOUT=3600000.
 class Churn : public QObject
 {
     Q_OBJECT
