@@ -12,8 +12,8 @@ class Pod;
 ///   0x41 erase      -> ack
 ///
 /// Failures are thrown as DownloadException: 256 command not written · 257 no ack · 258 no size ·
-/// 260 data file not opened, no room for it, or not written · 261 data not read · 263 erase not written ·
-/// 264 the worker thread was asked to stop.
+/// 260 data file not opened, no room for it, or not written · 261 data not read · 263 erase not
+/// written · 264 the worker thread was asked to stop.
 class Downloader
 {
 public:

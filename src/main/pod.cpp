@@ -75,12 +75,10 @@ void Pod::readUDID()
     uint8_t ack = 0;
     usb.writeData(m_dev_handle, &command, 1, kTimeoutMs);
     usb.readData(m_dev_handle, &ack, 1, kTimeoutMs);
-    usb.readData(m_dev_handle, m_pod_udid.data(), m_pod_udid.size(), kTimeoutMs);
+    usb.readData(m_dev_handle, m_pod_udid.data(), kUdidBytes, kTimeoutMs);
 
     QString name = QString::fromLatin1(
-        QByteArray(reinterpret_cast<const char*>(m_pod_udid.data()), m_pod_udid.size())
-            .toHex()
-            .toUpper());
+        QByteArray(reinterpret_cast<const char*>(m_pod_udid.data()), kUdidBytes).toHex().toUpper());
     name.chop(1); // deliberate: data files are known by the first 15 of the 16 digits
     m_ozu_file_path = QStringLiteral("tmp/") + name + QStringLiteral(".ozu");
 }

@@ -28,6 +28,8 @@ public:
     ~Pod() override;
     Pod(const Pod&) = delete;
     Pod& operator=(const Pod&) = delete;
+    Pod(Pod&&) = delete;
+    Pod& operator=(Pod&&) = delete;
 
     int getIdx() const { return m_idx; }
     /// Thread-safe: set once, at construction.
@@ -60,6 +62,8 @@ signals:
     void syncDone();
 
 private:
+    static constexpr int kUdidBytes = 8;
+
     void readUDID();
     void downloadData();
     void eraseArchived();
@@ -72,7 +76,7 @@ private:
     libusb_device_handle* m_dev_handle = nullptr; ///< owned; null while closed
     bool m_pod_charged = false;
     bool m_answered = false; ///< the controller's answer was acted on
-    std::array<uint8_t, 8> m_pod_udid{};
+    std::array<uint8_t, kUdidBytes> m_pod_udid{};
     QString m_ozu_file_path;
     std::shared_ptr<ArchiveTicket> m_ticket = std::make_shared<ArchiveTicket>();
 };
