@@ -1,6 +1,7 @@
 #include "downloader/downloader.h"
 
 #include "downloader/downloadexception.h"
+#include "downloader/podprotocol.h"
 #include "main/pod.h"
 #include "utils/interruptiblesleep.h"
 #include "utils/libusbutils.h"
@@ -20,10 +21,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int kTimeoutMs = 10000;
-constexpr uint8_t kCmdReadData = 0x31;
-constexpr uint8_t kCmdErase = 0x41;
-constexpr uint8_t kAck = 0x0A;
 constexpr int kDigestBytes = 32;
 constexpr uint32_t kChunkBytes = 16384;
 constexpr int kAttempts = 3;
@@ -42,13 +39,14 @@ constexpr auto kPauseAfterWrongDigest = 15s;
 
 bool send(Pod& pod, uint8_t command)
 {
-    return LibUsbUtils().writeData(pod.getDevHandle(), &command, 1, kTimeoutMs) >= 1;
+    return LibUsbUtils().writeData(pod.getDevHandle(), &command, 1, podprotocol::kTimeoutMs) >= 1;
 }
 
 bool readAck(Pod& pod)
 {
     uint8_t ack = 0;
-    return LibUsbUtils().readData(pod.getDevHandle(), &ack, 1, kTimeoutMs) >= 1 && ack == kAck;
+    return LibUsbUtils().readData(pod.getDevHandle(), &ack, 1, podprotocol::kTimeoutMs) >= 1 &&
+           ack == podprotocol::kAck;
 }
 
 /// The pod's data file, truncated when it is opened. Every write is checked: a full disk must never
@@ -106,7 +104,7 @@ QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
             failInterrupted();
         const uint32_t chunk = std::min(remaining, kChunkBytes);
         if (LibUsbUtils().readData(pod.getDevHandle(), buffer.data(), static_cast<int>(chunk),
-                                   kTimeoutMs) < 1)
+                                   podprotocol::kTimeoutMs) < 1)
             fail("Failed to read pod datas", 261);
         // A short read deliberately counts as whole: the digest is what tells.
         remaining -= chunk;
@@ -142,7 +140,7 @@ void requireSpaceFor(const Pod& pod, uint32_t size_bytes)
 QByteArray readDigest(Pod& pod)
 {
     QByteArray received(kDigestBytes, '\0');
-    LibUsbUtils().readData(pod.getDevHandle(), received, kTimeoutMs);
+    LibUsbUtils().readData(pod.getDevHandle(), received, podprotocol::kTimeoutMs);
     return received;
 }
 
@@ -177,7 +175,7 @@ bool Downloader::downloadPodData(Pod& pod)
 
 void Downloader::sendReadCommand(Pod& pod)
 {
-    if (!send(pod, kCmdReadData))
+    if (!send(pod, podprotocol::kReadData))
         fail("Failed to write read data command", 256);
     if (!readAck(pod))
         fail("Failed to get ack (Read datas)", 257);
@@ -186,7 +184,8 @@ void Downloader::sendReadCommand(Pod& pod)
 uint32_t Downloader::readSize(Pod& pod)
 {
     std::array<uint8_t, 4> size{};
-    if (LibUsbUtils().readData(pod.getDevHandle(), size.data(), size.size(), kTimeoutMs) < 1)
+    if (LibUsbUtils().readData(pod.getDevHandle(), size.data(), size.size(),
+                               podprotocol::kTimeoutMs) < 1)
         fail("Failed to get size", 258);
     return uint32_big_decode(size.data());
 }
@@ -195,7 +194,7 @@ void Downloader::dropEmptyAnswer(Pod& pod, uint32_t size_bytes)
 {
     std::array<uint8_t, 512 + kDigestBytes> dropped{};
     LibUsbUtils().readData(pod.getDevHandle(), dropped.data(),
-                           static_cast<int>(size_bytes) + kDigestBytes, kTimeoutMs);
+                           static_cast<int>(size_bytes) + kDigestBytes, podprotocol::kTimeoutMs);
     emit pod.syncInProgress(true);
 }
 
@@ -219,7 +218,7 @@ bool Downloader::readOut(Pod& pod, uint32_t size_bytes)
 
 void Downloader::erasePod(Pod& pod)
 {
-    if (!send(pod, kCmdErase))
+    if (!send(pod, podprotocol::kErase))
         fail("Failed to write erase data", 263);
     if (!readAck(pod))
         fail("Failed to get ack (Erase pod)", 257);

@@ -7,10 +7,6 @@ class Pod;
 /// Reads a pod's recording into its data file and erases the pod. No state; runs on the pod's
 /// worker thread, which it blocks: at most 10 s a transfer, 15 s after a wrong digest.
 ///
-/// Every exchange starts with one command byte on bulk OUT; every answer begins with an ack, 0x0A:
-///   0x31 read data  -> ack · size N (u32 big-endian) · N data bytes · SHA-256 of them (32 bytes)
-///   0x41 erase      -> ack
-///
 /// Failures are thrown as DownloadException: 256 command not written · 257 no ack · 258 no size ·
 /// 260 data file not opened, no room for it, or not written · 261 data not read · 263 erase not
 /// written · 264 the worker thread was asked to stop.

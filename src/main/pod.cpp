@@ -2,6 +2,7 @@
 
 #include "downloader/downloader.h"
 #include "downloader/downloadexception.h"
+#include "downloader/podprotocol.h"
 #include "uibackend/uibackend.h"
 #include "utils/interruptiblesleep.h"
 #include "utils/libusbutils.h"
@@ -15,12 +16,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int kTimeoutMs = 10000;
-constexpr uint8_t kCmdReadUdid = 0x11;
-constexpr uint8_t kCmdChargeStatus = 0x14;
-constexpr uint8_t kAck = 0x0A;
 constexpr int kChargeLoopStarted = 22;
-constexpr uint8_t kCharged = 2;
 constexpr auto kChargePollInterval = 10s;
 
 } // namespace
@@ -68,14 +64,18 @@ void Pod::tasks()
     qDebug() << "Task pod done";
 }
 
+uint8_t Pod::command(uint8_t byte)
+{
+    uint8_t ack = 0;
+    LibUsbUtils().writeData(m_dev_handle, &byte, 1, podprotocol::kTimeoutMs);
+    LibUsbUtils().readData(m_dev_handle, &ack, 1, podprotocol::kTimeoutMs);
+    return ack;
+}
+
 void Pod::readUDID()
 {
-    LibUsbUtils usb;
-    uint8_t command = kCmdReadUdid;
-    uint8_t ack = 0;
-    usb.writeData(m_dev_handle, &command, 1, kTimeoutMs);
-    usb.readData(m_dev_handle, &ack, 1, kTimeoutMs);
-    usb.readData(m_dev_handle, m_pod_udid.data(), kUdidBytes, kTimeoutMs);
+    command(podprotocol::kReadUdid); // unchecked: the read-out that follows tells a broken pod
+    LibUsbUtils().readData(m_dev_handle, m_pod_udid.data(), kUdidBytes, podprotocol::kTimeoutMs);
 
     QString name = QString::fromLatin1(
         QByteArray(reinterpret_cast<const char*>(m_pod_udid.data()), kUdidBytes).toHex().toUpper());
@@ -149,19 +149,15 @@ void Pod::chargingLoop()
 
 void Pod::pollCharge()
 {
-    LibUsbUtils usb;
-    uint8_t command = kCmdChargeStatus;
-    uint8_t ack = 0;
-    uint8_t status = 0;
-    usb.writeData(m_dev_handle, &command, 1, kTimeoutMs);
-    usb.readData(m_dev_handle, &ack, 1, kTimeoutMs);
-    if (ack != kAck)
+    const uint8_t ack = command(podprotocol::kChargeStatus);
+    if (ack != podprotocol::kAck)
         qInfo().noquote() << "Fail ack" << QString::number(ack, 16);
     if (thread()->isInterruptionRequested())
         return;
-    if (usb.readData(m_dev_handle, &status, 1, kTimeoutMs) < 1)
+    uint8_t status = 0;
+    if (LibUsbUtils().readData(m_dev_handle, &status, 1, podprotocol::kTimeoutMs) < 1)
         return; // the pod said nothing: the screen keeps what it last said
-    m_pod_charged = status == kCharged;
+    m_pod_charged = status == podprotocol::kCharged;
     emit setChargingState(m_idx, status);
 }
 

@@ -14,11 +14,6 @@ class UIBackEnd;
 /// One plugged-in pod. Made by discovery, moved to a worker thread of its own and deleted there
 /// after `finished`; what discovery calls is marked, all else belongs to that thread.
 /// Owns the open libusb handle. Every failure ends in errorHandler: a log line, progress -2.
-///
-/// Commands of the pod that are sent here (one byte on bulk OUT; the answer begins with an ack,
-/// 0x0A):
-///   0x11 read identifier -> ack · 8 bytes
-///   0x14 charge status   -> ack · 1 byte, 2 = full
 class Pod : public QObject
 {
     Q_OBJECT
@@ -64,6 +59,8 @@ signals:
 private:
     static constexpr int kUdidBytes = 8;
 
+    /// Sends it; the byte that should be its ack, 0 when none came.
+    uint8_t command(uint8_t byte);
     void readUDID();
     void downloadData();
     void eraseArchived();
