@@ -11,10 +11,13 @@
 
 #include <dlfcn.h>
 
+// The sanitizer's own names.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
-void __tsan_acquire(void* address); // NOLINT(bugprone-reserved-identifier)
-void __tsan_release(void* address); // NOLINT(bugprone-reserved-identifier)
+void __tsan_acquire(void* address);
+void __tsan_release(void* address);
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 // Stands before Qt's own, which cannot be seen to wait: a thread's last act is to emit finished().
 bool waitForThread(QThread* thread,
@@ -42,8 +45,7 @@ bool delivered(void** arguments)
     auto* const event = static_cast<QEvent*>(arguments[1]);
     if (event->type() == QEvent::MetaCall) {
         const QObject* const sender = static_cast<QAbstractMetaCallEvent*>(event)->sender();
-        __tsan_acquire(
-            const_cast<QObject*>(sender)); // NOLINT(cppcoreguidelines-pro-type-const-cast)
+        __tsan_acquire(const_cast<QObject*>(sender));
     }
     return false;
 }

@@ -29,13 +29,13 @@ void enterInstallationDir()
 } // namespace
 
 // Outside of any namespace: the macro declares the resource's own function.
-static int showScreens(QGuiApplication& application, UIBackEnd& uibackend)
+static int showScreens(UIBackEnd& uibackend)
 {
     Q_INIT_RESOURCE(screens);
     QQmlApplicationEngine engine;
     engine.rootContext()->setContextProperty(QStringLiteral("uibackend"), &uibackend);
     engine.load(QUrl(QStringLiteral("qrc:/qml/main.qml")));
-    return application.exec();
+    return QGuiApplication::exec();
 }
 
 int main(int argc, char* argv[])
@@ -45,7 +45,7 @@ int main(int argc, char* argv[])
     std::signal(SIGPIPE, SIG_IGN);
     qInstallMessageHandler(corvaneLogger);
     QGuiApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
-    QGuiApplication application(argc, argv);
+    const QGuiApplication application(argc, argv);
     enterInstallationDir();
 
     UIBackEnd uibackend;
@@ -60,7 +60,7 @@ int main(int argc, char* argv[])
         Qt::DirectConnection);
     controller_thread.start();
 
-    const int exit_code = showScreens(application, uibackend);
+    const int exit_code = showScreens(uibackend);
 
     controller_thread.requestInterruption();
     controller_thread.quit();

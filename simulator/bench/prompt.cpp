@@ -15,7 +15,7 @@ Prompt::Prompt(Bench& bench, PodPlan usual)
     , m_notifier(STDIN_FILENO, QSocketNotifier::Read)
 {
     connect(&m_notifier, &QSocketNotifier::activated, this, &Prompt::readInput);
-    connect(&bench.station(), &Station::ended, this, [this](int exit_code) {
+    connect(&bench.station(), &Station::ended, this, [](int exit_code) {
         show(QStringLiteral("The station has ended, exit code %1.").arg(exit_code));
     });
     show(QStringLiteral("Type help for what can be done.\n"));

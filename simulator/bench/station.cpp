@@ -57,6 +57,8 @@ void Station::kill()
     m_process.kill();
 }
 
+// As kill, it ends the station that this object is: no business of a const one.
+// NOLINTNEXTLINE(readability-make-member-function-const)
 void Station::terminate()
 {
     if (const qint64 pid = stationPid(); pid > 0)

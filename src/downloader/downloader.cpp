@@ -24,7 +24,7 @@ namespace {
 constexpr int kDigestBytes = 32;
 constexpr uint32_t kChunkBytes = 16384;
 constexpr int kAttempts = 3;
-constexpr qint64 kSpaceReserveBytes = 16 * 1024 * 1024;
+constexpr qint64 kSpaceReserveBytes = qint64(16) * 1024 * 1024;
 constexpr auto kPauseAfterWrongDigest = 15s;
 
 [[noreturn]] void fail(const char* message, int code)

@@ -9,9 +9,6 @@ class DownloadException : public std::exception
 {
 public:
     DownloadException(const QString& msg, const int& code);
-    ~DownloadException() override;
-    DownloadException(const DownloadException&) = default;
-    DownloadException& operator=(const DownloadException&) = default;
 
     QString msg() const { return m_msg; }
     int getErrorCode() const { return m_error_code; }

@@ -46,6 +46,8 @@ public:
     ~Corvane() override;
     Corvane(const Corvane&) = delete;
     Corvane& operator=(const Corvane&) = delete;
+    Corvane(Corvane&&) = delete;
+    Corvane& operator=(Corvane&&) = delete;
 
     UIBackEnd& uibackend;
     std::array<device_slot_ts, kSlotCount> device_slots; ///< discovery thread

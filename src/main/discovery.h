@@ -26,6 +26,8 @@ public:
     ~Discovery() override;
     Discovery(const Discovery&) = delete;
     Discovery& operator=(const Discovery&) = delete;
+    Discovery(Discovery&&) = delete;
+    Discovery& operator=(Discovery&&) = delete;
 
     /// Slot of a device, negative when it sits in none. Six pods a hub, five hubs in a chain; the
     /// deepest hub holds slots 0 to 5, and port 6 has the lower index, as the screen's rows do.

@@ -75,13 +75,10 @@ uint8_t Pod::command(uint8_t byte)
 void Pod::readUDID()
 {
     command(podprotocol::kReadUdid); // unchecked: the read-out that follows tells a broken pod
-    LibUsbUtils().readData(m_dev_handle, m_pod_udid.data(), m_pod_udid.size(),
-                           podprotocol::kTimeoutMs);
+    LibUsbUtils().readData(m_dev_handle, m_pod_udid.data(), kUdidBytes, podprotocol::kTimeoutMs);
 
     QString name = QString::fromLatin1(
-        QByteArray(reinterpret_cast<const char*>(m_pod_udid.data()), m_pod_udid.size())
-            .toHex()
-            .toUpper());
+        QByteArray(reinterpret_cast<const char*>(m_pod_udid.data()), kUdidBytes).toHex().toUpper());
     name.chop(1); // deliberate: data files are known by the first 15 of the 16 digits
     m_ozu_file_path = QStringLiteral("tmp/") + name + QStringLiteral(".ozu");
 }

@@ -23,6 +23,8 @@ public:
     ~Pod() override;
     Pod(const Pod&) = delete;
     Pod& operator=(const Pod&) = delete;
+    Pod(Pod&&) = delete;
+    Pod& operator=(Pod&&) = delete;
 
     int getIdx() const { return m_idx; }
     /// Thread-safe: set once, at construction.
@@ -55,6 +57,8 @@ signals:
     void syncDone();
 
 private:
+    static constexpr int kUdidBytes = 8;
+
     /// Sends it; the byte that should be its ack, 0 when none came.
     uint8_t command(uint8_t byte);
     void readUDID();
@@ -69,7 +73,7 @@ private:
     libusb_device_handle* m_dev_handle = nullptr; ///< owned; null while closed
     bool m_pod_charged = false;
     bool m_answered = false; ///< the controller's answer was acted on
-    std::array<uint8_t, 8> m_pod_udid{};
+    std::array<uint8_t, kUdidBytes> m_pod_udid{};
     QString m_ozu_file_path;
     std::shared_ptr<ArchiveTicket> m_ticket = std::make_shared<ArchiveTicket>();
 };

@@ -38,9 +38,9 @@ public slots:
 private:
     using SlotValues = std::array<int, kSlotCount>;
 
-    SlotValues m_sync_progress;
-    SlotValues m_upd_progress;
-    SlotValues m_charging_states;
+    SlotValues m_sync_progress{};
+    SlotValues m_upd_progress{};
+    SlotValues m_charging_states{};
     std::array<bool, kSlotCount> m_pod_connection{};
     int m_upd_code = 0;
     int m_sync_code = 0;

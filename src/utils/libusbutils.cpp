@@ -84,8 +84,7 @@ void LibUsbUtils::forceCloseDevice(libusb_device_handle*& handle)
 int LibUsbUtils::writeData(libusb_device_handle* handle, const QByteArray& data, int timeout)
 {
     // libusb never writes to the buffer of an OUT transfer, it only lacks the const.
-    auto* bytes =
-        const_cast<char*>(data.constData()); // NOLINT(cppcoreguidelines-pro-type-const-cast)
+    auto* bytes = const_cast<char*>(data.constData());
     return writeData(handle, reinterpret_cast<uint8_t*>(bytes), data.size(), timeout);
 }
 

@@ -9,9 +9,6 @@ class LibUsbUtilsException : public std::exception
 {
 public:
     LibUsbUtilsException(const QString& msg, const int& code);
-    ~LibUsbUtilsException() override;
-    LibUsbUtilsException(const LibUsbUtilsException&) = default;
-    LibUsbUtilsException& operator=(const LibUsbUtilsException&) = default;
 
     QString msg() const { return m_msg; }
     int getErrorCode() const { return m_error_code; }

@@ -15,6 +15,8 @@ public:
     ~UsbContext();
     UsbContext(const UsbContext&) = delete;
     UsbContext& operator=(const UsbContext&) = delete;
+    UsbContext(UsbContext&&) = delete;
+    UsbContext& operator=(UsbContext&&) = delete;
 
     /// Null when libusb could not be initialised.
     libusb_context* get() const { return m_context; }
@@ -25,7 +27,7 @@ private:
 
 /// Counted reference on a libusb device: libusb's own device outlives its callback only while it is
 /// referenced. Copies may live on any thread.
-class UsbDeviceRef
+class UsbDeviceRef // NOLINT(cppcoreguidelines-special-member-functions): one assignment does both
 {
 public:
     UsbDeviceRef() = default;

@@ -8,8 +8,8 @@
  *                        eio, enospc: the call fails and does nothing; short: a write takes half;
  *                        kill: the process dies in place of the call
  *   FAULTYSTORAGE_LOST   what a kill takes of the changes that were not flushed: none (the program
- *                        died, the machine lives on), all, last, first, or torn (half the last
- * write) FAULTYSTORAGE_SPARE  an empty folder of the same file system, to keep removed files in
+ *                        died, the machine lives on), all, last, first, or torn: half of the last
+ *   FAULTYSTORAGE_SPARE  an empty folder of the same file system, to keep removed files in
  *   FAULTYSTORAGE_COUNT  a file outside the folder that gets the number of calls at the end
  *
  * A file's bytes are on the storage once the file was flushed, its name once its folder was: what
