@@ -26,7 +26,7 @@ void addOptions(QCommandLineParser& parser)
     add("scenario", "Play a scenario file.", "FILE");
     add("once", "Play to the end without a person, check everything, and exit 0 if it is right.",
         "");
-    add("screenshot", "Where --once saves the screen's last picture.", "FILE");
+    add("screenshot", "Where --once saves the screen's last picture (corvane.png).", "FILE");
     add("keep", "Keep the station's storage, the stick and the log in this folder.", "DIR");
     add("seed", "Other pods and recordings (1).", "N");
     add("verbose", "Show the station's log lines.", "");
@@ -109,7 +109,9 @@ Options parseOptions(const QStringList& arguments)
                                                               : option(CORVANE_STATION_PROGRAM);
     options.scenario_file = parser.value(option("scenario"));
     options.once = parser.isSet(option("once"));
-    options.screenshot_file = parser.value(option("screenshot"));
+    options.screenshot_file = parser.isSet(option("screenshot"))
+                                  ? parser.value(option("screenshot"))
+                                  : QStringLiteral("corvane.png");
     options.kept_folder = parser.value(option("keep"));
     options.seed = numberOf(parser, "seed", 1, std::numeric_limits<quint64>::max());
     options.verbose = parser.isSet(option("verbose"));

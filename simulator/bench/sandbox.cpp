@@ -113,7 +113,8 @@ void addSanitizerOptions(Arguments& arguments)
 void addPrivateScreen(Arguments& arguments)
 {
     arguments
-        .environment("QT_QPA_PLATFORM", QStringLiteral("vnc:size=480x272:port=%1").arg(kScreenPort))
+        .environment("QT_QPA_PLATFORM",
+                     QStringLiteral("vnc:size=480x272:mmsize=127x72:port=%1").arg(kScreenPort))
         .environment("QT_QPA_FB_HIDECURSOR", QStringLiteral("1")) // a touchscreen has none
         .environment("CORVANE_SCREEN_PORT", QString::number(kScreenPort));
 }
