@@ -25,7 +25,7 @@ add_library(corvane_bench STATIC
   bench/verbparser.cpp
   bench/verdict.cpp)
 target_compile_definitions(corvane_bench
-  PUBLIC QT_NO_KEYWORDS # glib's headers use the word "signals"
+  PUBLIC QT_NO_KEYWORDS # as the simulated hardware below it
   PRIVATE CORVANE_VERSION="${CORVANE_VERSION}"
           CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>"
           CORVANE_TOOLS_FOLDER="${CMAKE_CURRENT_SOURCE_DIR}/tools")
