@@ -1,6 +1,7 @@
 # The simulated hardware: pods, their bus and the serial-number memory, for the bench and for tests.
 # It knows nothing of the station, whose owner of file descriptors it shares as source.
 add_library(corvane_sim_hardware STATIC
+  ${CMAKE_CURRENT_LIST_DIR}/i2c/memorychip.cpp
   ${CMAKE_CURRENT_LIST_DIR}/i2c/serialnumbermemory.cpp
   ${CMAKE_CURRENT_LIST_DIR}/pod/podfault.cpp
   ${CMAKE_CURRENT_LIST_DIR}/pod/podmodel.cpp

@@ -11,9 +11,7 @@
 #include <cerrno>
 
 namespace {
-constexpr unsigned long kChipAddress = 0x51;
-constexpr int kEui48At = 0xFA;
-constexpr int kEui48Bytes = 6;
+constexpr unsigned long kLongestBytes = 8192;
 } // namespace
 
 void SerialNumberMemory::install(Testbed& testbed, const QByteArray& eui48)
@@ -25,10 +23,8 @@ void SerialNumberMemory::install(Testbed& testbed, const QByteArray& eui48)
 }
 
 SerialNumberMemory::SerialNumberMemory(const QByteArray& eui48)
+    : m_chip(eui48)
 {
-    Q_ASSERT(eui48.size() == kEui48Bytes);
-    m_memory.fill('\xFF');
-    std::copy(eui48.begin(), eui48.end(), m_memory.begin() + kEui48At);
 }
 
 void SerialNumberMemory::handle(NodeClient& client, const NodeCall& call)
@@ -36,7 +32,7 @@ void SerialNumberMemory::handle(NodeClient& client, const NodeCall& call)
     if (call.kind == NodeCall::Kind::Ioctl)
         return select(client, call);
     const auto selected = m_selected.find(&client);
-    if (selected == m_selected.end() || selected->second != kChipAddress) {
+    if (selected == m_selected.end() || selected->second != MemoryChip::kAddress) {
         client.complete(-1, ENXIO);
         return;
     }
@@ -58,18 +54,16 @@ void SerialNumberMemory::select(NodeClient& client, const NodeCall& call)
 
 void SerialNumberMemory::write(NodeClient& client, const NodeCall& call)
 {
-    // The first byte is the address; what follows would be stored, but this part is protected.
-    if (call.argument_or_length > 0)
-        client.readMemory(call.request_or_address, &m_pointer, sizeof(m_pointer));
+    QByteArray bytes(int(std::min(call.argument_or_length, kLongestBytes)), '\0');
+    if (!bytes.isEmpty())
+        client.readMemory(call.request_or_address, bytes.data(), size_t(bytes.size()));
+    m_chip.write(bytes);
     client.complete(long(call.argument_or_length), 0);
 }
 
 void SerialNumberMemory::read(NodeClient& client, const NodeCall& call)
 {
-    QByteArray bytes;
-    const auto length_bytes = std::min<unsigned long>(call.argument_or_length, 8192);
-    while (quint64(bytes.size()) < length_bytes)
-        bytes.append(m_memory.at(m_pointer++)); // after the last byte comes the first one
+    const QByteArray bytes = m_chip.read(int(std::min(call.argument_or_length, kLongestBytes)));
     client.writeMemory(call.request_or_address, bytes.constData(), size_t(bytes.size()));
-    client.complete(long(length_bytes), 0);
+    client.complete(bytes.size(), 0);
 }

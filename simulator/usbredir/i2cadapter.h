@@ -1,0 +1,30 @@
+#pragma once
+
+#include "i2c/memorychip.h"
+#include "usbredir/usbfunction.h"
+
+/// A USB adapter for an I²C bus, of the kind that the kernel's driver i2c-tiny-usb knows, with the
+/// serial-number memory as the only chip on its bus. Lives on the port's thread, owned by the port.
+///
+/// | request | wValue   | wIndex       | what |
+/// |---------|----------|--------------|-----------------------------------------------------------|
+/// | 1       |          |              | reads what it can do: 4 bytes, little-endian | | 2       |
+/// µs       |              | half of the clock's period                                | | 3 | | |
+/// reads how the last message went: 1 acknowledged, 2 not    | | 4 to 7  | flags    | chip address
+/// | a message; bit 0 begins and bit 1 ends a transaction      |
+class I2cAdapter : public UsbFunction
+{
+public:
+    I2cAdapter();
+
+    const UsbDescription& description() const override { return m_description; }
+    std::optional<QByteArray> control(const QByteArray& setup, const QByteArray& data) override;
+
+private:
+    std::optional<QByteArray> command(const QByteArray& setup, const QByteArray& data);
+    QByteArray message(const QByteArray& setup, const QByteArray& data);
+
+    UsbDescription m_description;
+    MemoryChip m_chip;
+    char m_status = 0;
+};

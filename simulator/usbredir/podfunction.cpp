@@ -1,0 +1,14 @@
+#include "usbredir/podfunction.h"
+
+#include "usb/controlrequest.h"
+
+PodFunction::PodFunction(std::shared_ptr<PodModel> pod)
+    : m_pod(std::move(pod))
+    , m_description(UsbDescription::pod(m_pod->settings().udid))
+{
+}
+
+std::optional<QByteArray> PodFunction::control(const QByteArray& setup, const QByteArray& /*data*/)
+{
+    return answerControlRequest(m_description, setup);
+}

@@ -1,0 +1,331 @@
+#include "usbredir/redirconnection.h"
+
+#include "usbredir/redirlayout.h"
+
+#include <QtEndian>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+constexpr int kSetupBytes = 8;
+constexpr quint8 kDeviceToHost = 0x80;
+
+usb_redir_device_connect_header connectHeader(const UsbDescription& description)
+{
+    usb_redir_device_connect_header header{};
+    header.speed =
+        description.megabits_per_second > 12 ? usb_redir_speed_high : usb_redir_speed_full;
+    header.device_class = description.deviceByte(4);
+    header.device_subclass = description.deviceByte(5);
+    header.device_protocol = description.deviceByte(6);
+    header.vendor_id = description.vendorId();
+    header.product_id = description.productId();
+    header.device_version_bcd = description.release();
+    return header;
+}
+
+QByteArray setupPacket(const usb_redir_control_packet_header& header)
+{
+    QByteArray setup(kSetupBytes, '\0');
+    setup[0] = char(header.requesttype);
+    setup[1] = char(header.request);
+    qToLittleEndian(header.value, setup.data() + 2);
+    qToLittleEndian(header.index, setup.data() + 4);
+    qToLittleEndian(header.length, setup.data() + 6);
+    return setup;
+}
+
+int lengthBytes(const usb_redir_bulk_packet_header& header)
+{
+    return int(quint32(header.length_high) << 16 | header.length);
+}
+
+void setLength(usb_redir_bulk_packet_header& header, int length_bytes)
+{
+    header.length = quint16(length_bytes);
+    header.length_high = quint16(length_bytes >> 16);
+}
+
+/// The parser takes no pointer to no bytes.
+uint8_t* bytesOf(QByteArray& data)
+{
+    return data.isEmpty() ? nullptr : reinterpret_cast<uint8_t*>(data.data());
+}
+
+} // namespace
+
+/// What the parser calls, with the connection as `self`. A packet's data becomes the callee's.
+struct RedirConnection::Callbacks
+{
+    static RedirConnection& of(void* self) { return *static_cast<RedirConnection*>(self); }
+    static usbredirparser* parser(void* self) { return of(self).m_parser.get(); }
+
+    static QByteArray take(void* self, uint8_t* data, int length_bytes)
+    {
+        const QByteArray bytes(reinterpret_cast<const char*>(data), length_bytes);
+        usbredirparser_free_packet_data(parser(self), data);
+        return bytes;
+    }
+
+    static void log(void* /*self*/, int level, const char* message)
+    {
+        if (level <= usbredirparser_warning)
+            qWarning("USB redirection: %s", message);
+    }
+
+    /// 0: nothing more for now.
+    static int read(void* self, uint8_t* out, int length_bytes)
+    {
+        return int(of(self).m_socket->read(reinterpret_cast<char*>(out), length_bytes));
+    }
+
+    static int write(void* self, uint8_t* data, int length_bytes)
+    {
+        return int(of(self).m_socket->write(reinterpret_cast<const char*>(data), length_bytes));
+    }
+
+    static void hello(void* self, usb_redir_hello_header* /*header*/)
+    {
+        of(self).m_greeted = true;
+        of(self).announce();
+    }
+
+    static void reset(void* self) { of(self).m_reads.clear(); }
+
+    static void setConfiguration(void* self, uint64_t id,
+                                 usb_redir_set_configuration_header* header)
+    {
+        usb_redir_configuration_status_header status{usb_redir_success, header->configuration};
+        usbredirparser_send_configuration_status(parser(self), id, &status);
+    }
+
+    static void getConfiguration(void* self, uint64_t id)
+    {
+        usb_redir_configuration_status_header status{usb_redir_success, 1};
+        usbredirparser_send_configuration_status(parser(self), id, &status);
+    }
+
+    static void setAltSetting(void* self, uint64_t id, usb_redir_set_alt_setting_header* header)
+    {
+        usb_redir_alt_setting_status_header status{usb_redir_success, header->interface,
+                                                   header->alt};
+        usbredirparser_send_alt_setting_status(parser(self), id, &status);
+    }
+
+    static void getAltSetting(void* self, uint64_t id, usb_redir_get_alt_setting_header* header)
+    {
+        usb_redir_alt_setting_status_header status{usb_redir_success, header->interface, 0};
+        usbredirparser_send_alt_setting_status(parser(self), id, &status);
+    }
+
+    /// No function here has anything to say on its interrupt endpoint.
+    static void startInterrupts(void* self, uint64_t id,
+                                usb_redir_start_interrupt_receiving_header* header)
+    {
+        usb_redir_interrupt_receiving_status_header status{usb_redir_success, header->endpoint};
+        usbredirparser_send_interrupt_receiving_status(parser(self), id, &status);
+    }
+
+    static void stopInterrupts(void* self, uint64_t id,
+                               usb_redir_stop_interrupt_receiving_header* header)
+    {
+        usb_redir_interrupt_receiving_status_header status{usb_redir_success, header->endpoint};
+        usbredirparser_send_interrupt_receiving_status(parser(self), id, &status);
+    }
+
+    static void cancel(void* self, uint64_t id) { of(self).cancel(id); }
+
+    static void control(void* self, uint64_t id, usb_redir_control_packet_header* header,
+                        uint8_t* data, int length_bytes)
+    {
+        of(self).control(id, *header, take(self, data, length_bytes));
+    }
+
+    static void bulk(void* self, uint64_t id, usb_redir_bulk_packet_header* header, uint8_t* data,
+                     int length_bytes)
+    {
+        of(self).bulk(id, *header, take(self, data, length_bytes));
+    }
+
+    static void install(usbredirparser& parser)
+    {
+        parser.log_func = log;
+        parser.read_func = read;
+        parser.write_func = write;
+        parser.hello_func = hello;
+        parser.reset_func = reset;
+        parser.set_configuration_func = setConfiguration;
+        parser.get_configuration_func = getConfiguration;
+        parser.set_alt_setting_func = setAltSetting;
+        parser.get_alt_setting_func = getAltSetting;
+        parser.start_interrupt_receiving_func = startInterrupts;
+        parser.stop_interrupt_receiving_func = stopInterrupts;
+        parser.cancel_data_packet_func = cancel;
+        parser.control_packet_func = control;
+        parser.bulk_packet_func = bulk;
+    }
+};
+
+RedirConnection::RedirConnection(QLocalSocket* socket)
+    : m_parser(usbredirparser_create())
+    , m_socket(socket)
+{
+    Q_CHECK_PTR(m_parser);
+    m_socket->setParent(nullptr);
+    m_due.setSingleShot(true);
+    m_due.setTimerType(Qt::PreciseTimer);
+    connect(&m_due, &QTimer::timeout, this, &RedirConnection::advance);
+    connect(m_socket.get(), &QLocalSocket::readyRead, this, &RedirConnection::readSocket);
+    connect(m_socket.get(), &QLocalSocket::disconnected, this, &RedirConnection::disconnected);
+
+    m_parser->priv = this;
+    Callbacks::install(*m_parser);
+    std::array<uint32_t, USB_REDIR_CAPS_SIZE> capabilities{};
+    for (const int capability :
+         {usb_redir_cap_connect_device_version, usb_redir_cap_ep_info_max_packet_size,
+          usb_redir_cap_32bits_bulk_length})
+        usbredirparser_caps_set_cap(capabilities.data(), capability);
+    usbredirparser_init(m_parser.get(), "Corvane bench", capabilities.data(), USB_REDIR_CAPS_SIZE,
+                        usbredirparser_fl_usb_host);
+    flush();
+}
+
+/// The socket tells of its end, and by then the rest is gone.
+RedirConnection::~RedirConnection()
+{
+    m_socket->disconnect(this);
+}
+
+void RedirConnection::plug(UsbFunction& function)
+{
+    m_function = &function;
+    m_pacer = Pacer(function.bytesPerSecond());
+    announce();
+    flush();
+}
+
+void RedirConnection::unplug()
+{
+    m_function = nullptr;
+    m_reads.clear();
+    m_due.stop();
+    if (std::exchange(m_announced, false))
+        usbredirparser_send_device_disconnect(m_parser.get());
+    flush();
+}
+
+void RedirConnection::readSocket()
+{
+    while (m_socket->bytesAvailable() > 0) {
+        if (usbredirparser_do_read(m_parser.get()) == usbredirparser_read_io_error) {
+            m_socket->abort();
+            return;
+        }
+    }
+    flush();
+}
+
+void RedirConnection::flush()
+{
+    usbredirparser_do_write(m_parser.get());
+}
+
+void RedirConnection::announce()
+{
+    if (m_function == nullptr || !m_greeted || m_announced)
+        return;
+    m_announced = true;
+    RedirLayout layout = redirLayout(m_function->description().configuration);
+    usb_redir_device_connect_header connect = connectHeader(m_function->description());
+    usbredirparser_send_interface_info(m_parser.get(), &layout.interfaces);
+    usbredirparser_send_ep_info(m_parser.get(), &layout.endpoints);
+    usbredirparser_send_device_connect(m_parser.get(), &connect);
+}
+
+void RedirConnection::control(quint64 id, usb_redir_control_packet_header header,
+                              const QByteArray& data)
+{
+    if (m_function == nullptr)
+        return;
+    std::optional<QByteArray> answer = m_function->control(setupPacket(header), data);
+    header.status = answer ? usb_redir_success : usb_redir_stall;
+    if ((header.requesttype & kDeviceToHost) == 0) {
+        header.length = answer ? header.length : 0;
+        answer = QByteArray();
+    } else {
+        answer = answer.value_or(QByteArray()).left(header.length);
+        header.length = quint16(answer->size());
+    }
+    usbredirparser_send_control_packet(m_parser.get(), id, &header, bytesOf(*answer),
+                                       answer->size());
+}
+
+void RedirConnection::bulk(quint64 id, const usb_redir_bulk_packet_header& header,
+                           const QByteArray& data)
+{
+    if (m_function == nullptr)
+        return;
+    if ((header.endpoint & kDeviceToHost) != 0) {
+        m_reads.push_back({id, header, lengthBytes(header), false, {}});
+    } else {
+        m_pacer.idleUntil(std::chrono::steady_clock::now());
+        m_function->receive(data);
+        usb_redir_bulk_packet_header done = header;
+        done.status = usb_redir_success;
+        usbredirparser_send_bulk_packet(m_parser.get(), id, &done, nullptr, 0);
+    }
+    advance();
+}
+
+void RedirConnection::cancel(quint64 id)
+{
+    const auto found = std::find_if(m_reads.begin(), m_reads.end(),
+                                    [id](const Read& read) { return read.id == id; });
+    if (found == m_reads.end())
+        return; // its answer is on the way
+    found->header.status = usb_redir_cancelled;
+    setLength(found->header, 0);
+    usbredirparser_send_bulk_packet(m_parser.get(), id, &found->header, nullptr, 0);
+    m_reads.erase(found);
+}
+
+bool RedirConnection::begin(Read& read, Pacer::TimePoint now)
+{
+    const int length_bytes = m_function->nextTransferBytes(read.length_bytes);
+    if (length_bytes == 0) {
+        read.moving = false;
+        return false;
+    }
+    if (!read.moving) {
+        read.due = m_pacer.book(length_bytes, now);
+        read.moving = true;
+    }
+    return read.due <= now;
+}
+
+/// Answers every read whose bytes have passed by now.
+void RedirConnection::advance()
+{
+    const auto now = std::chrono::steady_clock::now();
+    while (m_function != nullptr && !m_reads.empty() && begin(m_reads.front(), now)) {
+        complete(m_reads.front());
+        m_reads.pop_front();
+    }
+    if (!m_reads.empty() && m_reads.front().moving)
+        m_due.start(std::chrono::ceil<std::chrono::milliseconds>(m_reads.front().due - now));
+    flush();
+}
+
+void RedirConnection::complete(const Read& read)
+{
+    QByteArray data(m_function->nextTransferBytes(read.length_bytes), Qt::Uninitialized);
+    m_function->send(data.data(), data.size());
+    if (!m_function->onBus())
+        return; // gone with these bytes
+    usb_redir_bulk_packet_header header = read.header;
+    header.status = usb_redir_success;
+    setLength(header, data.size());
+    usbredirparser_send_bulk_packet(m_parser.get(), read.id, &header, bytesOf(data), data.size());
+}

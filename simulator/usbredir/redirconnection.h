@@ -1,0 +1,71 @@
+#pragma once
+
+#include "usb/pacer.h"
+#include "usbredir/usbfunction.h"
+
+#include <QLocalSocket>
+#include <QObject>
+#include <QTimer>
+
+#include <list>
+#include <memory>
+#include <usbredirparser.h>
+
+/// One port of a machine's USB controller, for as long as the machine runs: brings the function
+/// that is plugged in to the machine, as the host's side of the USB redirection protocol 0.7. Lives
+/// on its port's thread, owned by the port. A machine that goes away is disconnected().
+class RedirConnection : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Takes the socket over.
+    explicit RedirConnection(QLocalSocket* socket);
+    RedirConnection(const RedirConnection&) = delete;
+    RedirConnection& operator=(const RedirConnection&) = delete;
+    RedirConnection(RedirConnection&&) = delete;
+    RedirConnection& operator=(RedirConnection&&) = delete;
+    ~RedirConnection() override;
+
+    /// The function must stay until it is unplugged.
+    void plug(UsbFunction& function);
+    void unplug();
+
+Q_SIGNALS:
+    void disconnected();
+
+private:
+    struct Callbacks; ///< from the parser
+    struct ParserDeleter
+    {
+        void operator()(usbredirparser* parser) const { usbredirparser_destroy(parser); }
+    };
+    /// A bulk read that waits for data, or for its bytes to pass.
+    struct Read
+    {
+        quint64 id;
+        usb_redir_bulk_packet_header header;
+        int length_bytes;
+        bool moving = false;
+        Pacer::TimePoint due;
+    };
+
+    void readSocket();
+    void flush();
+    void announce();
+    void control(quint64 id, usb_redir_control_packet_header header, const QByteArray& data);
+    void bulk(quint64 id, const usb_redir_bulk_packet_header& header, const QByteArray& data);
+    void cancel(quint64 id);
+    bool begin(Read& read, Pacer::TimePoint now);
+    void advance();
+    void complete(const Read& read);
+
+    std::unique_ptr<usbredirparser, ParserDeleter> m_parser;
+    std::unique_ptr<QLocalSocket> m_socket;
+    UsbFunction* m_function = nullptr;
+    Pacer m_pacer{0};
+    std::list<Read> m_reads; ///< in the order in which they came, the first one moving
+    QTimer m_due;
+    bool m_greeted = false;   ///< the machine has said what it can do
+    bool m_announced = false; ///< the machine knows of the function
+};

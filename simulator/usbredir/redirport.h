@@ -1,0 +1,32 @@
+#pragma once
+
+#include "usbredir/redirconnection.h"
+
+#include <QLocalServer>
+
+#include <memory>
+
+/// A socket on a machine's USB, one after the other for every machine that comes to it: what is
+/// plugged in stays so while machines come and go, as it does when the power is cut. Lives on one
+/// thread, whose event loop must run. Throws std::runtime_error when it cannot listen.
+class RedirPort : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Machines come to this socket.
+    explicit RedirPort(const QString& socket_path);
+
+    QString socketPath() const { return m_server.fullServerName(); }
+    void plug(std::unique_ptr<UsbFunction> function);
+    /// Nothing happens when nothing is plugged in.
+    void unplug();
+    bool plugged() const { return m_function != nullptr; }
+
+private:
+    void accept();
+
+    QLocalServer m_server;
+    std::unique_ptr<UsbFunction> m_function;
+    std::unique_ptr<RedirConnection> m_connection;
+};
