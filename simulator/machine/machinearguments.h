@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <array>
+
+/// Where the parts of a machine are.
+struct MachineParts
+{
+    QString kernel_image;
+    QString initramfs;
+    QString station_program; ///< on the root that host and machine share
+    QString opt_image;
+    QString console_log; ///< what the kernel says
+    QString qmp_socket;
+    QString shell_socket;
+    QString adapter_socket; ///< of the I²C adapter
+    std::array<QString, 30> pod_sockets;
+    QString display; ///< as QEMU names it, "none" for a machine that nobody watches
+};
+
+/// The command line of QEMU. The station's log is the process's standard output.
+QStringList machineArguments(const MachineParts& parts);
