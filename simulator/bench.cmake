@@ -11,16 +11,19 @@ add_library(corvane_bench STATIC
   bench/options.cpp
   bench/podplan.cpp
   bench/podrack.cpp
+  bench/privateroot.cpp
   bench/processtree.cpp
   bench/prompt.cpp
   bench/rfbsession.cpp
   bench/sandbox.cpp
+  bench/sandboxstation.cpp
   bench/scenario.cpp
   bench/scenarioparser.cpp
   bench/scenariorunner.cpp
   bench/screenclient.cpp
   bench/screenreader.cpp
   bench/screenserver.cpp
+  bench/servedstick.cpp
   bench/slotset.cpp
   bench/station.cpp
   bench/stationlog.cpp

@@ -12,6 +12,7 @@ add_library(corvane_sim_hardware STATIC
   ${CMAKE_CURRENT_LIST_DIR}/testbed/testbed.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/controlrequest.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/devicenode.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/usb/podbus.h
   ${CMAKE_CURRENT_LIST_DIR}/usb/sysfstree.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/ueventsender.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/urb.cpp

@@ -4,8 +4,6 @@
 #include "bench/statustext.h"
 #include "bench/verbparser.h"
 
-#include <QFileInfo>
-
 #include <chrono>
 
 namespace {
@@ -16,43 +14,25 @@ constexpr QPoint kQuitCorner(15, 15);
 constexpr std::chrono::seconds kQuitPatience{20};
 constexpr int kPanelCopied = 0;
 
-SandboxSettings sandboxFor(const BenchSettings& settings, const Scenario& scenario,
-                           const BenchFolder& folder, const PodRack& rack)
-{
-    SandboxSettings sandbox;
-    sandbox.station_program = settings.station_program;
-    sandbox.station_folder = folder.station();
-    sandbox.launcher_folder = folder.launcher();
-    sandbox.stick_folder = folder.stick();
-    sandbox.stick_program = QStringLiteral(CORVANE_STICK_PROGRAM);
-    sandbox.control_folder = folder.control();
-    sandbox.tools_folder = QStringLiteral(CORVANE_TOOLS_FOLDER);
-    sandbox.testbed_folder = rack.testbedFolder();
-    sandbox.download_space_bytes = scenario.download_space_bytes;
-    sandbox.window = settings.window;
-    return sandbox;
-}
-
 } // namespace
 
 Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     : m_scenario(scenario)
     , m_window(settings.window)
     , m_folder(settings.kept_folder)
-    , m_stick(m_folder.stick(), m_folder.control(), scenario.stick)
-    , m_stick_before(m_stick.listing(kStickLines))
     , m_earlier(makeEarlierArchives(m_folder.archives(), scenario.earlier, settings.seed))
-    , m_rack(settings.seed)
-    , m_station(sandboxFor(settings, scenario, m_folder, m_rack), m_folder.log(), settings.echo_log)
+    , m_site(settings.make_site(settings, scenario, m_folder))
+    , m_stick_before(stick().listing(kStickLines))
+    , m_rack(m_site->places(), settings.seed)
 {
     m_quit_patience.setSingleShot(true);
     m_quit_patience.setInterval(kQuitPatience);
-    connect(&m_quit_patience, &QTimer::timeout, &m_station, &Station::kill);
+    connect(&m_quit_patience, &QTimer::timeout, &m_site->station(), &Station::kill);
     for (int slot = 0; slot < kSlotCount; ++slot)
         m_rack.setPlan(slot, scenario.plans.at(slot));
     connect(&m_rack, &PodRack::changed, this, &Bench::noteChange);
-    connect(&m_station, &Station::logged, this, &Bench::changed);
-    connect(&m_station, &Station::ended, this, [this] {
+    connect(&m_site->station(), &Station::logged, this, &Bench::changed);
+    connect(&m_site->station(), &Station::ended, this, [this] {
         m_screen.stop();
         Q_EMIT changed();
     });
@@ -61,7 +41,7 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
 
 void Bench::start()
 {
-    m_stick.setInserted(m_scenario.stick.inserted);
+    m_site->stick().setInserted(m_scenario.stick.inserted);
     m_rack.plug(m_scenario.plugged);
     m_clock.start();
     startStation();
@@ -82,13 +62,13 @@ bool Bench::holds(const Condition& condition) const
     case Condition::Kind::GaugeEmpty:
         return (m_empty_gauges & condition.slot_set) == condition.slot_set;
     case Condition::Kind::Log:
-        return m_station.log().count(condition.text) >= condition.number;
+        return station().log().count(condition.text) >= condition.number;
     case Condition::Kind::Panel:
         return m_panel_code == condition.number;
     case Condition::Kind::PodThreads:
-        return m_station.podThreads() == condition.number;
+        return station().podThreads() == condition.number;
     case Condition::Kind::Ended:
-        return !m_station.running();
+        return !station().running();
     case Condition::Kind::StickBytes:
     case Condition::Kind::StickLacks:
     case Condition::Kind::StickMounted:
@@ -126,14 +106,14 @@ bool Bench::holdsForFiles(const Condition& condition) const
 {
     switch (condition.kind) {
     case Condition::Kind::StickBytes:
-        return m_stick.bytesOf(condition.text) >= condition.number;
+        return stick().bytesOf(condition.text) >= condition.number;
     case Condition::Kind::StickLacks:
-        return !m_stick.holds(condition.text);
+        return !stick().holds(condition.text);
     case Condition::Kind::StickMounted:
-        return m_station.mounted(QStringLiteral("/media/usbkey")) == (condition.number != 0);
+        return station().mounted(QStringLiteral("/media/usbkey")) == (condition.number != 0);
     default: {
-        const QFileInfo file(m_folder.station() + QLatin1Char('/') + condition.text);
-        return file.exists() && file.size() >= condition.number;
+        const qint64 size_bytes = station().bytesOf(condition.text);
+        return size_bytes >= 0 && size_bytes >= condition.number;
     }
     }
 }
@@ -161,7 +141,7 @@ QString Bench::act(const verb::SetFault& fault)
 
 QString Bench::act(const verb::Stick& stick)
 {
-    m_stick.setInserted(stick.inserted);
+    m_site->stick().setInserted(stick.inserted);
     return {};
 }
 
@@ -187,7 +167,7 @@ QString Bench::act(const verb::Quit& /*quit*/)
     m_quitting = true;
     m_quit_patience.start();
     if (m_window)
-        m_station.terminate();
+        m_site->station().terminate();
     else
         touchQuitCorner();
     Q_EMIT changed();
@@ -196,13 +176,13 @@ QString Bench::act(const verb::Quit& /*quit*/)
 
 QString Bench::act(const verb::KillStation& /*kill*/)
 {
-    m_station.kill();
+    m_site->station().kill();
     return {};
 }
 
 QString Bench::act(const verb::RestartStation& /*restart*/)
 {
-    if (m_station.running())
+    if (station().running())
         throw BadInput(QStringLiteral("the station is running; kill it first"));
     startStation();
     return {};
@@ -210,7 +190,7 @@ QString Bench::act(const verb::RestartStation& /*restart*/)
 
 QString Bench::act(const verb::Status& /*status*/)
 {
-    return statusText(m_rack, m_stick, m_panel_code);
+    return statusText(m_rack, stick(), m_panel_code);
 }
 
 QString Bench::act(const verb::Help& /*help*/)
@@ -223,9 +203,9 @@ void Bench::startStation()
     m_panel_code.reset();
     m_full_gauges.reset();
     m_empty_gauges.reset();
-    m_station.start();
+    m_site->station().start();
     if (!m_window)
-        m_screen.start(m_folder.screenSocket());
+        m_screen.start(m_site->screenSocket());
 }
 
 void Bench::noteChange()

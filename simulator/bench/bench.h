@@ -1,29 +1,21 @@
 #pragma once
 
 #include "bench/benchfolder.h"
-#include "bench/benchstick.h"
+#include "bench/benchsettings.h"
 #include "bench/podrack.h"
 #include "bench/scenario.h"
 #include "bench/screenclient.h"
 #include "bench/screenreader.h"
-#include "bench/station.h"
+#include "bench/site.h"
 
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 
+#include <memory>
+
 /// So many lines are told of what is on the stick.
 constexpr int kStickLines = 20;
-
-/// How a bench is set up.
-struct BenchSettings
-{
-    QString station_program;
-    QString kept_folder; ///< empty: a temporary one
-    quint64 seed = 1;
-    bool window = false; ///< on the user's display; the bench then neither sees nor touches it
-    bool echo_log = false;
-};
 
 /// Moments of a run, in milliseconds since the station was first started; -1 before.
 struct BenchTimes
@@ -51,13 +43,14 @@ public:
 
     bool quitAsked() const { return m_quitting; }
     const BenchFolder& folder() const { return m_folder; }
-    const BenchStick& stick() const { return m_stick; }
+    const BenchStick& stick() const { return m_site->stick(); }
     /// What was on the stick before the station started, a line each.
     const QStringList& stickBefore() const { return m_stick_before; }
     /// The station's archives of earlier days.
     const std::vector<KnownArchive>& earlierArchives() const { return m_earlier; }
     const PodRack& rack() const { return m_rack; }
-    const Station& station() const { return m_station; }
+    const Station& station() const { return m_site->station(); }
+    QString screenSocket() const { return m_site->screenSocket(); }
     const BenchTimes& times() const { return m_times; }
 
 Q_SIGNALS:
@@ -88,11 +81,10 @@ private:
     Scenario m_scenario;
     bool m_window;
     BenchFolder m_folder;
-    BenchStick m_stick;
-    QStringList m_stick_before;
     std::vector<KnownArchive> m_earlier;
+    std::unique_ptr<Site> m_site;
+    QStringList m_stick_before;
     PodRack m_rack;
-    Station m_station;
     ScreenClient m_screen;
     ScreenReader m_reader;
     std::optional<int> m_panel_code;

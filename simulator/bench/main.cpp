@@ -101,7 +101,7 @@ int run(const Options& options)
     Interruption interruption;
     QObject::connect(&interruption, &Interruption::requested, &bench,
                      [&bench] { bench.perform(verb::Quit{}); });
-    ScreenServer server(bench.folder().screenSocket());
+    ScreenServer server(bench.screenSocket());
     if (display == Display::Vnc)
         offerScreen(server);
     return options.once ? playOnce(bench, scenario)

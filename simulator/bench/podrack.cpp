@@ -1,14 +1,13 @@
 #include "bench/podrack.h"
 
 #include "bench/badinput.h"
-#include "i2c/serialnumbermemory.h"
 
-PodRack::PodRack(quint64 seed)
-    : m_seed(seed)
+PodRack::PodRack(PodBus& bus, quint64 seed)
+    : m_bus(bus)
+    , m_seed(seed)
 {
-    SerialNumberMemory::install(m_bus.testbed());
-    for (const auto signal : {&UsbBus::readoutBegun, &UsbBus::readoutCompleted, &UsbBus::podErased,
-                              &UsbBus::podCharged, &UsbBus::podVanished})
+    for (const auto signal : {&PodBus::readoutBegun, &PodBus::readoutCompleted, &PodBus::podErased,
+                              &PodBus::podCharged, &PodBus::podVanished})
         connect(&m_bus, signal, this, &PodRack::changed);
 }
 

@@ -2,7 +2,7 @@
 
 #include "bench/archivecheck.h"
 #include "bench/scenario.h"
-#include "usb/usbbus.h"
+#include "usb/podbus.h"
 
 #include <QObject>
 
@@ -18,9 +18,8 @@ class PodRack : public QObject
     Q_OBJECT
 
 public:
-    explicit PodRack(quint64 seed);
-
-    QString testbedFolder() const { return m_bus.testbedDir(); }
+    /// The bus must outlive it.
+    PodRack(PodBus& bus, quint64 seed);
 
     void setPlan(int slot, const PodPlan& plan) { m_places.at(slot).plan = plan; }
     void setFault(const SlotSet& slot_set, PodFault fault);
@@ -51,8 +50,8 @@ private:
     static KnownRecording recordingOf(int slot, const PodSettings& pod);
     void retire(int slot);
 
+    PodBus& m_bus;
     quint64 m_seed;
-    UsbBus m_bus;
     std::array<Place, kSlotCount> m_places;
     std::vector<KnownRecording> m_erased;
 };

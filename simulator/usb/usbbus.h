@@ -1,11 +1,9 @@
 #pragma once
 
-#include "pod/podmodel.h"
 #include "testbed/testbed.h"
+#include "usb/podbus.h"
 #include "usb/sysfstree.h"
 #include "usb/ueventsender.h"
-
-#include <QObject>
 
 #include <array>
 #include <memory>
@@ -18,13 +16,11 @@ class UsbDevice;
 /// pods, as a program with real libusb sees it when it runs with testbedDir() as UMOCKDEV_DIR under
 /// umockdev's preload. Lives on one thread, whose event loop must run; its signals come from there.
 /// The devices are served on the testbed's thread (NodeServer).
-class UsbBus : public QObject
+class UsbBus : public PodBus
 {
     Q_OBJECT
 
 public:
-    static constexpr int kSlotCount = 30;
-
     UsbBus();
     UsbBus(const UsbBus&) = delete;
     UsbBus& operator=(const UsbBus&) = delete;
@@ -36,24 +32,14 @@ public:
     /// For other simulated hardware of the same station.
     Testbed& testbed() { return m_testbed; }
 
-    /// The slot must be free.
-    void plug(int slot, const PodSettings& settings);
-    /// Nothing happens when the slot is free.
-    void unplug(int slot);
-    bool plugged(int slot) const;
-    /// Of the last pod of that slot.
-    PodReport report(int slot) const;
+    void plug(int slot, const PodSettings& settings) override;
+    void unplug(int slot) override;
+    bool plugged(int slot) const override;
+    PodReport report(int slot) const override;
     /// How often hosts came to collect finished transfers and found none; of the last pod.
     int emptyReaps(int slot) const;
 
 Q_SIGNALS:
-    void readoutBegun(int slot);
-    void readoutCompleted(int slot);
-    void podErased(int slot);
-    void podCharged(int slot);
-    /// The pod unplugged itself.
-    void podVanished(int slot);
-
     /// Carries what a pod tells on the testbed's thread over to this object's; not for others.
     void podEvent(int slot, int device_number, PodEvent event, QPrivateSignal);
 

@@ -2,6 +2,7 @@
 #include "bench/badinput.h"
 #include "bench/podrack.h"
 #include "bench/stationlog.h"
+#include "usb/usbbus.h"
 
 #include <QCryptographicHash>
 #include <QTemporaryDir>
@@ -129,7 +130,8 @@ void BenchVerdictTest::findsUnexpectedLines()
 
 void BenchVerdictTest::keepsAccountOfPods()
 {
-    PodRack rack(7);
+    UsbBus bus;
+    PodRack rack(bus, 7);
     rack.plug(firstSlots(2));
     QVERIFY_EXCEPTION_THROWN(rack.plug(slotSetOf(1)), BadInput);
     QVERIFY_EXCEPTION_THROWN(rack.unplug(slotSetOf(2)), BadInput);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "bench/benchfolder.h"
+#include "bench/benchsettings.h"
+#include "bench/sandboxstation.h"
+#include "bench/scenario.h"
+#include "bench/servedstick.h"
+#include "bench/site.h"
+#include "usb/usbbus.h"
+
+/// A private root of this machine, with the simulated bus. Throws BadInput when it cannot be made.
+class PrivateRoot : public Site
+{
+public:
+    PrivateRoot(const BenchSettings& settings, const Scenario& scenario, const BenchFolder& folder);
+
+    PodBus& places() override { return m_bus; }
+    BenchStick& stick() override { return m_stick; }
+    SandboxStation& station() override { return m_station; }
+    QString screenSocket() const override { return m_screen_socket; }
+
+private:
+    UsbBus m_bus;
+    ServedStick m_stick;
+    SandboxStation m_station;
+    QString m_screen_socket;
+};

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "bench/benchstick.h"
+
+/// A stick that a server shows in the station's private root. The mark in the control folder says
+/// whether it is inserted and what kind it is.
+class ServedStick : public BenchStick
+{
+public:
+    ServedStick(const QString& folder, const QString& control_folder, const StickPlan& plan);
+
+    bool inserted() const override;
+    void setInserted(bool inserted) override;
+    QStringList complaints() const override;
+
+private:
+    QDir m_control;
+    StickSettings m_settings;
+};

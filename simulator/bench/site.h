@@ -1,0 +1,24 @@
+#pragma once
+
+#include "bench/benchstick.h"
+#include "bench/station.h"
+#include "usb/podbus.h"
+
+/// Where a station runs, with all that is around it: its places for pods, its stick, its screen.
+/// Lives on the bench's thread, owned by the bench.
+class Site
+{
+public:
+    Site() = default;
+    Site(const Site&) = delete;
+    Site& operator=(const Site&) = delete;
+    Site(Site&&) = delete;
+    Site& operator=(Site&&) = delete;
+    virtual ~Site() = default;
+
+    virtual PodBus& places() = 0;
+    virtual BenchStick& stick() = 0;
+    virtual Station& station() = 0;
+    /// Where the screen is to be seen and touched, while the station runs.
+    virtual QString screenSocket() const = 0;
+};
