@@ -6,6 +6,7 @@
 #include "bench/scenariorunner.h"
 #include "bench/screenserver.h"
 #include "bench/verdict.h"
+#include "machine/machinesite.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -39,12 +40,16 @@ Display displayOf(const Options& options)
         return options.display;
     if (options.once)
         return Display::None;
-    return qEnvironmentVariableIsEmpty("DISPLAY") ? Display::Vnc : Display::Window;
+    return options.machine || qEnvironmentVariableIsEmpty("DISPLAY") ? Display::Vnc
+                                                                     : Display::Window;
 }
 
 void needPrograms(const Options& options)
 {
-    for (const QString& program : {QStringLiteral("bwrap"), QStringLiteral("socat")})
+    const QStringList programs =
+        options.machine ? QStringList{QStringLiteral("qemu-system-x86_64"), QStringLiteral("mcopy")}
+                        : QStringList{QStringLiteral("bwrap"), QStringLiteral("socat")};
+    for (const QString& program : programs)
         if (QStandardPaths::findExecutable(program).isEmpty())
             throw BadInput(
                 QStringLiteral("%1 is not installed; scripts/setup does it").arg(program));
@@ -96,7 +101,8 @@ int run(const Options& options)
     const Scenario scenario = scenarioOf(options);
     const Display display = displayOf(options);
     Bench bench({QFileInfo(options.station_program).absoluteFilePath(), options.kept_folder,
-                 options.seed, display == Display::Window, options.verbose},
+                 options.seed, display == Display::Window, options.verbose,
+                 options.machine ? SiteMaker(makeMachine) : SiteMaker(makePrivateRoot)},
                 scenario);
     Interruption interruption;
     QObject::connect(&interruption, &Interruption::requested, &bench,

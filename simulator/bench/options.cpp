@@ -27,6 +27,7 @@ void addOptions(QCommandLineParser& parser)
     add("display", "Where the screen is: auto (usual), window, vnc or none.", "KIND");
     add("station", "The station program (usual: the one built beside the bench).", "PATH");
     add("scenario", "Play a scenario file.", "FILE");
+    add("machine", "Run the station in a virtual machine, with a kernel of its own.", "");
     add("once", "Play to the end without a person, check everything, and exit 0 if it is right.",
         "");
     add("screenshot", "Where --once saves the screen's last picture (corvane.png).", "FILE");
@@ -101,6 +102,8 @@ void refuseContradictions(const QCommandLineParser& parser)
     if (parser.isSet(option("screenshot")) && !parser.isSet(option("once")))
         throw BadInput(
             QStringLiteral("--screenshot belongs to --once; at the prompt, type screenshot"));
+    if (parser.isSet(option("machine")) && displayOf(parser) == Display::Window)
+        throw BadInput(QStringLiteral("the machine's screen is for a viewer: no --display window"));
     if (parser.isSet(option("once")) && displayOf(parser) == Display::Window)
         throw BadInput(QStringLiteral("--once looks at the screen itself: no --display window"));
 }
@@ -125,6 +128,7 @@ Options parseOptions(const QStringList& arguments)
     options.station_program = parser.isSet(option("station")) ? parser.value(option("station"))
                                                               : option(CORVANE_STATION_PROGRAM);
     options.scenario_file = parser.value(option("scenario"));
+    options.machine = parser.isSet(option("machine"));
     options.once = parser.isSet(option("once"));
     options.screenshot_file = parser.isSet(option("screenshot"))
                                   ? parser.value(option("screenshot"))

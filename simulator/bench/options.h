@@ -23,6 +23,7 @@ struct Options
     Display display = Display::Auto;
     QString station_program;
     QString scenario_file;
+    bool machine = false; ///< the station has a computer of its own
     bool once = false;
     QString screenshot_file;
     QString kept_folder;

@@ -13,6 +13,8 @@ constexpr int kPixelBytes = 4;
 constexpr int kLargestSidePx = 8192;
 constexpr quint32 kNoPassword = 1;
 constexpr quint32 kRawEncoding = 0;
+/// No pixels, but the size that the screen has from now on.
+constexpr quint32 kDesktopSize = 0xFFFFFF21; // -223
 
 enum ServerMessage : quint8 { FramebufferUpdate = 0, Bell = 2, CutText = 3 };
 enum ClientMessage : char {
@@ -112,11 +114,16 @@ bool RfbSession::readScreen()
     const QSize size(peek16(0), peek16(2));
     m_text_left_bytes = static_cast<int>(qMin<quint32>(peek32(20), kLargestSidePx));
     take(kScreenBytes);
+    m_expecting = Expecting::ScreenName;
+    return resize(size);
+}
+
+bool RfbSession::resize(QSize size)
+{
     if (size.isEmpty() || size.width() > kLargestSidePx || size.height() > kLargestSidePx)
         return fail(QStringLiteral("a screen of %1 by %2").arg(size.width()).arg(size.height()));
     m_picture = QImage(size, QImage::Format_RGB32);
     m_picture.fill(Qt::black);
-    m_expecting = Expecting::ScreenName;
     return true;
 }
 
@@ -172,6 +179,10 @@ bool RfbSession::readRectangle()
     if (!has(kRectangleHeaderBytes))
         return false;
     const QRect area(peek16(0), peek16(2), peek16(4), peek16(6));
+    if (peek32(8) == kDesktopSize) {
+        take(kRectangleHeaderBytes);
+        return resize(area.size()) && endRectangle();
+    }
     if (peek32(8) != kRawEncoding)
         return fail(QStringLiteral("unknown encoding %1").arg(peek32(8)));
     if (!m_picture.rect().contains(area) && !area.isEmpty())
@@ -183,6 +194,11 @@ bool RfbSession::readRectangle()
     for (int y = area.top(); y <= area.bottom(); ++y)
         qFromLittleEndian<quint32>(take(area.width() * kPixelBytes), area.width(),
                                    reinterpret_cast<QRgb*>(m_picture.scanLine(y)) + area.left());
+    return endRectangle();
+}
+
+bool RfbSession::endRectangle()
+{
     if (--m_rectangles_left == 0) {
         m_expecting = Expecting::Message;
         m_update_painted = true;
@@ -203,9 +219,11 @@ void RfbSession::sendPixelFormatAndEncoding()
     m_output.append(shifts_and_padding.data(), 6);
     m_output += SetEncodings;
     m_output += '\0';
-    append16(m_output, 1);
-    append16(m_output, 0);
-    append16(m_output, kRawEncoding);
+    append16(m_output, 2);
+    for (const quint32 encoding : {kRawEncoding, kDesktopSize}) {
+        append16(m_output, static_cast<int>(encoding >> 16));
+        append16(m_output, static_cast<int>(encoding));
+    }
 }
 
 bool RfbSession::fail(const QString& error)

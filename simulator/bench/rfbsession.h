@@ -8,8 +8,9 @@
 #include <utility>
 
 /// The viewer's side of the remote framebuffer protocol 3.3 (raw encoding, 32 bits a pixel, no
-/// password): bytes in, bytes out, and the picture that they paint. Reentrant, owns no connection.
-/// After a breach of the protocol failed() holds and error() says which; nothing is painted then.
+/// password, changes of size): bytes in, bytes out, and the picture that they paint. Reentrant,
+/// owns no connection. After a breach of the protocol failed() holds and error() says which;
+/// nothing is painted then.
 class RfbSession
 {
 public:
@@ -37,6 +38,8 @@ private:
     bool readUpdateHeader();
     bool readRectangle();
     bool readText();
+    bool resize(QSize size);
+    bool endRectangle();
 
     void sendPixelFormatAndEncoding();
     bool fail(const QString& error);

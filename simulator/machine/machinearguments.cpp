@@ -6,102 +6,105 @@ namespace {
 
 constexpr int kHubs = 5;
 
-/// The station's hubs hang on the port that is simulated elsewhere too; these are beside it.
+/// Beside the station's hubs, which hang on the port that they have in the simulated bus too.
 const QString kAdapterHubPort = QStringLiteral("1");
 
-QStringList socketDevice(const QString& id, const QString& socket, const QString& device)
+class CommandLine
 {
-    return {QStringLiteral("-chardev"), QStringLiteral("socket,id=%1,path=%2").arg(id, socket),
-            QStringLiteral("-device"), device};
+public:
+    void add(const char* option, const QString& value)
+    {
+        m_arguments += {QLatin1Char('-') + QLatin1String(option), value};
+    }
+    void device(const QString& value) { add("device", value); }
+    /// The machine comes to the socket when it starts.
+    void socket(const QString& id, const QString& path)
+    {
+        add("chardev", QStringLiteral("socket,id=%1,path=%2").arg(id, path));
+    }
+    void hub(const QString& port) { device(QStringLiteral("usb-hub,bus=usb.0,port=%1").arg(port)); }
+    void redirected(const QString& id, const QString& path, const QString& port)
+    {
+        socket(id, path);
+        device(QStringLiteral("usb-redir,chardev=%1,bus=usb.0,port=%2").arg(id, port));
+    }
+
+    QStringList arguments() const { return m_arguments; }
+
+private:
+    /// Nothing but what is named here, and a switched-off machine instead of a restarted one.
+    QStringList m_arguments{QStringLiteral("-nodefaults"), QStringLiteral("-no-user-config"),
+                            QStringLiteral("-no-reboot")};
+};
+
+void addComputer(CommandLine& line, const MachineParts& parts)
+{
+    line.add("machine", QStringLiteral("q35"));
+    line.add("accel", QStringLiteral("tcg,thread=multi"));
+    line.add("smp", QStringLiteral("2"));
+    line.add("m", QStringLiteral("1024"));
+    line.add("kernel", parts.kernel_image);
+    line.add("initrd", parts.initramfs);
+    line.add("append", QStringLiteral("console=ttyS0 quiet panic=-1 mitigations=off station=%1")
+                           .arg(parts.station_program));
 }
 
-QStringList redirected(const QString& id, const QString& socket, const QString& port)
+void addScreen(CommandLine& line, const MachineParts& parts)
 {
-    return socketDevice(id, socket,
-                        QStringLiteral("usb-redir,chardev=%1,bus=usb.0,port=%2").arg(id, port));
+    line.device(QStringLiteral("virtio-gpu-pci,xres=480,yres=272"));
+    line.device(QStringLiteral("virtio-tablet-pci"));
+    line.add("display", QStringLiteral("vnc=unix:%1").arg(parts.screen_socket));
 }
 
-QStringList hub(const QString& port)
+void addDisks(CommandLine& line, const MachineParts& parts)
 {
-    return {QStringLiteral("-device"), QStringLiteral("usb-hub,bus=usb.0,port=%1").arg(port)};
+    line.add("fsdev", QStringLiteral(
+                          "local,id=host,path=/,security_model=none,readonly=on,multidevs=remap"));
+    line.device(QStringLiteral("virtio-9p-pci,fsdev=host,mount_tag=host"));
+    line.add("drive", QStringLiteral("if=none,id=opt,format=raw,file=%1").arg(parts.opt_image));
+    line.device(QStringLiteral("virtio-blk-pci,drive=opt"));
+    // Plugged in later, again and again.
+    line.add("blockdev",
+             QStringLiteral("driver=raw,node-name=stick,file.driver=file,file.filename=%1")
+                 .arg(parts.stick_image));
 }
 
-QStringList usb(const MachineParts& parts)
+void addLines(CommandLine& line, const MachineParts& parts)
 {
-    QStringList list{QStringLiteral("-device"), QStringLiteral("qemu-xhci,id=usb,p2=8,p3=8")};
+    line.add("chardev", QStringLiteral("file,id=console,path=%1").arg(parts.console_log));
+    line.device(QStringLiteral("isa-serial,chardev=console"));
+    line.device(QStringLiteral("virtio-serial-pci"));
+    line.add("chardev", QStringLiteral("file,id=log,path=/dev/stdout"));
+    line.device(QStringLiteral("virtserialport,chardev=log,name=log"));
+    line.socket(QStringLiteral("shell"), parts.shell_socket);
+    line.device(QStringLiteral("virtserialport,chardev=shell,name=shell"));
+    line.socket(QStringLiteral("monitor"), parts.monitor_socket);
+    line.add("mon", QStringLiteral("chardev=monitor,mode=control"));
+}
+
+void addUsb(CommandLine& line, const MachineParts& parts)
+{
+    line.device(QStringLiteral("qemu-xhci,id=usb,p2=8,p3=8"));
     for (int number = 1; number <= kHubs; ++number)
-        list += hub(UsbAddress(UsbAddress::portsOfHub(number), 0).portPath());
-    for (std::size_t slot = 0; slot < parts.pod_sockets.size(); ++slot)
-        list += redirected(QStringLiteral("pod%1").arg(slot), parts.pod_sockets.at(slot),
-                           UsbAddress(UsbAddress::portsOfSlot(int(slot)), 0).portPath());
-    // A redirected device works behind a hub alone.
-    list += hub(kAdapterHubPort);
-    list += redirected(QStringLiteral("adapter"), parts.adapter_socket,
-                       kAdapterHubPort + QStringLiteral(".1"));
-    return list;
-}
-
-QStringList disks(const MachineParts& parts)
-{
-    return {QStringLiteral("-fsdev"),
-            QStringLiteral("local,id=host,path=/,security_model=none,readonly=on,multidevs=remap"),
-            QStringLiteral("-device"),
-            QStringLiteral("virtio-9p-pci,fsdev=host,mount_tag=host"),
-            QStringLiteral("-drive"),
-            QStringLiteral("if=none,id=opt,format=raw,file=%1").arg(parts.opt_image),
-            QStringLiteral("-device"),
-            QStringLiteral("virtio-blk-pci,drive=opt")};
-}
-
-QStringList lines(const MachineParts& parts)
-{
-    QStringList list{QStringLiteral("-chardev"),
-                     QStringLiteral("file,id=console,path=%1").arg(parts.console_log),
-                     QStringLiteral("-device"),
-                     QStringLiteral("isa-serial,chardev=console"),
-                     QStringLiteral("-device"),
-                     QStringLiteral("virtio-serial-pci"),
-                     QStringLiteral("-chardev"),
-                     QStringLiteral("file,id=log,path=/dev/stdout"),
-                     QStringLiteral("-device"),
-                     QStringLiteral("virtserialport,chardev=log,name=log")};
-    list += socketDevice(QStringLiteral("shell"), parts.shell_socket,
-                         QStringLiteral("virtserialport,chardev=shell,name=shell"));
-    list +=
-        {QStringLiteral("-chardev"), QStringLiteral("socket,id=qmp,path=%1").arg(parts.qmp_socket),
-         QStringLiteral("-mon"), QStringLiteral("chardev=qmp,mode=control")};
-    return list;
+        line.hub(UsbAddress(UsbAddress::portsOfHub(number), 0).portPath());
+    for (int slot = 0; slot < int(parts.pod_sockets.size()); ++slot)
+        line.redirected(QStringLiteral("pod%1").arg(slot), parts.pod_sockets.at(std::size_t(slot)),
+                        UsbAddress(UsbAddress::portsOfSlot(slot), 0).portPath());
+    // Only behind a hub does a redirected device work.
+    line.hub(kAdapterHubPort);
+    line.redirected(QStringLiteral("adapter"), parts.adapter_socket,
+                    kAdapterHubPort + QStringLiteral(".1"));
 }
 
 } // namespace
 
 QStringList machineArguments(const MachineParts& parts)
 {
-    QStringList list{
-        QStringLiteral("-nodefaults"),
-        QStringLiteral("-no-user-config"),
-        QStringLiteral("-machine"),
-        QStringLiteral("q35"),
-        QStringLiteral("-accel"),
-        QStringLiteral("tcg,thread=multi"),
-        QStringLiteral("-smp"),
-        QStringLiteral("2"),
-        QStringLiteral("-m"),
-        QStringLiteral("1024"),
-        QStringLiteral("-display"),
-        parts.display,
-        QStringLiteral("-kernel"),
-        parts.kernel_image,
-        QStringLiteral("-initrd"),
-        parts.initramfs,
-        QStringLiteral("-append"),
-        QStringLiteral("console=ttyS0 quiet panic=-1 mitigations=off station=%1")
-            .arg(parts.station_program),
-        QStringLiteral("-no-reboot"),
-        QStringLiteral("-device"),
-        QStringLiteral("virtio-gpu-pci,xres=480,yres=272"),
-        QStringLiteral("-device"),
-        QStringLiteral("virtio-tablet-pci"),
-    };
-    return list + disks(parts) + lines(parts) + usb(parts);
+    CommandLine line;
+    addComputer(line, parts);
+    addScreen(line, parts);
+    addDisks(line, parts);
+    addLines(line, parts);
+    addUsb(line, parts);
+    return line.arguments();
 }

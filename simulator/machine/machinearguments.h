@@ -12,12 +12,13 @@ struct MachineParts
     QString initramfs;
     QString station_program; ///< on the root that host and machine share
     QString opt_image;
+    QString stick_image;
     QString console_log; ///< what the kernel says
-    QString qmp_socket;
+    QString monitor_socket;
     QString shell_socket;
     QString adapter_socket; ///< of the I²C adapter
     std::array<QString, 30> pod_sockets;
-    QString display; ///< as QEMU names it, "none" for a machine that nobody watches
+    QString screen_socket; ///< for viewers
 };
 
 /// The command line of QEMU. The station's log is the process's standard output.

@@ -1,10 +1,11 @@
 #include "machine/machinekernel.h"
 
+#include "bench/badinput.h"
+
 #include <QCollator>
 #include <QDir>
 
 #include <algorithm>
-#include <stdexcept>
 
 MachineKernel MachineKernel::installed()
 {
@@ -20,5 +21,5 @@ MachineKernel MachineKernel::installed()
         if (QDir(QStringLiteral("/lib/modules/") + version).exists())
             return {QStringLiteral("/boot/") + name, version};
     }
-    throw std::runtime_error("no kernel is installed in /boot; scripts/setup does it");
+    throw BadInput(QStringLiteral("no kernel is installed in /boot; scripts/setup does it"));
 }

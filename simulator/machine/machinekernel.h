@@ -8,6 +8,6 @@ struct MachineKernel
     QString image;
     QString version;
 
-    /// The newest of Debian's stock kernels. Throws std::runtime_error when there is none.
+    /// The newest of Debian's stock kernels. Throws BadInput when there is none.
     static MachineKernel installed();
 };

@@ -1,8 +1,9 @@
 #include "machine/machineshell.h"
 
+#include "bench/badinput.h"
+
 #include <QLocalSocket>
 
-#include <stdexcept>
 #include <utility>
 
 namespace {
@@ -18,8 +19,7 @@ MachineShell::MachineShell(const QString& socket_path)
 {
     connect(&m_server, &QLocalServer::newConnection, this, &MachineShell::accept);
     if (!m_server.listen(socket_path))
-        throw std::runtime_error(
-            qPrintable(socket_path + QStringLiteral(": ") + m_server.errorString()));
+        throw BadInput(QStringLiteral("%1: %2").arg(socket_path, m_server.errorString()));
 }
 
 MachineShell::~MachineShell() = default;

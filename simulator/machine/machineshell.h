@@ -24,7 +24,7 @@ public:
     };
     using Done = std::function<void(const Result&)>;
 
-    /// Machines come to this socket, one after the other. Throws std::runtime_error.
+    /// Machines come to this socket, one after the other. Throws BadInput.
     explicit MachineShell(const QString& socket_path);
     MachineShell(const MachineShell&) = delete;
     MachineShell& operator=(const MachineShell&) = delete;

@@ -1,17 +1,17 @@
 #include "machine/qmpclient.h"
 
+#include "bench/badinput.h"
+
 #include <QJsonDocument>
 #include <QLocalSocket>
 
-#include <stdexcept>
 #include <utility>
 
 QmpClient::QmpClient(const QString& socket_path)
 {
     connect(&m_server, &QLocalServer::newConnection, this, &QmpClient::accept);
     if (!m_server.listen(socket_path))
-        throw std::runtime_error(
-            qPrintable(socket_path + QStringLiteral(": ") + m_server.errorString()));
+        throw BadInput(QStringLiteral("%1: %2").arg(socket_path, m_server.errorString()));
 }
 
 QmpClient::~QmpClient() = default;

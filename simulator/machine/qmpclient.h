@@ -21,7 +21,7 @@ class QmpClient : public QObject
 public:
     using Done = std::function<void(const QJsonObject& answer)>;
 
-    /// Machines come to this socket, one after the other. Throws std::runtime_error.
+    /// Machines come to this socket, one after the other. Throws BadInput.
     explicit QmpClient(const QString& socket_path);
     QmpClient(const QmpClient&) = delete;
     QmpClient& operator=(const QmpClient&) = delete;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "i2c/memorychip.h"
+#include "machine/machinekernel.h"
 #include "machine/machineshell.h"
 #include "machine/qmpclient.h"
 #include "usbredir/podports.h"
@@ -14,14 +14,15 @@
 struct MachineSettings
 {
     QString station_program;
-    QString opt_image; ///< an ext4 file system, which outlives the machine's power
-    QString display = QStringLiteral("none"); ///< as QEMU names it
+    QString opt_image;   ///< an ext4 file system, which outlives the machine's power
+    QString stick_image; ///< must be there when the machine starts
+    QString console_log; ///< what the kernel says
 };
 
 /// A station's computer, emulated whole: a stock kernel on the root of this machine, which it
 /// cannot change, with the station's disk, screen, hubs and places. It can be started again and
 /// again. Lives on one thread, owned by the bench; the process dies with it. Throws
-/// std::runtime_error when it cannot be made; what goes wrong later is told by failed().
+/// BadInput when it cannot be made; what goes wrong later is said on the error output, and its end.
 class VirtualMachine : public QObject
 {
     Q_OBJECT
@@ -42,25 +43,29 @@ public:
     PodPorts& pods() { return m_pods; }
     MachineShell& shell() { return m_shell; }
     QmpClient& monitor() { return m_monitor; }
-    /// What the kernel said.
-    QString consoleLog() const { return m_folder.filePath(QStringLiteral("console.log")); }
+    QString screenSocket() const { return m_folder.filePath(QStringLiteral("screen")); }
+    QString stickImage() const { return m_settings.stick_image; }
+    bool stickInserted() const { return m_stick_inserted; }
+    /// Also while the machine is off.
+    void setStickInserted(bool inserted);
 
 Q_SIGNALS:
     /// Of the station, in pieces of any size.
     void output(const QByteArray& text);
     /// Switched off, by itself or by others.
     void ended();
-    void failed(const QString& reason);
 
 private:
-    QString makeInitramfs(const QString& kernel_version) const;
+    void plugStick();
     QStringList arguments() const;
 
     MachineSettings m_settings;
     QTemporaryDir m_folder;
+    MachineKernel m_kernel;
     PodPorts m_pods;
     RedirPort m_adapter;
     MachineShell m_shell;
     QmpClient m_monitor;
     QProcess m_process;
+    bool m_stick_inserted = false;
 };

@@ -1,0 +1,68 @@
+#include "machine/imagestick.h"
+
+#include "bench/badinput.h"
+#include "machine/machinereport.h"
+#include "machine/stickimage.h"
+#include "machine/virtualmachine.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace {
+
+constexpr quint64 kUsualBytes = 64 * 1024 * 1024;
+const QString kMountPoint = QStringLiteral("/media/usbkey");
+
+bool isPlain(const StickItem& item)
+{
+    return item.kind != StickItem::Kind::Link && item.kind != StickItem::Kind::Unreadable;
+}
+
+} // namespace
+
+ImageStick::ImageStick(const QString& folder, const StickPlan& plan, VirtualMachine& machine,
+                       const MachineReport& report)
+    : BenchStick(folder, plan)
+    , m_machine(machine)
+    , m_report(report)
+{
+    if (!std::all_of(plan.items.begin(), plan.items.end(), isPlain) ||
+        plan.settings.bytes_per_second > 0 || plan.settings.pull_at_byte > 0)
+        throw BadInput(
+            QStringLiteral("the machine's stick is a plain one, with files and folders"));
+    const quint64 size_bytes = plan.settings.size_bytes;
+    stickimage::make(machine.stickImage(), size_bytes > 0 ? size_bytes : kUsualBytes, folder);
+}
+
+bool ImageStick::inserted() const
+{
+    return m_machine.stickInserted();
+}
+
+void ImageStick::setInserted(bool inserted)
+{
+    m_machine.setStickInserted(inserted);
+}
+
+qint64 ImageStick::bytesOf(const QString& name) const
+{
+    if (m_machine.running() && m_report.mounted(kMountPoint))
+        return m_report.bytesOf(kMountPoint + QLatin1Char('/') + name);
+    unpack();
+    return BenchStick::bytesOf(name);
+}
+
+void ImageStick::unpack() const
+{
+    const QDateTime changed = QFileInfo(m_machine.stickImage()).lastModified();
+    if (changed == m_unpacked)
+        return;
+    m_unpacked = changed;
+    m_complaints.clear();
+    try {
+        stickimage::unpack(m_machine.stickImage(), folder().path());
+    } catch (const BadInput& bad) {
+        m_complaints += bad.text();
+    }
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "bench/benchstick.h"
+
+#include <QDateTime>
+
+class MachineReport;
+class VirtualMachine;
+
+/// A stick that is a mass-storage device of the machine. What its folder holds is brought up to
+/// date from the image whenever it is looked at and no station has it mounted.
+class ImageStick : public BenchStick
+{
+public:
+    /// Machine and report must outlive it.
+    ImageStick(const QString& folder, const StickPlan& plan, VirtualMachine& machine,
+               const MachineReport& report);
+
+    bool inserted() const override;
+    void setInserted(bool inserted) override;
+    qint64 bytesOf(const QString& name) const override;
+    QStringList complaints() const override { return m_complaints; }
+    /// Brings the folder up to date; nobody may have the stick mounted.
+    void unpack() const;
+
+private:
+    VirtualMachine& m_machine;
+    const MachineReport& m_report;
+    mutable QDateTime m_unpacked; ///< the image's last change by then
+    mutable QStringList m_complaints;
+};

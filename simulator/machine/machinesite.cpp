@@ -1,0 +1,33 @@
+#include "machine/machinesite.h"
+
+#include "bench/badinput.h"
+#include "bench/scenario.h"
+
+#include <QDir>
+
+MachineSite::MachineSite(const BenchSettings& settings, const Scenario& scenario,
+                         const BenchFolder& folder)
+    : m_disk(folder, QDir(folder.path()).filePath(QStringLiteral("opt.img")))
+    , m_machine({settings.station_program, m_disk.image(),
+                 QDir(folder.path()).filePath(QStringLiteral("stick.img")),
+                 QDir(folder.path()).filePath(QStringLiteral("console.log"))})
+    , m_report(m_machine.shell())
+    , m_stick(folder.stick(), scenario.stick, m_machine, m_report)
+    , m_station(
+          m_machine, m_report, [this] { unpack(); }, folder.log(), settings.echo_log)
+{
+    if (scenario.download_space_bytes > 0)
+        throw BadInput(QStringLiteral("the machine has no limit for downloads"));
+}
+
+void MachineSite::unpack() const
+{
+    m_disk.unpack();
+    m_stick.unpack();
+}
+
+std::unique_ptr<Site> makeMachine(const BenchSettings& settings, const Scenario& scenario,
+                                  const BenchFolder& folder)
+{
+    return std::make_unique<MachineSite>(settings, scenario, folder);
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "bench/benchfolder.h"
+#include "bench/benchsettings.h"
+#include "bench/site.h"
+#include "machine/imagestick.h"
+#include "machine/machinereport.h"
+#include "machine/machinestation.h"
+#include "machine/optdisk.h"
+#include "machine/virtualmachine.h"
+
+/// A computer of the station's own, with a real kernel. When it is off, the bench's folders hold
+/// what is on its disk and on its stick. Throws BadInput when it cannot be made.
+class MachineSite : public Site
+{
+public:
+    MachineSite(const BenchSettings& settings, const Scenario& scenario, const BenchFolder& folder);
+
+    PodBus& places() override { return m_machine.pods(); }
+    BenchStick& stick() override { return m_stick; }
+    Station& station() override { return m_station; }
+    QString screenSocket() const override { return m_machine.screenSocket(); }
+
+private:
+    void unpack() const;
+
+    OptDisk m_disk;
+    VirtualMachine m_machine;
+    MachineReport m_report;
+    ImageStick m_stick;
+    MachineStation m_station;
+};
+
+std::unique_ptr<Site> makeMachine(const BenchSettings& settings, const Scenario& scenario,
+                                  const BenchFolder& folder);

@@ -1,0 +1,95 @@
+#include "machine/machinestation.h"
+
+#include "bench/badinput.h"
+#include "machine/machinereport.h"
+#include "machine/virtualmachine.h"
+#include "usb/usbaddress.h"
+
+namespace {
+
+/// As of a process that was killed, which is what a station is whose power is cut.
+constexpr int kPowerCut = 128 + 9;
+// The controller's and discovery's; every other plain QThread of the station serves a pod.
+constexpr int kThreadsWithoutPods = 2;
+
+/// Ends when the kernel's own driver has the pod.
+QString waitForPod(int slot)
+{
+    const QString ports = UsbAddress(UsbAddress::portsOfSlot(slot), 0).portPath();
+    return QStringLiteral("await /sys/bus/usb/drivers/cdc_acm/1-%1:1.0").arg(ports);
+}
+
+} // namespace
+
+MachineStation::MachineStation(VirtualMachine& machine, MachineReport& report,
+                               std::function<void()> collect, const QString& log_path, bool echo)
+    : Station(log_path, echo)
+    , m_machine(machine)
+    , m_report(report)
+    , m_collect(std::move(collect))
+{
+    connect(&machine, &VirtualMachine::output, this, &MachineStation::noteOutput);
+    connect(&machine, &VirtualMachine::ended, this, &MachineStation::endRun);
+    connect(&machine.shell(), &MachineShell::ready, this, &MachineStation::startProgram);
+    connect(&machine.shell(), &MachineShell::stationEnded, this, [this](int exit_code) {
+        m_program_exit_code = exit_code;
+        m_machine.shell().run(QStringLiteral("switch_off"));
+    });
+}
+
+void MachineStation::start()
+{
+    noteStart();
+    m_program_exit_code.reset();
+    m_machine.start();
+}
+
+void MachineStation::kill()
+{
+    m_machine.cutPower();
+}
+
+void MachineStation::terminate()
+{
+    m_machine.shell().run(QStringLiteral("pkill -x corvane"));
+}
+
+bool MachineStation::running() const
+{
+    return m_machine.running();
+}
+
+int MachineStation::podThreads() const
+{
+    return qMax(0, m_report.stationThreads() - kThreadsWithoutPods);
+}
+
+bool MachineStation::mounted(const QString& folder) const
+{
+    return m_report.mounted(folder);
+}
+
+qint64 MachineStation::bytesOf(const QString& name) const
+{
+    return m_report.bytesOf(QStringLiteral("/opt/Corvane/") + name);
+}
+
+void MachineStation::startProgram()
+{
+    m_machine.shell().run(QStringLiteral("await /dev/i2c-3"));
+    for (int slot = 0; slot < PodBus::kSlotCount; ++slot)
+        if (m_machine.pods().plugged(slot))
+            m_machine.shell().run(waitForPod(slot));
+    m_machine.shell().run(QStringLiteral("start_station"));
+}
+
+void MachineStation::endRun()
+{
+    m_report.forget();
+    try {
+        m_collect();
+    } catch (const BadInput& bad) {
+        noteOutput("[CRITICAL]: Bench: " + bad.text().toUtf8() + '\n');
+    }
+    noteEnd(m_program_exit_code.value_or(kPowerCut));
+}

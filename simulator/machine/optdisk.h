@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+
+class BenchFolder;
+
+/// The disk that is "/opt" in a machine: an ext4 file system in a file, which outlives the power.
+/// Lives as long as the site. Throws BadInput when it cannot be made or read.
+class OptDisk
+{
+public:
+    /// The image is made now, from the folder's content.
+    OptDisk(const BenchFolder& folder, QString image);
+
+    QString image() const { return m_image; }
+    /// Brings the folder up to what is on the disk; the machine must be off.
+    void unpack() const;
+
+private:
+    const BenchFolder& m_folder;
+    QString m_image;
+};
