@@ -44,12 +44,10 @@ QStringList checkEarlierArchives(const std::vector<KnownArchive>& earlier, const
     QStringList problems;
     for (const KnownArchive& archive : earlier) {
         const QString path = local + QLatin1Char('/') + archive.name;
-        const bool to_be_gone = erased.contains(archive.name);
-        if (QFileInfo::exists(path) && to_be_gone)
-            problems += QStringLiteral("%1 was not erased").arg(archive.name);
-        else if (QFileInfo::exists(path) && fileDigest(path) != archive.sha256)
+        const bool present = QFileInfo::exists(path);
+        if (present && fileDigest(path) != archive.sha256)
             problems += QStringLiteral("LOST: %1 is not what it was").arg(archive.name);
-        else if (!QFileInfo::exists(path) && !to_be_gone && !backedUp(archive, backup))
+        if (!present && !erased.contains(archive.name) && !backedUp(archive, backup))
             problems += QStringLiteral("LOST: %1 is gone and in no backup").arg(archive.name);
     }
     return problems;
