@@ -10,6 +10,7 @@
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <QSet>
 #include <QTimer>
 
 #include <memory>
@@ -51,6 +52,8 @@ public:
     const PodRack& rack() const { return m_rack; }
     const Station& station() const { return m_site->station(); }
     QString screenSocket() const { return m_site->screenSocket(); }
+    /// Whether the panel has shown this code's picture, however shortly.
+    bool panelShown(int code) const { return m_panel_shown.contains(code); }
     const BenchTimes& times() const { return m_times; }
 
 Q_SIGNALS:
@@ -88,6 +91,7 @@ private:
     ScreenClient m_screen;
     ScreenReader m_reader;
     std::optional<int> m_panel_code;
+    QSet<int> m_panel_shown;
     SlotSet m_full_gauges;
     SlotSet m_empty_gauges;
     QElapsedTimer m_clock;

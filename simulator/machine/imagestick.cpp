@@ -28,9 +28,9 @@ ImageStick::ImageStick(const QString& folder, const StickPlan& plan, VirtualMach
     , m_report(report)
 {
     if (!std::all_of(plan.items.begin(), plan.items.end(), isPlain) ||
-        plan.settings.bytes_per_second > 0 || plan.settings.pull_at_byte > 0)
+        plan.settings.pull_at_byte > 0)
         throw BadInput(
-            QStringLiteral("the machine's stick is a plain one, with files and folders"));
+            QStringLiteral("a machine's stick holds plain files and does not leave by itself"));
     const quint64 size_bytes = plan.settings.size_bytes;
     stickimage::make(machine.stickImage(), size_bytes > 0 ? size_bytes : kUsualBytes, folder);
 }

@@ -56,6 +56,19 @@ void addScreen(CommandLine& line, const MachineParts& parts)
     line.add("display", QStringLiteral("vnc=unix:%1").arg(parts.screen_socket));
 }
 
+/// It is plugged in later, again and again.
+void addStick(CommandLine& line, const MachineParts& parts)
+{
+    line.add("object", QStringLiteral("throttle-group,id=stick-speed,x-bps-write=%1")
+                           .arg(parts.stick_bytes_per_second));
+    line.add("blockdev",
+             QStringLiteral("driver=raw,node-name=stick-image,file.driver=file,file.filename=%1")
+                 .arg(parts.stick_image));
+    line.add("blockdev",
+             QStringLiteral(
+                 "driver=throttle,node-name=stick,throttle-group=stick-speed,file=stick-image"));
+}
+
 void addDisks(CommandLine& line, const MachineParts& parts)
 {
     line.add("fsdev", QStringLiteral(
@@ -63,10 +76,7 @@ void addDisks(CommandLine& line, const MachineParts& parts)
     line.device(QStringLiteral("virtio-9p-pci,fsdev=host,mount_tag=host"));
     line.add("drive", QStringLiteral("if=none,id=opt,format=raw,file=%1").arg(parts.opt_image));
     line.device(QStringLiteral("virtio-blk-pci,drive=opt"));
-    // Plugged in later, again and again.
-    line.add("blockdev",
-             QStringLiteral("driver=raw,node-name=stick,file.driver=file,file.filename=%1")
-                 .arg(parts.stick_image));
+    addStick(line, parts);
 }
 
 void addLines(CommandLine& line, const MachineParts& parts)

@@ -13,7 +13,8 @@ struct MachineParts
     QString station_program; ///< on the root that host and machine share
     QString opt_image;
     QString stick_image;
-    QString console_log; ///< what the kernel says
+    quint32 stick_bytes_per_second = 0; ///< written to it; 0: no limit
+    QString console_log;                ///< what the kernel says
     QString monitor_socket;
     QString shell_socket;
     QString adapter_socket; ///< of the I²C adapter

@@ -10,14 +10,15 @@ MachineSite::MachineSite(const BenchSettings& settings, const Scenario& scenario
     : m_disk(folder, QDir(folder.path()).filePath(QStringLiteral("opt.img")))
     , m_machine({settings.station_program, m_disk.image(),
                  QDir(folder.path()).filePath(QStringLiteral("stick.img")),
+                 scenario.stick.settings.bytes_per_second,
                  QDir(folder.path()).filePath(QStringLiteral("console.log"))})
     , m_report(m_machine.shell())
     , m_stick(folder.stick(), scenario.stick, m_machine, m_report)
     , m_station(
           m_machine, m_report, [this] { unpack(); }, folder.log(), settings.echo_log)
 {
-    if (scenario.download_space_bytes > 0)
-        throw BadInput(QStringLiteral("the machine has no limit for downloads"));
+    if (scenario.download_space_bytes > 0 || !scenario.expect.never_run.isEmpty())
+        throw BadInput(QStringLiteral("a machine neither limits downloads nor notes programs"));
 }
 
 void MachineSite::unpack() const

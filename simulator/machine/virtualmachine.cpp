@@ -93,6 +93,7 @@ QStringList VirtualMachine::arguments() const
     parts.station_program = m_settings.station_program;
     parts.opt_image = m_settings.opt_image;
     parts.stick_image = m_settings.stick_image;
+    parts.stick_bytes_per_second = m_settings.stick_bytes_per_second;
     parts.console_log = m_settings.console_log;
     parts.monitor_socket = m_folder.filePath(QStringLiteral("monitor"));
     parts.shell_socket = m_folder.filePath(QStringLiteral("shell"));

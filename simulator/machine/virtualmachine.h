@@ -14,9 +14,10 @@
 struct MachineSettings
 {
     QString station_program;
-    QString opt_image;   ///< an ext4 file system, which outlives the machine's power
-    QString stick_image; ///< must be there when the machine starts
-    QString console_log; ///< what the kernel says
+    QString opt_image;                  ///< an ext4 file system, which outlives the machine's power
+    QString stick_image;                ///< must be there when the machine starts
+    quint32 stick_bytes_per_second = 0; ///< written to it; 0: no limit
+    QString console_log;                ///< what the kernel says
 };
 
 /// A station's computer, emulated whole: a stock kernel on the root of this machine, which it

@@ -1,5 +1,6 @@
 #include "usbredir/podports.h"
 
+#include "bench/badinput.h"
 #include "usbredir/podfunction.h"
 
 #include <QTimer>
@@ -13,6 +14,8 @@ PodPorts::PodPorts(const QString& folder)
 
 void PodPorts::plug(int slot, const PodSettings& settings)
 {
+    if (settings.fault == PodFault::ClaimBusy || settings.fault == PodFault::DriverBusy)
+        throw BadInput(QStringLiteral("a real kernel cannot be told who has a pod's interface"));
     Place& place = m_places.at(std::size_t(slot));
     place.stay = ++m_stays;
     place.pod = std::make_shared<PodModel>(settings);

@@ -7,7 +7,7 @@
 #include <memory>
 
 /// The thirty places of a machine's station: each a redirected port with or without a pod. Lives on
-/// one thread, whose event loop must run; its signals come from there. Throws std::runtime_error
+/// one thread, whose event loop must run; its signals come from there. Throws BadInput
 /// when the sockets cannot be made.
 class PodPorts : public PodBus
 {
@@ -19,6 +19,7 @@ public:
 
     QString socketPath(int slot) const { return place(slot).port->socketPath(); }
 
+    /// Throws BadInput for a pod that the kernel would have to treat as its fault says.
     void plug(int slot, const PodSettings& settings) override;
     void unplug(int slot) override;
     bool plugged(int slot) const override { return place(slot).port->plugged(); }

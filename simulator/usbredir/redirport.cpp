@@ -1,13 +1,12 @@
 #include "usbredir/redirport.h"
 
-#include <stdexcept>
+#include "bench/badinput.h"
 
 RedirPort::RedirPort(const QString& socket_path)
 {
     connect(&m_server, &QLocalServer::newConnection, this, &RedirPort::accept);
     if (!m_server.listen(socket_path))
-        throw std::runtime_error(
-            qPrintable(socket_path + QStringLiteral(": ") + m_server.errorString()));
+        throw BadInput(QStringLiteral("%1: %2").arg(socket_path, m_server.errorString()));
 }
 
 void RedirPort::plug(std::unique_ptr<UsbFunction> function)

@@ -8,7 +8,7 @@
 
 /// A socket on a machine's USB, one after the other for every machine that comes to it: what is
 /// plugged in stays so while machines come and go, as it does when the power is cut. Lives on one
-/// thread, whose event loop must run. Throws std::runtime_error when it cannot listen.
+/// thread, whose event loop must run. Throws BadInput when it cannot listen.
 class RedirPort : public QObject
 {
     Q_OBJECT
