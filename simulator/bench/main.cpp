@@ -52,7 +52,7 @@ void needPrograms(const Options& options)
     for (const QString& program : programs)
         if (QStandardPaths::findExecutable(program).isEmpty())
             throw BadInput(
-                QStringLiteral("%1 is not installed; scripts/setup does it").arg(program));
+                QStringLiteral("%1 is not installed; scripts/run does it").arg(program));
     if (!QFileInfo(options.station_program).isExecutable())
         throw BadInput(QStringLiteral("%1 is no program").arg(options.station_program));
 }

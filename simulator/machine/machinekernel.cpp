@@ -21,5 +21,6 @@ MachineKernel MachineKernel::installed()
         if (QDir(QStringLiteral("/lib/modules/") + version).exists())
             return {QStringLiteral("/boot/") + name, version};
     }
-    throw BadInput(QStringLiteral("no kernel is installed in /boot; scripts/setup does it"));
+    throw BadInput(
+        QStringLiteral("no kernel is installed in /boot; scripts/setup release --machine does it"));
 }

@@ -30,8 +30,10 @@ void OptDisk::unpack() const
 {
     // As the next mount would: what the journal holds belongs to the files. It says by its exit
     // code that it had something to do.
-    QProcess::execute(QStringLiteral("/sbin/e2fsck"), {QStringLiteral("-p"), QStringLiteral("-E"),
-                                                       QStringLiteral("journal_only"), m_image});
+    QProcess check;
+    check.start(QStringLiteral("/sbin/e2fsck"), {QStringLiteral("-p"), QStringLiteral("-E"),
+                                                 QStringLiteral("journal_only"), m_image});
+    check.waitForFinished(-1);
     for (const auto& [name, folder] :
          {std::pair(kStation, m_folder.station()), std::pair(kLauncher, m_folder.launcher())}) {
         const QTemporaryDir tree(QDir(m_folder.path()).filePath(QStringLiteral("unpacked")));

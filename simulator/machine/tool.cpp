@@ -11,7 +11,7 @@ QByteArray runTool(const QString& program, const QStringList& arguments, const Q
     tool.write(input);
     tool.closeWriteChannel();
     if (!tool.waitForFinished(-1))
-        throw BadInput(QStringLiteral("%1: %2; scripts/setup --system installs it")
+        throw BadInput(QStringLiteral("%1: %2; scripts/setup release --machine installs it")
                            .arg(program, tool.errorString()));
     if (tool.exitStatus() != QProcess::NormalExit || tool.exitCode() != 0)
         throw BadInput(

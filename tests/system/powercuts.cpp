@@ -8,8 +8,8 @@
 #include <memory>
 
 /// Cuts the power of the station's computer at random moments of its work. For more cuts than the
-/// suite's set CORVANE_POWER_CUTS=200, for others CORVANE_POWER_CUTS_SEED=2 and, as the test library
-/// ends a test after five minutes, QTEST_FUNCTION_TIMEOUT=36000000.
+/// suite's set CORVANE_POWER_CUTS=200, for others CORVANE_POWER_CUTS_SEED=2 and, as the test
+/// library ends a test after five minutes, QTEST_FUNCTION_TIMEOUT=36000000.
 class PowerCuts : public QObject
 {
     Q_OBJECT
@@ -101,7 +101,9 @@ bool PowerCuts::workUntilCut()
 bool PowerCuts::workToTheEnd()
 {
     const bool copied = QTest::qWaitFor(
-        [&] { return erasedPods() == kPods && m_bench->holds({Condition::Kind::Panel, {}, {}, 0}); },
+        [&] {
+            return erasedPods() == kPods && m_bench->holds({Condition::Kind::Panel, {}, {}, 0});
+        },
         std::chrono::milliseconds(kBootLimit).count());
     m_bench->perform(verb::Quit{});
     return QTest::qWaitFor([&] { return !m_bench->station().running(); },

@@ -14,3 +14,7 @@ if(CORVANE_SANITIZER)
   string(PREPEND preload "${runtime}:")
 endif()
 set_property(TEST simulator_usbbus APPEND PROPERTY ENVIRONMENT "LD_PRELOAD=${preload}")
+
+corvane_add_test(simulator_usbredir
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/simulator_usbredir.cpp
+  LIBRARIES corvane_machine)

@@ -1,0 +1,22 @@
+# The station in a virtual machine; minutes, so only with "ctest -C system", as scripts/test --system
+# does. A machine takes both cores of a small computer: one after the other.
+foreach(scenario IN ITEMS
+    system/commands system/phases system/roads system/stick system/stickfull scenarios/backup)
+  get_filename_component(name ${scenario} NAME)
+  add_test(NAME system_${name}
+    COMMAND corvane-sim --machine --once --scenario ${CMAKE_CURRENT_SOURCE_DIR}/${scenario}.json
+    CONFIGURATIONS system)
+endforeach()
+
+function(corvane_add_system_test name)
+  add_executable(system_${name} ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/${name}.cpp)
+  target_link_libraries(system_${name} PRIVATE corvane_machine corvane_warnings Qt5::Test)
+  target_compile_definitions(system_${name}
+    PRIVATE CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>")
+  corvane_know_qt_order(system_${name})
+  add_test(NAME system_${name} COMMAND system_${name} CONFIGURATIONS system)
+  set_tests_properties(system_${name} PROPERTIES
+    ENVIRONMENT "QTEST_FUNCTION_TIMEOUT=1800000")
+endfunction()
+corvane_add_system_test(launcherreplacement)
+corvane_add_system_test(powercuts)

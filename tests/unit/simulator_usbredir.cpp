@@ -1,0 +1,223 @@
+#include "i2c/memorychip.h"
+#include "usbredir/i2cadapter.h"
+#include "usbredir/podports.h"
+#include "usbredir/redirlayout.h"
+
+#include <QLocalSocket>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <array>
+#include <memory>
+#include <usbredirparser.h>
+
+namespace {
+
+constexpr quint8 kIn = 0x81;
+constexpr quint8 kOut = 0x01;
+
+PodSettings smallPod()
+{
+    PodSettings settings;
+    settings.udid = QByteArray::fromHex("0123456789ABCDEF");
+    settings.size_bytes = 100'000;
+    settings.bytes_per_second = 0;
+    return settings;
+}
+
+/// The machine's side of one port: the same library that QEMU uses, and what has come so far.
+class Machine
+{
+public:
+    explicit Machine(const QString& socket_path)
+        : m_parser(usbredirparser_create(), usbredirparser_destroy)
+    {
+        m_parser->priv = this;
+        m_parser->log_func = [](void*, int level, const char* text) {
+            if (level <= usbredirparser_warning)
+                QFAIL(text);
+        };
+        m_parser->read_func = [](void* self, uint8_t* out, int length_bytes) {
+            return int(of(self).m_socket.read(reinterpret_cast<char*>(out), length_bytes));
+        };
+        m_parser->write_func = [](void* self, uint8_t* data, int length_bytes) {
+            return int(of(self).m_socket.write(reinterpret_cast<char*>(data), length_bytes));
+        };
+        m_parser->hello_func = [](void*, usb_redir_hello_header*) {};
+        m_parser->interface_info_func = [](void*, usb_redir_interface_info_header*) {};
+        m_parser->ep_info_func = [](void*, usb_redir_ep_info_header*) {};
+        m_parser->device_connect_func = [](void* self, usb_redir_device_connect_header* header) {
+            of(self).connected = header->product_id;
+        };
+        m_parser->device_disconnect_func = [](void* self) { of(self).connected = 0; };
+        m_parser->control_packet_func = [](void* self, uint64_t, auto* header, uint8_t* data,
+                                           int length_bytes) {
+            of(self).note(header->status, data, length_bytes);
+        };
+        m_parser->bulk_packet_func = [](void* self, uint64_t id, auto* header, uint8_t* data,
+                                        int length_bytes) {
+            of(self).last_id = id;
+            of(self).note(header->status, data, length_bytes);
+        };
+        std::array<uint32_t, USB_REDIR_CAPS_SIZE> capabilities{};
+        for (const int capability :
+             {usb_redir_cap_connect_device_version, usb_redir_cap_ep_info_max_packet_size,
+              usb_redir_cap_64bits_ids, usb_redir_cap_32bits_bulk_length})
+            usbredirparser_caps_set_cap(capabilities.data(), capability);
+        usbredirparser_init(m_parser.get(), "test", capabilities.data(), USB_REDIR_CAPS_SIZE, 0);
+        QObject::connect(&m_socket, &QLocalSocket::readyRead, &m_socket,
+                         [this] { usbredirparser_do_read(m_parser.get()); });
+        m_socket.connectToServer(socket_path);
+        usbredirparser_do_write(m_parser.get());
+    }
+
+    void write(quint64 id, char command)
+    {
+        usb_redir_bulk_packet_header header{kOut, 0, 1, 0, 0};
+        usbredirparser_send_bulk_packet(m_parser.get(), id, &header,
+                                        reinterpret_cast<uint8_t*>(&command), 1);
+        usbredirparser_do_write(m_parser.get());
+    }
+
+    void read(quint64 id, int length_bytes)
+    {
+        usb_redir_bulk_packet_header header{kIn, 0, quint16(length_bytes), 0,
+                                            quint16(length_bytes >> 16)};
+        usbredirparser_send_bulk_packet(m_parser.get(), id, &header, nullptr, 0);
+        usbredirparser_do_write(m_parser.get());
+    }
+
+    void cancel(quint64 id)
+    {
+        usbredirparser_send_cancel_data_packet(m_parser.get(), id);
+        usbredirparser_do_write(m_parser.get());
+    }
+
+    int connected = 0; ///< product number, or 0
+    quint64 last_id = 0;
+    int answers = 0;
+    int status = -1; ///< of the last answer
+    QByteArray content; ///< of the last answer
+
+private:
+    static Machine& of(void* self) { return *static_cast<Machine*>(self); }
+
+    void note(int new_status, uint8_t* bytes, int length_bytes)
+    {
+        status = new_status;
+        content = QByteArray(reinterpret_cast<char*>(bytes), length_bytes);
+        ++answers;
+        usbredirparser_free_packet_data(m_parser.get(), bytes);
+    }
+
+    std::unique_ptr<usbredirparser, decltype(&usbredirparser_destroy)> m_parser;
+    QLocalSocket m_socket;
+};
+
+} // namespace
+
+/// The redirected devices, as a machine that runs the same protocol library sees them.
+class SimulatorUsbRedir : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void layoutNamesEveryEndpoint();
+    void adapterReachesTheChip();
+    void podComesAndGoes();
+    void readWaitsForDataOrIsCancelled();
+    void pulledPodAnswersNothingMore();
+
+private:
+    QTemporaryDir m_folder;
+};
+
+void SimulatorUsbRedir::layoutNamesEveryEndpoint()
+{
+    const RedirLayout layout = redirLayout(UsbDescription::pod(smallPod().udid).configuration);
+    QCOMPARE(layout.interfaces.interface_count, 2U);
+    QCOMPARE(int(layout.interfaces.interface_class[1]), 10);
+    QCOMPARE(int(layout.endpoints.type[0x01]), int(usb_redir_type_bulk));
+    QCOMPARE(int(layout.endpoints.type[0x11]), int(usb_redir_type_bulk));
+    QCOMPARE(int(layout.endpoints.interface[0x11]), 1);
+    QCOMPARE(int(layout.endpoints.max_packet_size[0x11]), 64);
+    QCOMPARE(int(layout.endpoints.type[0x12]), int(usb_redir_type_interrupt));
+    QCOMPARE(int(layout.endpoints.type[0x02]), int(usb_redir_type_invalid));
+}
+
+void SimulatorUsbRedir::adapterReachesTheChip()
+{
+    I2cAdapter adapter;
+    const auto request = [&](const char* setup, const char* data = "") {
+        return adapter.control(QByteArray::fromHex(setup), QByteArray::fromHex(data));
+    };
+    const auto status = [&] { return request("C103000000000100"); };
+    QVERIFY(request("4104000050000100", "FA")); // a write that begins a transaction, to nobody
+    QCOMPARE(*status(), QByteArray(1, '\2'));
+    QVERIFY(request("4105000051000100", "FA"));
+    QCOMPARE(*status(), QByteArray(1, '\1'));
+    QCOMPARE(*request("C106010051000600"), MemoryChip::defaultEui48());
+    QVERIFY(!request("C1FF000000000100"));
+    QCOMPARE(adapter.control(QByteArray::fromHex("8006000100001200"), {})->mid(8, 4),
+             QByteArray::fromHex("030431C6"));
+}
+
+void SimulatorUsbRedir::podComesAndGoes()
+{
+    PodPorts ports(m_folder.path());
+    ports.plug(3, smallPod()); // before the machine is there
+    Machine machine(ports.socketPath(3));
+    QTRY_COMPARE(machine.connected, 0x5203);
+    ports.unplug(3);
+    QTRY_COMPARE(machine.connected, 0);
+    ports.plug(3, smallPod());
+    QTRY_COMPARE(machine.connected, 0x5203);
+}
+
+void SimulatorUsbRedir::readWaitsForDataOrIsCancelled()
+{
+    PodPorts ports(m_folder.path());
+    ports.plug(0, smallPod());
+    Machine machine(ports.socketPath(0));
+    QTRY_COMPARE(machine.connected, 0x5203);
+
+    machine.read(1, 64);
+    machine.read(2, 64);
+    machine.cancel(1);
+    QTRY_COMPARE(machine.last_id, quint64(1));
+    QCOMPARE(machine.status, int(usb_redir_cancelled));
+    machine.write(3, 0x11);
+    QTRY_COMPARE(machine.answers, 3); // the cancelled read, the one that waited, the write
+    machine.read(4, 64);
+    QTRY_COMPARE(machine.last_id, quint64(4));
+    QCOMPARE(machine.content, smallPod().udid);
+
+    machine.write(5, 0x31);
+    machine.read(6, 1);
+    machine.read(7, 4);
+    machine.read(8, 100'000); // more than 16 bits can say
+    QTRY_COMPARE(machine.last_id, quint64(8));
+    QCOMPARE(machine.content.size(), 100'000);
+}
+
+void SimulatorUsbRedir::pulledPodAnswersNothingMore()
+{
+    PodSettings leaving = smallPod();
+    leaving.fault = PodFault::UnpluggedAtByte;
+    leaving.unplug_at_byte = 1000;
+    PodPorts ports(m_folder.path());
+    QSignalSpy vanished(&ports, &PodPorts::podVanished);
+    ports.plug(29, leaving);
+    Machine machine(ports.socketPath(29));
+    QTRY_COMPARE(machine.connected, 0x5203);
+    machine.write(1, 0x31);
+    for (const quint64 id : {2, 3, 4})
+        machine.read(id, 50'000);
+    QTRY_COMPARE(machine.connected, 0);
+    QCOMPARE(vanished.count(), 1);
+    QVERIFY(!ports.plugged(29));
+    QCOMPARE(machine.last_id, quint64(3)); // acknowledgement and size had passed
+}
+
+QTEST_GUILESS_MAIN(SimulatorUsbRedir)
+#include "simulator_usbredir.moc"
