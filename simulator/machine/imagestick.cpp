@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr quint64 kUsualBytes = 64 * 1024 * 1024;
+constexpr quint64 kUsualBytes = 64ULL * 1024 * 1024;
 const QString kMountPoint = QStringLiteral("/media/usbkey");
 
 bool isPlain(const StickItem& item)

@@ -19,7 +19,7 @@ class MachineShell : public QObject
 public:
     struct Result
     {
-        int exit_code;
+        int exit_code = 0;
         QStringList lines;
     };
     using Done = std::function<void(const Result&)>;

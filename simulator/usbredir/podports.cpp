@@ -3,8 +3,6 @@
 #include "bench/badinput.h"
 #include "usbredir/podfunction.h"
 
-#include <QTimer>
-
 PodPorts::PodPorts(const QString& folder)
 {
     for (int slot = 0; slot < kSlotCount; ++slot)
@@ -21,7 +19,8 @@ void PodPorts::plug(int slot, const PodSettings& settings)
     place.pod = std::make_shared<PodModel>(settings);
     place.pod->setListener([this, slot, stay = place.stay](PodEvent event) {
         // Out of the transfer in which the pod tells it.
-        QTimer::singleShot(0, this, [this, slot, stay, event] { onPodEvent(slot, stay, event); });
+        QMetaObject::invokeMethod(
+            this, [=] { onPodEvent(slot, stay, event); }, Qt::QueuedConnection);
     });
     place.port->plug(std::make_unique<PodFunction>(place.pod));
 }

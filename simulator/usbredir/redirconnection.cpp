@@ -64,7 +64,7 @@ struct RedirConnection::Callbacks
 
     static QByteArray take(void* self, uint8_t* data, int length_bytes)
     {
-        const QByteArray bytes(reinterpret_cast<const char*>(data), length_bytes);
+        QByteArray bytes(reinterpret_cast<const char*>(data), length_bytes);
         usbredirparser_free_packet_data(parser(self), data);
         return bytes;
     }

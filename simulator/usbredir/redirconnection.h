@@ -43,9 +43,9 @@ private:
     /// A bulk read that waits for data, or for its bytes to pass.
     struct Read
     {
-        quint64 id;
-        usb_redir_bulk_packet_header header;
-        int length_bytes;
+        quint64 id = 0;
+        usb_redir_bulk_packet_header header{};
+        int length_bytes = 0;
         bool moving = false;
         Pacer::TimePoint due;
     };
