@@ -100,14 +100,14 @@ void Commands::areObeyed_data()
     leftAlone("broken links", R"({"link": "nowhere"})");
     leftAlone("links away from the stick", R"({"link": "/opt/Corvane/version"})");
 
-    const auto strange = [&](const char* name, const QByteArray& item) {
+    const auto strange = [&](const char* name, const QByteArray& item, const QByteArray& said) {
         QTest::newRow(name) << scenarioOf(file(kErase, item) + ", " + file(kBackup, item), "0",
-                                          outcome("", "0") + consumed +
-                                              R"(, "warnings": ["holds no count"], "backup": )" +
-                                              archives("43210"));
+                                          outcome("", "0") + consumed + R"(, "warnings": [")" +
+                                              said + R"("], "log contains": [")" + said +
+                                              R"("], "backup": )" + archives("43210"));
     };
-    strange("unreadable", R"({"unreadable": true})");
-    strange("of two gigabytes", R"({"size": "2G"})");
+    strange("unreadable", R"({"unreadable": true})", "Cannot be read:");
+    strange("of two gigabytes", R"({"size": "2G"})", "Holds no count:");
 }
 
 void Commands::areObeyed()
