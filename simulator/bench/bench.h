@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/benchfolder.h"
+#include "bench/benchstick.h"
 #include "bench/podrack.h"
 #include "bench/scenario.h"
 #include "bench/screenclient.h"
@@ -10,6 +11,9 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
+
+/// So many lines are told of what is on the stick.
+constexpr int kStickLines = 20;
 
 /// How a bench is set up.
 struct BenchSettings
@@ -47,6 +51,11 @@ public:
 
     bool quitAsked() const { return m_quitting; }
     const BenchFolder& folder() const { return m_folder; }
+    const BenchStick& stick() const { return m_stick; }
+    /// What was on the stick before the station started, a line each.
+    const QStringList& stickBefore() const { return m_stick_before; }
+    /// The station's archives of earlier days.
+    const std::vector<KnownArchive>& earlierArchives() const { return m_earlier; }
     const PodRack& rack() const { return m_rack; }
     const Station& station() const { return m_station; }
     const BenchTimes& times() const { return m_times; }
@@ -74,10 +83,14 @@ private:
     void touchQuitCorner();
     bool allPods(const SlotSet& slot_set, bool (*done)(const PodReport&)) const;
     bool holdsForPods(const Condition& condition) const;
+    bool holdsForFiles(const Condition& condition) const;
 
     Scenario m_scenario;
     bool m_window;
     BenchFolder m_folder;
+    BenchStick m_stick;
+    QStringList m_stick_before;
+    std::vector<KnownArchive> m_earlier;
     PodRack m_rack;
     Station m_station;
     ScreenClient m_screen;

@@ -20,8 +20,9 @@ constexpr int kBadInput = 2;
 Scenario scenarioOf(const Options& options)
 {
     if (options.scenario_file.isEmpty()) {
-        Scenario plain = plainScenario(options.usual_pod, firstSlots(options.pods), options.stick,
-                                       options.screenshot_file);
+        Scenario plain = plainScenario(options.usual_pod, firstSlots(options.pods),
+                                       options.stick.inserted, options.screenshot_file);
+        plain.stick = options.stick;
         if (!options.once)
             plain.steps.clear();
         return plain;

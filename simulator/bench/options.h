@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/podplan.h"
+#include "bench/stickplan.h"
 
 #include <QString>
 #include <QStringList>
@@ -18,7 +19,7 @@ struct Options
     bool help = false;
     int pods = 30;
     PodPlan usual_pod;
-    bool stick = true;
+    StickPlan stick;
     Display display = Display::Auto;
     QString station_program;
     QString scenario_file;

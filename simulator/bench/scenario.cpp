@@ -10,7 +10,7 @@ Scenario plainScenario(const PodPlan& plan, SlotSet slot_set, bool stick, const 
     scenario.name = QStringLiteral("plain");
     scenario.plans.fill(plan);
     scenario.plugged = slot_set;
-    scenario.stick_inserted = stick;
+    scenario.stick.inserted = stick;
     scenario.expect.archived = slot_set;
     scenario.expect.erased = slot_set;
     const std::vector<Condition> all_done{

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "bench/earlierarchives.h"
 #include "bench/podplan.h"
 #include "bench/slotset.h"
+#include "bench/stickplan.h"
 
 #include <QPoint>
 #include <QStringList>
@@ -73,12 +75,16 @@ struct Condition
         Erased,
         Charged,
         Vanished,
-        GaugeFull,  ///< shown full, green and not charging
-        GaugeEmpty, ///< shown white
-        Log,        ///< text in at least `number` lines
-        Panel,      ///< number: the code whose picture is shown
-        PodThreads, ///< number: worker threads of pods alive in the station
-        Ended       ///< the station is not running
+        GaugeFull,    ///< shown full, green and not charging
+        GaugeEmpty,   ///< shown white
+        Log,          ///< text in at least `number` lines
+        Panel,        ///< number: the code whose picture is shown
+        PodThreads,   ///< number: worker threads of pods alive in the station
+        StickBytes,   ///< the stick's file `text` has at least `number` bytes
+        StickLacks,   ///< there is no `text` on the stick
+        StickMounted, ///< number: 1 mounted by the station, 0 not
+        StationBytes, ///< the file `text` below the station's folder has at least `number` bytes
+        Ended         ///< the station is not running
     };
     Kind kind;
     SlotSet slot_set;
@@ -102,6 +108,11 @@ struct Expectations
     QStringList log_lacks;
     QStringList warnings; ///< texts that make a warning an expected one
     std::optional<int> entries;
+    std::optional<QStringList> local_archives; ///< exactly these are in "datas"
+    std::optional<QStringList> backup; ///< earlier archives that the stick's backup holds, in order
+    QStringList erased_archives;       ///< earlier archives that were to be given up
+    QStringList stick_holds;
+    QStringList stick_lacks;
     int exit_code = 0;
     bool on_stick = true; ///< the archive looked at is the stick's, else the station's last one
 };
@@ -111,7 +122,8 @@ struct Scenario
     QString name;
     std::array<PodPlan, kSlotCount> plans;
     SlotSet plugged;
-    bool stick_inserted = true;
+    StickPlan stick;
+    EarlierPlan earlier;
     qint64 download_space_bytes = 0; ///< room for the station's downloads; 0: not limited
     std::vector<Step> steps;
     Expectations expect;

@@ -1,7 +1,10 @@
 #include "bench/scenarioparser.h"
 
 #include "bench/jsonplace.h"
+#include "bench/stickparser.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QMap>
 
 #include <functional>
@@ -73,10 +76,7 @@ void readPods(const JsonPlace& place, Scenario& scenario)
 
 verb::Stick stickOf(const JsonPlace& place)
 {
-    const QString state = place.text();
-    if (state != QLatin1String("in") && state != QLatin1String("out"))
-        place.refuse(QStringLiteral("a stick is \"in\" or \"out\""));
-    return {state == QLatin1String("in")};
+    return {insertedOf(place)};
 }
 
 verb::Plug plugOf(const JsonPlace& place, const PodPlan& usual)
@@ -152,10 +152,26 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
         return {Kind::Panel, SlotSet(), QString(), value.number(-2, 2)};
     if (event == key("pod threads"))
         return {Kind::PodThreads, SlotSet(), QString(), value.number(0, kSlotCount)};
+    if (event == key("stick lacks"))
+        return {Kind::StickLacks, SlotSet(), value.text(), 0};
+    if (event == key("stick mounted"))
+        return {Kind::StickMounted, SlotSet(), QString(), value.flag() ? 1 : 0};
     if (event == key("ended") && value.flag())
         return {Kind::Ended, SlotSet(), QString(), 0};
-    value.refuse(QStringLiteral("unknown event; known are: log, panel, pod threads, ended, %1")
+    value.refuse(QStringLiteral("unknown event; known are: log, panel, pod threads, stick bytes, "
+                                "stick lacks, stick mounted, station bytes, ended, %1")
                      .arg(QStringList(of_slots.keys()).join(QStringLiteral(", "))));
+}
+
+/// {"FILE": least bytes}, one condition a file.
+void readBytes(const JsonPlace& files, Kind kind, Step& step)
+{
+    for (const QString& name : files.memberNames()) {
+        const JsonPlace least = files.member(name);
+        if (QDir::isAbsolutePath(name) || name.contains(QLatin1String("..")))
+            least.refuse(QStringLiteral("a name below the folder is needed here"));
+        step.conditions.push_back({kind, SlotSet(), name, least.number(0, kMost)});
+    }
 }
 
 Condition logCondition(const JsonPlace& after)
@@ -171,6 +187,10 @@ void readAfter(const JsonPlace& after, Step& step)
     for (const QString& event : after.memberNames()) {
         if (event == key("log") || (event == key("times") && !after.has(key("log"))))
             step.conditions.push_back(logCondition(after));
+        else if (event == key("stick bytes"))
+            readBytes(after.member(event), Kind::StickBytes, step);
+        else if (event == key("station bytes"))
+            readBytes(after.member(event), Kind::StationBytes, step);
         else if (event != key("times"))
             step.conditions.push_back(conditionOf(event, after.member(event)));
     }
@@ -212,6 +232,13 @@ Expectations readExpectations(const JsonPlace& place)
         {key("entries"), [&](const JsonPlace& value) { expect.entries = value.number(0, kMost); }},
         {key("exit code"),
          [&](const JsonPlace& value) { expect.exit_code = value.number(0, 255); }},
+        {key("local archives"),
+         [&](const JsonPlace& value) { expect.local_archives = value.texts(); }},
+        {key("backup"), [&](const JsonPlace& value) { expect.backup = value.texts(); }},
+        {key("erased archives"),
+         [&](const JsonPlace& value) { expect.erased_archives = value.texts(); }},
+        {key("stick holds"), [&](const JsonPlace& value) { expect.stick_holds = value.texts(); }},
+        {key("stick lacks"), [&](const JsonPlace& value) { expect.stick_lacks = value.texts(); }},
         {key("on stick"), [&](const JsonPlace& value) { expect.on_stick = value.flag(); }},
     };
     place.allowMembers(readers.keys());
@@ -227,14 +254,18 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
 {
     const JsonPlace file = JsonPlace::parse(json, file_name);
     file.allowMembers({key("name"), key("pods"), key("stick"), key("steps"), key("expect"),
-                       key("time limit"), key("download space")});
+                       key("time limit"), key("download space"), key("archives")});
     Scenario scenario;
     scenario.name = file.member(key("name")).text();
     scenario.plans.fill(usual);
     if (file.has(key("pods")))
         readPods(file.member(key("pods")), scenario);
     if (file.has(key("stick")))
-        scenario.stick_inserted = stickOf(file.member(key("stick"))).inserted;
+        scenario.stick = stickPlanOf(file.member(key("stick")));
+    if (!scenario.stick.folder.isEmpty()) // as the file's author sees it
+        scenario.stick.folder = QFileInfo(file_name).dir().filePath(scenario.stick.folder);
+    if (file.has(key("archives")))
+        scenario.earlier = earlierPlanOf(file.member(key("archives")));
     if (file.has(key("download space")))
         scenario.download_space_bytes = sizeOf(file.member(key("download space"))).max_bytes;
     if (file.has(key("time limit")))

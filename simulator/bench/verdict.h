@@ -14,8 +14,9 @@ struct Verdict
     bool good() const { return problems.isEmpty(); }
 };
 
-/// Holds a finished bench against its expectations. Besides those, one thing must be true of every
-/// run: a recording that was erased from a pod is whole in an archive of the station or the stick.
+/// Holds a finished bench against its expectations. Besides those, two things must be true of every
+/// run: a recording that was erased from a pod is whole in an archive of the station or the stick,
+/// and so is each of the station's earlier archives that was not to be erased.
 Verdict judge(const Bench& bench, const Expectations& expect);
 
 /// For people: pods, bytes, seconds, MB/s, and each problem on a line.

@@ -3,10 +3,12 @@
 #include "main/discovery.h"
 #include "uibackend/uibackend.h"
 #include "utils/archiveaddition.h"
+#include "utils/backupgenerator.h"
 #include "utils/childprocess.h"
 #include "utils/filesaver.h"
 #include "utils/interruptiblesleep.h"
 #include "utils/serialnumberchip.h"
+#include "utils/usbcmdutils.h"
 #include "utils/ziputils.h"
 
 #include <QDebug>
@@ -30,6 +32,10 @@ const QString kInfosPath = QStringLiteral("tmp/infos.log");
 const QString kStationVersionPath = QStringLiteral("/opt/Corvane/version");
 const QString kLauncherVersionPath = QStringLiteral("/opt/CorvaneLauncher/version");
 const QString kExportName = QStringLiteral("QVX_DATAS.cvx");
+const QString kBackupName = QStringLiteral("backup.zip");
+const QString kUpdateMarker = QStringLiteral("corvane.zip");
+const QString kBackupCommand = QStringLiteral("cmd_gen_backup.txt");
+const QString kEraseCommand = QStringLiteral("cmd_erase_datas.txt");
 
 enum SyncCode { CopyFailed = -2, Syncing = -1, Copied = 0, NoUsbKey = 1, WaitingForPods = 2 };
 
@@ -93,12 +99,79 @@ void Corvane::taskLoop()
     init();
     Discovery discovery(*this);
     FileSaver saver(QStringLiteral("datas"), QStringLiteral(".cvx"), kMaxArchives);
+    checkUpdateMarker();
+    checkUsbCmd();
     if (!sleepUnlessInterrupted(2000ms))
         return;
     startNewArchive(saver);
     serveTimers(discovery, saver);
     if (discovery.workersLeft() > 0)
         emit workersAbandoned();
+}
+
+/// The launcher has installed what the marker stands for: the panel need not ask for pods.
+void Corvane::checkUpdateMarker()
+{
+    // Without a marker the stick stays mounted, for the command files.
+    if (m_usbkey.mountKey() != 0 || !usbKeyHolds(kUpdateMarker))
+        return;
+    m_just_updated = true;
+    runTool(QStringLiteral("sync"));
+    m_no_backup = true;
+    if (QFile::remove(m_usbkey.pathOf(kUpdateMarker)))
+        qDebug() << "corvane.zip deleted";
+    umountUsbKey();
+}
+
+void Corvane::checkUsbCmd()
+{
+    qDebug() << "Checking usb commands...";
+    if (m_usbkey.mountKey() != 0)
+        return;
+    if (usbKeyHolds(kBackupCommand))
+        backupToUsbKey();
+    if (usbKeyHolds(kEraseCommand)) {
+        UsbCmdUtils().cmdEraseDatas(m_usbkey.pathOf(kEraseCommand));
+        m_no_backup = true;
+    }
+    umountUsbKey();
+}
+
+void Corvane::backupToUsbKey()
+{
+    qDebug() << "Generating backup";
+    emit syncDone(Syncing);
+    const bool complete = BackupGenerator::generateBackup(kBackupName);
+    const bool saved = m_usbkey.copyFileToUsbKey(kBackupName, kBackupName) && complete;
+    // Obeyed a second time, the command would replace this backup by one of what is left here.
+    const bool consumed = UsbCmdUtils::consume(m_usbkey.pathOf(kBackupCommand));
+    if (!saved) {
+        emit syncDone(CopyFailed);
+        return;
+    }
+    m_saved_to_usb = true;
+    m_backup_saved = true;
+    qDebug() << "Backup saved";
+    if (consumed)
+        BackupGenerator::deleteBackedUpFiles();
+    else
+        qWarning() << "The backup command cannot be removed, so the local archives stay";
+    runTool(QStringLiteral("sync"));
+    emit syncDone(Copied);
+}
+
+bool Corvane::usbKeyHolds(const QString& name) const
+{
+    const auto entry = m_usbkey.lookUp(name);
+    if (entry == UsbKeyUtils::Entry::Other)
+        qWarning().noquote() << "Left alone, not a plain file:" << m_usbkey.pathOf(name);
+    return entry == UsbKeyUtils::Entry::File;
+}
+
+void Corvane::umountUsbKey()
+{
+    if (m_usbkey.umountKey() != 0)
+        qInfo() << "Failed to umount usbkey";
 }
 
 void Corvane::startNewArchive(FileSaver& saver)
@@ -219,6 +292,8 @@ void Corvane::updateInfowWindow()
 
 void Corvane::exportArchive()
 {
+    // Still mounted after a copy that failed: the stick may be another one by now.
+    m_usbkey.umountKey();
     if (m_usbkey.mountKey() != 0) {
         emit syncDone(NoUsbKey);
         return;

@@ -77,6 +77,12 @@ private:
     void init();
     QByteArray getEUI48();
     void writeInfosFile();
+    void checkUpdateMarker();
+    Q_INVOKABLE void checkUsbCmd(); ///< by its name, for the tests that cut it short
+    void backupToUsbKey();
+    /// Logs what stands on the stick under that name and is no file.
+    bool usbKeyHolds(const QString& name) const;
+    void umountUsbKey();
     /// Stays with the archive at hand when a new one cannot be made.
     void startNewArchive(FileSaver& saver);
     void serveTimers(Discovery& discovery, FileSaver& saver);

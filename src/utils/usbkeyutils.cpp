@@ -5,6 +5,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QStorageInfo>
 
 #include <utility>
 
@@ -63,11 +65,19 @@ int UsbKeyUtils::umountKey()
     return code;
 }
 
+UsbKeyUtils::Entry UsbKeyUtils::lookUp(const QString& name) const
+{
+    const QFileInfo entry(pathOf(name));
+    if (!isAttached() || !(entry.exists() || entry.isSymLink()))
+        return Entry::None;
+    return entry.isFile() && !entry.isSymLink() ? Entry::File : Entry::Other;
+}
+
 bool UsbKeyUtils::copyFileToUsbKey(const QString& source, const QString& name)
 {
-    if (!m_mounted || !QFile::exists(source))
+    if (!isAttached() || !QFile::exists(source))
         return false;
-    const QString target = m_usb_path + QLatin1Char('/') + name;
+    const QString target = pathOf(name);
     QFile::remove(target);
     return storage::copyFile(source, target);
 }
@@ -82,6 +92,14 @@ bool UsbKeyUtils::isUsbKeyPlugged()
     const auto search = ChildProcess::run(QStringLiteral("blkid"), {}, m_tool_limit);
     return search.end != ChildProcess::End::NotFinished &&
            QString::fromUtf8(search.output).contains(diskPrefix());
+}
+
+/// A mount that refused counts as done, so the kernel is asked: else the station's own disk would
+/// pass for the stick.
+bool UsbKeyUtils::isAttached() const
+{
+    return m_mounted &&
+           QStorageInfo(m_usb_path).rootPath() == QFileInfo(m_usb_path).canonicalFilePath();
 }
 
 /// The exit code is not looked at: a tool that ran and refused counts as done, deliberately.

@@ -25,6 +25,16 @@ public:
     /// 0 not mounted any more, -3 `umount` not finished, -4 `umount` crashed.
     int umountKey();
 
+    enum class Entry {
+        None,  ///< nothing of that name, or no stick is attached
+        File,  ///< a plain file of the stick's own
+        Other, ///< a folder, a link, a device: nothing to read or to obey
+    };
+    /// What the stick holds under that name at its root.
+    Entry lookUp(const QString& name) const;
+
+    QString pathOf(const QString& name) const { return m_usb_path + QLatin1Char('/') + name; }
+
     /// True when the stick holds all of `source`, flushed. An older file of that name goes first,
     /// so that a failure leaves none.
     bool copyFileToUsbKey(const QString& source, const QString& name);
@@ -37,6 +47,7 @@ public:
 
 private:
     int runMountTool(const QString& program, const QStringList& arguments);
+    bool isAttached() const;
 
     QString m_usb_path;
     bool m_mounted = false;

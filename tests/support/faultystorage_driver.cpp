@@ -1,6 +1,8 @@
 // Runs the storage operations named on its command line, for a test that preloads a faulty storage:
 // each argument is one step, its parts divided by colons. Tells each answer on standard output,
 // then creates a file, so that the plan can also strike right after an answer was given.
+#include "main/corvane.h"
+#include "uibackend/uibackend.h"
 #include "utils/archiveaddition.h"
 #include "utils/storagefile.h"
 #include "utils/ziputils.h"
@@ -12,6 +14,16 @@
 
 namespace {
 
+/// True when the panel says at the end that everything is on the stick, or never said anything.
+bool obeyStick()
+{
+    UIBackEnd screens;
+    Corvane station(screens);
+    int shown = 0;
+    QObject::connect(&station, &Corvane::syncDone, [&shown](int code) { shown = code; });
+    return QMetaObject::invokeMethod(&station, "checkUsbCmd") && shown == 0;
+}
+
 bool run(const QStringList& step)
 {
     const QString& verb = step.at(0);
@@ -21,6 +33,8 @@ bool run(const QStringList& step)
         return ZipUtils::createZip(step.at(1));
     if (verb == QLatin1String("copy"))
         return storage::copyFile(step.at(1), step.at(2));
+    if (verb == QLatin1String("commands"))
+        return obeyStick();
     return ArchiveAddition::recover();
 }
 

@@ -16,4 +16,10 @@ target_compile_definitions(storage_power PRIVATE
 
 corvane_add_test(storage_zip SOURCES unit/storage_zip.cpp support/zipbytes.cpp)
 corvane_add_test(storage_filesaver SOURCES unit/storage_filesaver.cpp)
-corvane_add_test(storage_usbkey SOURCES unit/storage_usbkey.cpp)
+corvane_add_test(storage_usbkey SOURCES unit/storage_usbkey.cpp SANDBOXED)
+
+corvane_add_test(storage_commands SOURCES unit/storage_commands.cpp SANDBOXED)
+add_dependencies(storage_commands faultystorage faultystorage_driver)
+target_compile_definitions(storage_commands PRIVATE
+  FAULTYSTORAGE_LIBRARY="$<TARGET_FILE:faultystorage>"
+  FAULTYSTORAGE_DRIVER="$<TARGET_FILE:faultystorage_driver>")

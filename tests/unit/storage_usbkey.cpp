@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <csignal>
 
@@ -79,6 +81,8 @@ private slots:
     void presence();
     void copies();
     void refusedCopies();
+    void ownDiskIsNoStick();
+    void entries();
     void childIsBoundedAndReaped();
 
 private:
@@ -94,8 +98,8 @@ void StorageUsbKey::init()
     QVERIFY(QDir().mkdir(QStringLiteral("bin")));
     m_mount_point = m_folder->filePath(QStringLiteral("media/usb key"));
     QVERIFY(makeTool(QStringLiteral("blkid"), kKeyListed));
-    QVERIFY(makeTool(QStringLiteral("mount"), {}));
-    QVERIFY(makeTool(QStringLiteral("umount"), {}));
+    QVERIFY(makeTool(QStringLiteral("mount"), "exec /bin/mount -t tmpfs key \"$2\""));
+    QVERIFY(makeTool(QStringLiteral("umount"), "exec /bin/umount \"$1\""));
     qputenv("PATH", m_folder->filePath(QStringLiteral("bin")).toUtf8() + ':' + m_path);
 }
 
@@ -166,7 +170,7 @@ void StorageUsbKey::codes()
     // A tool that hung is gone, not left as a zombie either.
     const int pid = contentOf(QStringLiteral("hanging.pid")).trimmed().toInt();
     QVERIFY(pid == 0 || (::kill(pid, 0) == -1 && errno == ESRCH));
-    QVERIFY(makeTool(QStringLiteral("umount"), {}));
+    QVERIFY(makeTool(QStringLiteral("umount"), "exec /bin/umount \"$1\""));
 }
 
 void StorageUsbKey::presence()
@@ -189,10 +193,8 @@ void StorageUsbKey::copies()
     QVERIFY(QDir().mkdir(QStringLiteral("datas")));
     QVERIFY(write(QStringLiteral("datas/1.cvx"), recordings));
     UsbKeyUtils key(m_mount_point);
-    QVERIFY(write(onKey, "older"));
-    QVERIFY(!key.copyFileToUsbKey(QStringLiteral("datas/1.cvx"), QStringLiteral("QVX_DATAS.cvx")));
-    QCOMPARE(contentOf(onKey), QByteArray("older"));
     QCOMPARE(key.mountKey(), 0);
+    QVERIFY(write(onKey, "older"));
     QVERIFY(key.copyFileToUsbKey(QStringLiteral("datas/1.cvx"), QStringLiteral("QVX_DATAS.cvx")));
     QCOMPARE(contentOf(onKey), recordings);
     QVERIFY(write(QStringLiteral("datas/1.cvx"), "shorter"));
@@ -218,9 +220,41 @@ void StorageUsbKey::refusedCopies()
     QVERIFY(write(QStringLiteral("source"), "source"));
     QVERIFY(!key.copyFileToUsbKey(QStringLiteral("source"), name));
     QVERIFY(QDir(onKey).exists());
-    // A stick that was pulled out leaves no folder to write to.
-    QVERIFY(QDir(m_mount_point).removeRecursively());
-    QVERIFY(!key.copyFileToUsbKey(QStringLiteral("source"), name));
+}
+
+void StorageUsbKey::ownDiskIsNoStick()
+{
+    const QString name = QStringLiteral("x");
+    const QString beneath = m_mount_point + QStringLiteral("/x");
+    UsbKeyUtils key(m_mount_point);
+    QVERIFY(write(QStringLiteral("source"), "source"));
+    QVERIFY(write(beneath, "older"));
+    const auto refused = [&] {
+        return !key.copyFileToUsbKey(QStringLiteral("source"), name) &&
+               key.lookUp(name) == UsbKeyUtils::Entry::None;
+    };
+    QVERIFY(refused()); // not mounted yet
+    QVERIFY(makeTool(QStringLiteral("mount"), "exit 32"));
+    QCOMPARE(key.mountKey(), 0);
+    QVERIFY(refused());
+    QCOMPARE(contentOf(beneath), QByteArray("older"));
+}
+
+void StorageUsbKey::entries()
+{
+    using Entry = UsbKeyUtils::Entry;
+    UsbKeyUtils key(m_mount_point);
+    QCOMPARE(key.mountKey(), 0);
+    const QDir root(m_mount_point);
+    QVERIFY(write(root.filePath(QStringLiteral("file")), "x"));
+    QVERIFY(root.mkdir(QStringLiteral("folder")));
+    QVERIFY(QFile::link(QStringLiteral("file"), root.filePath(QStringLiteral("link"))));
+    QVERIFY(QFile::link(QStringLiteral("nothing"), root.filePath(QStringLiteral("broken"))));
+    QCOMPARE(::mkfifo(QFile::encodeName(root.filePath(QStringLiteral("pipe"))), 0600), 0);
+    QCOMPARE(key.lookUp(QStringLiteral("file")), Entry::File);
+    QCOMPARE(key.lookUp(QStringLiteral("nothing")), Entry::None);
+    for (const char* other : {"folder", "link", "broken", "pipe"})
+        QCOMPARE(key.lookUp(QLatin1String(other)), Entry::Other);
 }
 
 void StorageUsbKey::childIsBoundedAndReaped()

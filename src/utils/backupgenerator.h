@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+
+/// Packs the local data archives into one backup of bounded size, and deletes them once it is safe
+/// elsewhere. No state; works on "datas" in the working directory, on the controller thread, while
+/// nothing is added to an archive.
+class BackupGenerator
+{
+public:
+    /// Newest archive first, as "datas_1.cvx", "datas_2.cvx"... until the backup is as large as it
+    /// may get. False when an archive that was to be in it could not be added: the others are, and
+    /// nothing may be deleted on the strength of it.
+    static bool generateBackup(const QString& backupPath);
+
+    /// Deletes all archives but the newest, and "backup.zip". Deliberately also those that the
+    /// bounded backup had no room for: a station starts its next season with an empty storage.
+    static void deleteBackedUpFiles();
+
+    static constexpr qint64 kMaxBackupBytes = 500'000'000;
+};

@@ -1,0 +1,295 @@
+// The command files on the stick: what they do, and what is left when the station fails or loses
+// its power at any one storage call while it obeys them.
+#include "utils/usbcmdutils.h"
+#include "utils/ziputils.h"
+
+#include <QDir>
+#include <QFile>
+#include <QMap>
+#include <QProcess>
+#include <QtTest>
+
+namespace {
+
+// The stick is the station's own mount point; its working directory lies inside, so that one faulty
+// storage holds both.
+const QString kStick = QStringLiteral("/media/usbkey");
+const QString kStation = kStick + QStringLiteral("/station");
+const QString kBackup = kStick + QStringLiteral("/backup.zip");
+const QString kBackupCommand = kStick + QStringLiteral("/cmd_gen_backup.txt");
+const QString kEraseCommand = kStick + QStringLiteral("/cmd_erase_datas.txt");
+constexpr int kArchives = 4;
+
+using Files = QMap<QString, QByteArray>;
+
+bool write(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+           file.write(content) == content.size();
+}
+
+Files filesOf(const QString& folder)
+{
+    Files files;
+    for (const QString& name : QDir(folder).entryList(QDir::Files, QDir::Name)) {
+        QFile file(folder + QLatin1Char('/') + name);
+        if (file.open(QIODevice::ReadOnly))
+            files.insert(name, file.readAll());
+    }
+    return files;
+}
+
+bool makeTool(const QString& name, const QByteArray& script)
+{
+    const QString path = QStringLiteral("/opt/") + name;
+    return write(path, "#!/bin/sh\n" + script + '\n') &&
+           QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner | QFile::WriteOwner);
+}
+
+bool empty(const QString& folder)
+{
+    return QDir(folder).removeRecursively() && QDir().mkpath(folder);
+}
+
+Files backedUp()
+{
+    const QString unpacked = QStringLiteral("/opt/unpacked");
+    if (!empty(unpacked) || !ZipUtils::extractZip(kBackup, unpacked))
+        return {};
+    return filesOf(unpacked);
+}
+
+/// What one run of the driver came to.
+struct Run
+{
+    bool copied = false; ///< what the panel said
+    bool killed = false;
+    int calls = 0;
+};
+
+} // namespace
+
+class StorageCommands : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+
+    void eraseCounts_data();
+    void eraseCounts();
+    void eraseCommandThatIsNoFile();
+    void backupHoldsAllNewestFirst();
+    void backupThenErase();
+    void nothingIsLost_data();
+    void nothingIsLost();
+
+private:
+    static Run obey(const QString& plan = {}, const QString& lost = QStringLiteral("none"));
+    void reset(bool backup, const QByteArray& erase);
+    void checkNothingLost(int asked_to_erase);
+    QStringList names() const { return m_archives.keys(); }
+
+    Files m_archives;
+};
+
+void StorageCommands::initTestCase()
+{
+    QVERIFY(QDir().mkpath(kStick));
+    QCOMPARE(
+        QProcess::execute(QStringLiteral("mount"), {QStringLiteral("-t"), QStringLiteral("tmpfs"),
+                                                    QStringLiteral("key"), kStick}),
+        0);
+    QVERIFY(makeTool(QStringLiteral("blkid"), "echo /dev/sda1:"));
+    for (const char* tool : {"mount", "umount", "sync"})
+        QVERIFY(makeTool(QLatin1String(tool), {}));
+    for (int i = 0; i < kArchives; ++i)
+        m_archives.insert(QStringLiteral("000000000%1.cvx").arg(i),
+                          QByteArray("recordings of week ").repeated(900) + char('0' + i));
+}
+
+void StorageCommands::init()
+{
+    reset(false, {});
+}
+
+void StorageCommands::reset(bool backup, const QByteArray& erase)
+{
+    for (const char* folder : {"/station", "/spare"})
+        QVERIFY(empty(kStick + QLatin1String(folder)));
+    for (const QString& file : QDir(kStick).entryList(QDir::Files))
+        QVERIFY(QFile::remove(kStick + QLatin1Char('/') + file));
+    QVERIFY(QDir().mkdir(kStation + QStringLiteral("/datas")));
+    QVERIFY(QDir::setCurrent(kStation));
+    for (auto archive = m_archives.cbegin(); archive != m_archives.cend(); ++archive)
+        QVERIFY(write(QStringLiteral("datas/") + archive.key(), archive.value()));
+    if (backup)
+        QVERIFY(write(kBackupCommand, "whatever"));
+    if (!erase.isEmpty())
+        QVERIFY(write(kEraseCommand, erase));
+}
+
+Run StorageCommands::obey(const QString& plan, const QString& lost)
+{
+    const QString count = QStringLiteral("/opt/count");
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("PATH"),
+                       QStringLiteral("/opt:") + environment.value(QStringLiteral("PATH")));
+    environment.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral(FAULTYSTORAGE_LIBRARY));
+    environment.insert(QStringLiteral("FAULTYSTORAGE_DIR"), kStick);
+    environment.insert(QStringLiteral("FAULTYSTORAGE_SPARE"), kStick + QStringLiteral("/spare"));
+    environment.insert(QStringLiteral("FAULTYSTORAGE_COUNT"), count);
+    environment.insert(QStringLiteral("FAULTYSTORAGE_PLAN"), plan);
+    environment.insert(QStringLiteral("FAULTYSTORAGE_LOST"), lost);
+    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("verify_asan_link_order=0"));
+    QProcess driver;
+    driver.setProcessEnvironment(environment);
+    driver.start(QStringLiteral(FAULTYSTORAGE_DRIVER), {QStringLiteral("commands")});
+    driver.waitForFinished();
+    Run result;
+    result.copied = driver.readAllStandardOutput() == "y";
+    result.killed = driver.exitStatus() == QProcess::CrashExit;
+    QFile counted(count);
+    result.calls = counted.open(QIODevice::ReadOnly) ? counted.readAll().trimmed().toInt() : 0;
+    return result;
+}
+
+void StorageCommands::eraseCounts_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<int>("left");
+    QTest::newRow("one") << QByteArray("1") << 3;
+    QTest::newRow("three") << QByteArray("3") << 1;
+    QTest::newRow("white space") << QByteArray(" \t2 \r\n") << 2;
+    QTest::newRow("as many as there are") << QByteArray("4") << 0;
+    QTest::newRow("more than there are") << QByteArray("1000000") << 0;
+    QTest::newRow("negative") << QByteArray("-1") << 0;
+    QTest::newRow("zero") << QByteArray("0") << 0;
+    QTest::newRow("empty") << QByteArray() << 0;
+    QTest::newRow("text") << QByteArray("three") << 0;
+    QTest::newRow("number and text") << QByteArray("1 archive") << 0;
+    QTest::newRow("beyond any count") << QByteArray("99999999999999999999") << 0;
+    QTest::newRow("too long to be a count") << QByteArray(1 << 20, ' ') + '1' << 0;
+}
+
+void StorageCommands::eraseCounts()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(int, left);
+    QVERIFY(QDir().mkdir(QStringLiteral("datas/folder")));
+    QVERIFY(write(kEraseCommand, content));
+    UsbCmdUtils().cmdEraseDatas(kEraseCommand);
+    QCOMPARE(QStringList(filesOf(QStringLiteral("datas")).keys()), names().mid(kArchives - left));
+    QVERIFY(QDir(QStringLiteral("datas")).exists());
+    QVERIFY(!QFile::exists(kEraseCommand));
+    // Only the road that empties "datas" as a whole takes what is no archive with it.
+    bool is_count = false;
+    const bool everything = content.trimmed().toInt(&is_count) == 0 || !is_count;
+    QCOMPARE(QDir(QStringLiteral("datas/folder")).exists(),
+             !everything && content.size() < (1 << 20));
+}
+
+void StorageCommands::eraseCommandThatIsNoFile()
+{
+    QVERIFY(QDir().mkdir(kEraseCommand));
+    QVERIFY(QFile::link(QStringLiteral("/etc/hostname"), kBackupCommand));
+    const Run run = obey();
+    QVERIFY(run.copied);
+    QCOMPARE(filesOf(QStringLiteral("datas")), m_archives);
+    QVERIFY(QDir(kEraseCommand).removeRecursively() && QFile::remove(kBackupCommand));
+    QVERIFY(!QFile::exists(kBackup));
+}
+
+void StorageCommands::backupHoldsAllNewestFirst()
+{
+    reset(true, {});
+    QVERIFY(obey().copied);
+    Files expected;
+    for (int i = 0; i < kArchives; ++i)
+        expected.insert(QStringLiteral("datas_%1.cvx").arg(i + 1),
+                        m_archives.value(names().at(kArchives - 1 - i)));
+    QCOMPARE(backedUp(), expected);
+    QCOMPARE(ZipUtils::listFiles(kBackup), QStringList(expected.keys()));
+    QCOMPARE(QStringList(filesOf(QStringLiteral("datas")).keys()), QStringList(names().last()));
+    QVERIFY(!QFile::exists(kBackupCommand));
+    QVERIFY(!QFile::exists(QStringLiteral("backup.zip")));
+
+    // One archive is the one in use: it is backed up and stays.
+    QVERIFY(write(kBackupCommand, {}));
+    QVERIFY(obey().copied);
+    QCOMPARE(ZipUtils::listFiles(kBackup), QStringList(QStringLiteral("datas_1.cvx")));
+    QCOMPARE(QStringList(filesOf(QStringLiteral("datas")).keys()), QStringList(names().last()));
+
+    QVERIFY(empty(QStringLiteral("datas")));
+    QVERIFY(write(kBackupCommand, {}));
+    QVERIFY(obey().copied);
+    QVERIFY(QFile::exists(kBackup));
+    QCOMPARE(ZipUtils::listFiles(kBackup), QStringList());
+}
+
+void StorageCommands::backupThenErase()
+{
+    reset(true, "0");
+    QVERIFY(obey().copied);
+    QCOMPARE(backedUp().size(), kArchives);
+    QCOMPARE(filesOf(QStringLiteral("datas")), Files());
+    QVERIFY(QDir(QStringLiteral("datas")).exists());
+}
+
+void StorageCommands::nothingIsLost_data()
+{
+    QTest::addColumn<bool>("backup");
+    QTest::addColumn<QByteArray>("erase");
+    QTest::addColumn<QString>("what");
+    QTest::addColumn<QString>("lost");
+    for (const char* lost : {"none", "all", "last", "torn"}) {
+        const QString taken = QLatin1String(lost);
+        const QString kill = QStringLiteral("kill");
+        QTest::addRow("backup, killed, lost %s", lost) << true << QByteArray() << kill << taken;
+        QTest::addRow("erase, killed, lost %s", lost) << false << QByteArray("2") << kill << taken;
+        QTest::addRow("both, killed, lost %s", lost) << true << QByteArray("1") << kill << taken;
+    }
+    for (const char* fault : {"eio", "enospc", "short"})
+        QTest::addRow("backup, %s", fault)
+            << true << QByteArray() << QString::fromLatin1(fault) << QStringLiteral("none");
+}
+
+void StorageCommands::nothingIsLost()
+{
+    QFETCH(bool, backup);
+    QFETCH(QByteArray, erase);
+    QFETCH(QString, what);
+    QFETCH(QString, lost);
+    const bool kills = what == QLatin1String("kill");
+    reset(backup, erase);
+    const int calls = obey().calls;
+    QVERIFY(calls > 3);
+    for (int call = 1; call <= calls; ++call) {
+        reset(backup, erase);
+        const Run run = obey(QStringLiteral("%1:%2").arg(call).arg(what), lost);
+        QCOMPARE(run.killed, kills);
+        checkNothingLost(erase.toInt());
+        if (!kills && run.copied)
+            QCOMPARE(backedUp().size(), kArchives);
+        QVERIFY(!obey().killed);
+        checkNothingLost(erase.toInt());
+        if (QTest::currentTestFailed())
+            qWarning("at call %d of %d", call, calls);
+    }
+}
+
+void StorageCommands::checkNothingLost(int asked_to_erase)
+{
+    const Files local = filesOf(QStringLiteral("datas"));
+    const QList<QByteArray> saved = backedUp().values();
+    for (const QString& name : names().mid(asked_to_erase))
+        QVERIFY2(local.value(name) == m_archives.value(name) ||
+                     saved.contains(m_archives.value(name)),
+                 qPrintable(name));
+}
+
+QTEST_GUILESS_MAIN(StorageCommands)
+
+#include "storage_commands.moc"
