@@ -1,4 +1,7 @@
 target_sources(corvane_station PRIVATE
+  dfu/dfumanifest.cpp
+  dfu/dfureply.cpp
+  dfu/slip.cpp
   downloader/downloader.cpp
   downloader/downloadexception.cpp
   main/archiveticket.cpp
