@@ -1,0 +1,1 @@
+corvane_add_test(dfu_wire SOURCES unit/dfu_wire.cpp)
