@@ -222,10 +222,9 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("time", withSteps(R"({"at": "soon", "plug": 1})"),
         "demo.json: steps[0].at: a number of seconds is needed here");
     row("event", withSteps(R"({"after": {"lunch": 1}, "plug": 1})"),
-        "demo.json: steps[0].after.lunch: unknown event; known are: log, panel, pod threads, "
-        "stick bytes, stick lacks, stick mounted, station bytes, ended, bootloader, "
-        "charged, erased, gauge empty, gauge full, readout begun, readout completed, updated, "
-        "vanished");
+        "demo.json: steps[0].after.lunch: unknown event; known are: log, panel, pod threads, stick "
+        "bytes, stick lacks, stick mounted, station bytes, ended, bootloader, charged, erased, "
+        "gauge empty, gauge full, readout begun, readout completed, updated, vanished");
     row("file outside", withSteps(R"({"after": {"station bytes": {"../x": 1}}, "plug": 1})"),
         "demo.json: steps[0].after.station bytes.../x: a name below the folder is needed here");
     row("no event", withSteps(R"({"after": {}, "plug": 1})"),
