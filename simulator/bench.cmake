@@ -1,8 +1,12 @@
 add_library(corvane_bench STATIC
   bench/archivecheck.cpp
+  bench/backupcheck.cpp
   bench/bench.cpp
   bench/benchfolder.cpp
+  bench/benchstick.cpp
   bench/bytesize.cpp
+  bench/earlierarchives.cpp
+  bench/firmware.cpp
   bench/interruption.cpp
   bench/jsonplace.cpp
   bench/options.cpp
@@ -22,21 +26,25 @@ add_library(corvane_bench STATIC
   bench/station.cpp
   bench/stationlog.cpp
   bench/statustext.cpp
+  bench/stickcontent.cpp
+  bench/stickparser.cpp
   bench/verbparser.cpp
   bench/verdict.cpp)
 target_compile_definitions(corvane_bench
   PUBLIC QT_NO_KEYWORDS # as the simulated hardware below it
   PRIVATE CORVANE_VERSION="${CORVANE_VERSION}"
           CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>"
+          CORVANE_STICK_PROGRAM="$<TARGET_FILE:corvane-stick>"
           CORVANE_TOOLS_FOLDER="${CMAKE_CURRENT_SOURCE_DIR}/tools")
 target_link_libraries(corvane_bench
-  PUBLIC corvane_sim_hardware Qt5::Core Qt5::Gui Qt5::Network
+  PUBLIC corvane_sim_hardware corvane_sim_stick Qt5::Core Qt5::Gui Qt5::Network
   PRIVATE QuaZip::QuaZip corvane_warnings)
 
 add_executable(corvane-sim bench/main.cpp)
 target_link_libraries(corvane-sim PRIVATE corvane_bench corvane_warnings)
 corvane_know_qt_order(corvane-sim)
 add_dependencies(corvane-sim corvane)
+add_dependencies(corvane_bench corvane-stick)
 
 # The bench reads the station's panel by the pictures that the station shows.
 set(panel_dir ${CMAKE_CURRENT_BINARY_DIR}/panel)

@@ -9,6 +9,7 @@ add_library(corvane_sim_hardware STATIC
   ${CMAKE_CURRENT_LIST_DIR}/pod/podmodel.cpp
   ${CMAKE_CURRENT_LIST_DIR}/pod/recording.cpp
   ${CMAKE_CURRENT_LIST_DIR}/pod/refusal.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/pod/replyforecast.cpp
   ${CMAKE_CURRENT_LIST_DIR}/pod/slipframing.cpp
   ${CMAKE_CURRENT_LIST_DIR}/testbed/nodeclient.cpp
   ${CMAKE_CURRENT_LIST_DIR}/testbed/nodeserver.cpp

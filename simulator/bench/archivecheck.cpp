@@ -1,6 +1,7 @@
 #include "bench/archivecheck.h"
 
 #include <QCryptographicHash>
+#include <QFile>
 #include <quazip/quazip.h>
 #include <quazip/quazipfile.h>
 
@@ -48,6 +49,15 @@ QString complaintAbout(const KnownRecording& recording, const std::vector<Archiv
 }
 
 } // namespace
+
+QByteArray fileDigest(const QString& path)
+{
+    QFile file(path);
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    if (!file.open(QIODevice::ReadOnly) || !hash.addData(&file))
+        return {};
+    return hash.result();
+}
 
 std::vector<ArchiveEntry> readArchive(const QString& path, QStringList& problems)
 {

@@ -22,6 +22,9 @@ struct KnownRecording
     QByteArray sha256;
 };
 
+/// SHA-256 of the whole file; empty when it cannot be read.
+QByteArray fileDigest(const QString& path);
+
 /// In the archive's order. An archive that cannot be opened adds to `problems`.
 std::vector<ArchiveEntry> readArchive(const QString& path, QStringList& problems);
 

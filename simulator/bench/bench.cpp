@@ -4,6 +4,8 @@
 #include "bench/statustext.h"
 #include "bench/verbparser.h"
 
+#include <QFileInfo>
+
 #include <chrono>
 
 namespace {
@@ -22,6 +24,7 @@ SandboxSettings sandboxFor(const BenchSettings& settings, const Scenario& scenar
     sandbox.station_folder = folder.station();
     sandbox.launcher_folder = folder.launcher();
     sandbox.stick_folder = folder.stick();
+    sandbox.stick_program = QStringLiteral(CORVANE_STICK_PROGRAM);
     sandbox.control_folder = folder.control();
     sandbox.tools_folder = QStringLiteral(CORVANE_TOOLS_FOLDER);
     sandbox.testbed_folder = rack.testbedFolder();
@@ -30,13 +33,28 @@ SandboxSettings sandboxFor(const BenchSettings& settings, const Scenario& scenar
     return sandbox;
 }
 
+/// Makes the firmware and puts its package onto the stick.
+std::optional<Firmware> bringFirmware(const std::optional<FirmwarePlan>& plan, quint64 seed,
+                                      const BenchStick& stick)
+{
+    if (!plan)
+        return std::nullopt;
+    Firmware firmware = makeFirmware(*plan, seed);
+    writePackage(firmware, stick.path(QStringLiteral("app.zip")));
+    return firmware;
+}
+
 } // namespace
 
 Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     : m_scenario(scenario)
     , m_window(settings.window)
     , m_folder(settings.kept_folder)
-    , m_rack(settings.seed)
+    , m_stick(m_folder.stick(), m_folder.control(), scenario.stick)
+    , m_firmware(bringFirmware(scenario.firmware, settings.seed, m_stick))
+    , m_stick_before(m_stick.listing(kStickLines))
+    , m_earlier(makeEarlierArchives(m_folder.archives(), scenario.earlier, settings.seed))
+    , m_rack(settings.seed, m_firmware)
     , m_station(sandboxFor(settings, scenario, m_folder, m_rack), m_folder.log(), settings.echo_log)
 {
     m_quit_patience.setSingleShot(true);
@@ -55,7 +73,7 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
 
 void Bench::start()
 {
-    m_folder.setStickInserted(m_scenario.stick_inserted);
+    m_stick.setInserted(m_scenario.stick.inserted);
     m_rack.plug(m_scenario.plugged);
     m_clock.start();
     startStation();
@@ -83,6 +101,11 @@ bool Bench::holds(const Condition& condition) const
         return m_station.podThreads() == condition.number;
     case Condition::Kind::Ended:
         return !m_station.running();
+    case Condition::Kind::StickBytes:
+    case Condition::Kind::StickLacks:
+    case Condition::Kind::StickMounted:
+    case Condition::Kind::StationBytes:
+        return holdsForFiles(condition);
     default:
         return holdsForPods(condition);
     }
@@ -101,6 +124,11 @@ bool Bench::holdsForPods(const Condition& condition) const
         return allPods(condition.slot_set, [](const PodReport& pod) { return pod.erased; });
     case Condition::Kind::Charged:
         return allPods(condition.slot_set, [](const PodReport& pod) { return pod.charged; });
+    case Condition::Kind::Bootloader:
+        return allPods(condition.slot_set,
+                       [](const PodReport& pod) { return pod.mode == PodMode::Bootloader; });
+    case Condition::Kind::Updated:
+        return allPods(condition.slot_set, isUpdated);
     case Condition::Kind::Vanished:
         for (int slot = 0; slot < kSlotCount; ++slot)
             if (condition.slot_set.test(slot) && m_rack.plugged(slot))
@@ -108,6 +136,22 @@ bool Bench::holdsForPods(const Condition& condition) const
         return true;
     default:
         return false;
+    }
+}
+
+bool Bench::holdsForFiles(const Condition& condition) const
+{
+    switch (condition.kind) {
+    case Condition::Kind::StickBytes:
+        return m_stick.bytesOf(condition.text) >= condition.number;
+    case Condition::Kind::StickLacks:
+        return !m_stick.holds(condition.text);
+    case Condition::Kind::StickMounted:
+        return m_station.mounted(QStringLiteral("/media/usbkey")) == (condition.number != 0);
+    default: {
+        const QFileInfo file(m_folder.station() + QLatin1Char('/') + condition.text);
+        return file.exists() && file.size() >= condition.number;
+    }
     }
 }
 
@@ -134,7 +178,7 @@ QString Bench::act(const verb::SetFault& fault)
 
 QString Bench::act(const verb::Stick& stick)
 {
-    m_folder.setStickInserted(stick.inserted);
+    m_stick.setInserted(stick.inserted);
     return {};
 }
 
@@ -183,7 +227,7 @@ QString Bench::act(const verb::RestartStation& /*restart*/)
 
 QString Bench::act(const verb::Status& /*status*/)
 {
-    return statusText(m_rack, m_folder, m_panel_code);
+    return statusText(m_rack, m_stick, m_panel_code);
 }
 
 QString Bench::act(const verb::Help& /*help*/)
@@ -207,7 +251,22 @@ void Bench::noteChange()
         for (int slot = 0; slot < kSlotCount; ++slot)
             if (m_rack.lastPod(slot) && m_rack.report(slot).readouts_begun > 0)
                 m_times.first_readout_ms = elapsedMs();
+    noteUpdates();
     Q_EMIT changed();
+}
+
+void Bench::noteUpdates()
+{
+    int updated = 0;
+    for (int slot = 0; slot < kSlotCount; ++slot) {
+        const PodReport pod = m_rack.report(slot);
+        updated += isUpdated(pod) ? 1 : 0;
+        if (m_times.first_bootloader_ms < 0 && pod.mode == PodMode::Bootloader)
+            m_times.first_bootloader_ms = elapsedMs();
+    }
+    if (updated > m_updated)
+        m_times.last_update_ms = elapsedMs();
+    m_updated = updated;
 }
 
 void Bench::readScreen()

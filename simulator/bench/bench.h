@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/benchfolder.h"
+#include "bench/benchstick.h"
 #include "bench/podrack.h"
 #include "bench/scenario.h"
 #include "bench/screenclient.h"
@@ -10,6 +11,9 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
+
+/// So many lines are told of what is on the stick.
+constexpr int kStickLines = 20;
 
 /// How a bench is set up.
 struct BenchSettings
@@ -25,7 +29,9 @@ struct BenchSettings
 struct BenchTimes
 {
     qint64 first_readout_ms = -1;
-    qint64 last_copy_ms = -1; ///< the panel began to say that the archive is on the stick
+    qint64 last_copy_ms = -1;        ///< the panel began to say that the archive is on the stick
+    qint64 first_bootloader_ms = -1; ///< the first pod was there
+    qint64 last_update_ms = -1;      ///< the last pod came back from it
 };
 
 /// The whole bench: pods, stick, screen and the station between them. Lives on the main thread,
@@ -47,6 +53,13 @@ public:
 
     bool quitAsked() const { return m_quitting; }
     const BenchFolder& folder() const { return m_folder; }
+    const BenchStick& stick() const { return m_stick; }
+    /// What was on the stick before the station started, a line each.
+    const QStringList& stickBefore() const { return m_stick_before; }
+    /// The station's archives of earlier days.
+    const std::vector<KnownArchive>& earlierArchives() const { return m_earlier; }
+    /// That the stick's package brings, if it has one.
+    const std::optional<Firmware>& firmware() const { return m_firmware; }
     const PodRack& rack() const { return m_rack; }
     const Station& station() const { return m_station; }
     const BenchTimes& times() const { return m_times; }
@@ -70,14 +83,20 @@ private:
 
     void startStation();
     void noteChange();
+    void noteUpdates();
     void readScreen();
     void touchQuitCorner();
     bool allPods(const SlotSet& slot_set, bool (*done)(const PodReport&)) const;
     bool holdsForPods(const Condition& condition) const;
+    bool holdsForFiles(const Condition& condition) const;
 
     Scenario m_scenario;
     bool m_window;
     BenchFolder m_folder;
+    BenchStick m_stick;
+    std::optional<Firmware> m_firmware;
+    QStringList m_stick_before;
+    std::vector<KnownArchive> m_earlier;
     PodRack m_rack;
     Station m_station;
     ScreenClient m_screen;
@@ -87,6 +106,7 @@ private:
     SlotSet m_empty_gauges;
     QElapsedTimer m_clock;
     BenchTimes m_times;
+    int m_updated = 0;
     bool m_quitting = false;
     QTimer m_quit_patience;
 };

@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr QFile::Permissions kUsable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
-
 void writeVersion(const QString& folder, const QByteArray& version)
 {
     QFile file(folder + QStringLiteral("/version"));
@@ -25,35 +23,13 @@ BenchFolder::BenchFolder(const QString& kept)
         throw BadInput(QStringLiteral("no temporary folder: %1").arg(m_temporary.errorString()));
     writeVersion(station(), CORVANE_VERSION);
     writeVersion(launcher(), "1.0");
-    QFile::setPermissions(stick(), kUsable);
-    if (!QDir().mkpath(stick()))
-        throw BadInput(QStringLiteral("cannot make the folder %1").arg(stick()));
-}
-
-bool BenchFolder::stickInserted() const
-{
-    return QFile::exists(stickMark());
-}
-
-void BenchFolder::setStickInserted(bool inserted) const
-{
-    QFile::setPermissions(stick(), inserted ? kUsable : QFile::Permissions());
-    if (inserted)
-        QFile(stickMark()).open(QIODevice::WriteOnly);
-    else
-        QFile::remove(stickMark());
 }
 
 QStringList BenchFolder::localArchives() const
 {
-    const QDir datas(station() + QStringLiteral("/datas"));
+    const QDir datas(archives());
     QStringList paths;
     for (const QString& name : datas.entryList({QStringLiteral("*.cvx")}, QDir::Files, QDir::Name))
         paths += datas.filePath(name);
     return paths;
-}
-
-QString BenchFolder::exportedArchive() const
-{
-    return stick() + QStringLiteral("/QVX_DATAS.cvx");
 }

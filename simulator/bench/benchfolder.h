@@ -24,17 +24,12 @@ public:
     QString control() const { return m_control.path(); }
     QString screenSocket() const { return m_control.filePath(QStringLiteral("screen")); }
 
-    bool stickInserted() const;
-    /// Pulling a stick that is mounted leaves the mount, as on the station, and every access to it
-    /// fails from then on.
-    void setStickInserted(bool inserted) const;
+    /// "datas" of the station.
+    QString archives() const { return station() + QStringLiteral("/datas"); }
     /// Full paths of the station's own archives, oldest first.
     QStringList localArchives() const;
-    QString exportedArchive() const;
 
 private:
-    QString stickMark() const { return m_control.filePath(QStringLiteral("stick-inserted")); }
-
     QTemporaryDir m_temporary;
     QTemporaryDir m_control;
     QDir m_root;

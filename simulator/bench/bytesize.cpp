@@ -22,7 +22,7 @@ quint64 unitOf(QChar letter)
 
 } // namespace
 
-quint32 byteCountFromText(const QString& text)
+quint64 largeByteCountFromText(const QString& text)
 {
     const QString trimmed = text.trimmed();
     const quint64 unit = trimmed.isEmpty() ? 1 : unitOf(trimmed.back());
@@ -30,10 +30,16 @@ quint32 byteCountFromText(const QString& text)
     const quint64 count = (unit == 1 ? trimmed : trimmed.chopped(1)).toUInt(&ok);
     if (!ok)
         throw BadInput(QStringLiteral("'%1' is no size: write 4096, 64K or 8M").arg(trimmed));
-    if (count * unit > std::numeric_limits<quint32>::max())
+    return count * unit;
+}
+
+quint32 byteCountFromText(const QString& text)
+{
+    const quint64 bytes = largeByteCountFromText(text);
+    if (bytes > std::numeric_limits<quint32>::max())
         throw BadInput(
-            QStringLiteral("'%1' is more than a recording can hold (4 GiB)").arg(trimmed));
-    return static_cast<quint32>(count * unit);
+            QStringLiteral("'%1' is more than a recording can hold (4 GiB)").arg(text.trimmed()));
+    return static_cast<quint32>(bytes);
 }
 
 SizeRange sizeRangeFromText(const QString& text)

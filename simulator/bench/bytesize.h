@@ -10,6 +10,8 @@ struct SizeRange
 };
 
 /// "4096", "64K", "8M" or "1G" (powers of 1024). Throws BadInput.
+quint64 largeByteCountFromText(const QString& text);
+/// Of a recording, which has less than 4 GiB. Throws BadInput.
 quint32 byteCountFromText(const QString& text);
 /// One count, or two with a dash between: "1M-16M". Throws BadInput.
 SizeRange sizeRangeFromText(const QString& text);

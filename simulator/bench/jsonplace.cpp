@@ -1,8 +1,11 @@
 #include "bench/jsonplace.h"
 
+#include "bench/bytesize.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <limits>
 #include <utility>
 
 namespace {
@@ -69,6 +72,16 @@ double JsonPlace::seconds() const
     if (!m_value.isDouble() || m_value.toDouble() < 0)
         refuse(QStringLiteral("a number of seconds is needed here"));
     return m_value.toDouble();
+}
+
+quint64 JsonPlace::bytes(quint64 most) const
+{
+    const quint64 count = isNumber()
+                              ? static_cast<quint64>(number(0, std::numeric_limits<int>::max()))
+                              : parsed(largeByteCountFromText);
+    if (count > most)
+        refuse(QStringLiteral("at most %1 bytes").arg(most));
+    return count;
 }
 
 SlotSet JsonPlace::slotSet() const

@@ -23,6 +23,8 @@ public:
     bool flag() const;
     int number(int least, int most) const;
     double seconds() const;
+    /// A number, or a size in text.
+    quint64 bytes(quint64 most) const;
     /// A slot index, or slots in text.
     SlotSet slotSet() const;
     std::vector<JsonPlace> elements() const;

@@ -21,9 +21,13 @@ void addOptions(QCommandLineParser& parser)
     add("size", "Size of the recordings: 4096, 64K, 8M (usual), or a range: 1M-16M.", "BYTES");
     add("speed", "What a pod sends a second at most (1200000; 0: no limit).", "BYTES");
     add("no-stick", "Start without the USB stick.", "");
+    add("stick-folder", "Copy what is in this folder onto the stick first.", "DIR");
+    add("stick-size", "What the stick holds: 64M (usual: as much as this disk has).", "BYTES");
+    add("stick-speed", "What the stick takes a second at most: 2M (0: no limit).", "BYTES");
     add("display", "Where the screen is: auto (usual), window, vnc or none.", "KIND");
     add("station", "The station program (usual: the one built beside the bench).", "PATH");
     add("scenario", "Play a scenario file.", "FILE");
+    add("firmware", "Put an update package with this image onto the stick.", "FILE");
     add("once", "Play to the end without a person, check everything, and exit 0 if it is right.",
         "");
     add("screenshot", "Where --once saves the screen's last picture (corvane.png).", "FILE");
@@ -70,17 +74,33 @@ PodPlan usualPodOf(const QCommandLineParser& parser)
     return plan;
 }
 
+StickPlan stickOf(const QCommandLineParser& parser)
+{
+    StickPlan plan;
+    plan.inserted = !parser.isSet(option("no-stick"));
+    plan.folder = parser.value(option("stick-folder"));
+    if (parser.isSet(option("stick-size")))
+        plan.settings.size_bytes = largeByteCountFromText(parser.value(option("stick-size")));
+    if (parser.isSet(option("stick-speed")))
+        plan.settings.bytes_per_second = byteCountFromText(parser.value(option("stick-speed")));
+    return plan;
+}
+
 void refuseContradictions(const QCommandLineParser& parser)
 {
     const auto both = [&parser](const char* one, const char* other) {
         return parser.isSet(option(one)) && parser.isSet(option(other));
     };
-    if (both("scenario", "pods") || both("scenario", "no-stick"))
+    if (both("scenario", "pods") || both("scenario", "no-stick") ||
+        both("scenario", "stick-folder") || both("scenario", "stick-size") ||
+        both("scenario", "stick-speed") || both("scenario", "firmware"))
         throw BadInput(
             QStringLiteral("with --scenario, the file says which pods and stick there are"));
     if (both("once", "no-stick"))
         throw BadInput(
             QStringLiteral("--once ends when the archive is on the stick: it needs one"));
+    if (both("firmware", "no-stick"))
+        throw BadInput(QStringLiteral("--firmware is on the stick: it needs one"));
     if (parser.isSet(option("screenshot")) && !parser.isSet(option("once")))
         throw BadInput(
             QStringLiteral("--screenshot belongs to --once; at the prompt, type screenshot"));
@@ -103,11 +123,12 @@ Options parseOptions(const QStringList& arguments)
     options.help = parser.isSet(option("help"));
     options.pods = static_cast<int>(numberOf(parser, "pods", kSlotCount, kSlotCount));
     options.usual_pod = usualPodOf(parser);
-    options.stick = !parser.isSet(option("no-stick"));
+    options.stick = stickOf(parser);
     options.display = displayOf(parser);
     options.station_program = parser.isSet(option("station")) ? parser.value(option("station"))
                                                               : option(CORVANE_STATION_PROGRAM);
     options.scenario_file = parser.value(option("scenario"));
+    options.firmware_file = parser.value(option("firmware"));
     options.once = parser.isSet(option("once"));
     options.screenshot_file = parser.isSet(option("screenshot"))
                                   ? parser.value(option("screenshot"))

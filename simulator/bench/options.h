@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/podplan.h"
+#include "bench/stickplan.h"
 
 #include <QString>
 #include <QStringList>
@@ -18,10 +19,11 @@ struct Options
     bool help = false;
     int pods = 30;
     PodPlan usual_pod;
-    bool stick = true;
+    StickPlan stick;
     Display display = Display::Auto;
     QString station_program;
     QString scenario_file;
+    QString firmware_file; ///< empty: none
     bool once = false;
     QString screenshot_file;
     QString kept_folder;

@@ -64,6 +64,8 @@ void addSystem(Arguments& arguments)
         arguments.add({QStringLiteral("--symlink"), QStringLiteral("usr/") + folder,
                        QLatin1Char('/') + folder});
     arguments.fresh("--proc", "/proc").fresh("--dev", "/dev").fresh("--tmpfs", "/tmp");
+    arguments.add({QStringLiteral("--dev-bind"), QStringLiteral("/dev/fuse"),
+                   QStringLiteral("/dev/fuse")}); // for the stick's server
     arguments.fresh("--dir", "/media/usbkey");
     arguments.fresh("--perms", "0700").fresh("--dir", "/run/user"); // Qt insists on the rights
 }
@@ -76,6 +78,7 @@ void addFolders(Arguments& arguments, const SandboxSettings& settings)
         .writable(settings.control_folder, "/run/corvane/control")
         .readOnly(settings.tools_folder, "/run/corvane/tools")
         .readOnly(settings.station_program, "/run/corvane/corvane")
+        .readOnly(settings.stick_program, "/run/corvane/corvane-stick")
         .add({QStringLiteral("--bind"), settings.testbed_folder, settings.testbed_folder});
     if (settings.download_space_bytes > 0)
         arguments.add({QStringLiteral("--size"), QString::number(settings.download_space_bytes)})

@@ -9,7 +9,8 @@ struct SandboxSettings
     QString station_program;
     QString station_folder;  ///< "/opt/Corvane"
     QString launcher_folder; ///< "/opt/CorvaneLauncher"
-    QString stick_folder;    ///< what the `mount` of the bench attaches at "/media/usbkey"
+    QString stick_folder;    ///< what is on the stick that the bench's `mount` attaches
+    QString stick_program;   ///< serves it there
     QString control_folder;
     QString tools_folder;            ///< `blkid`, `mount`, `umount`, start-station
     QString testbed_folder;          ///< the simulated devices

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "bench/earlierarchives.h"
+#include "bench/firmware.h"
 #include "bench/podplan.h"
 #include "bench/slotset.h"
+#include "bench/stickplan.h"
 
 #include <QPoint>
 #include <QStringList>
@@ -73,12 +76,18 @@ struct Condition
         Erased,
         Charged,
         Vanished,
-        GaugeFull,  ///< shown full, green and not charging
-        GaugeEmpty, ///< shown white
-        Log,        ///< text in at least `number` lines
-        Panel,      ///< number: the code whose picture is shown
-        PodThreads, ///< number: worker threads of pods alive in the station
-        Ended       ///< the station is not running
+        Bootloader,   ///< in it
+        Updated,      ///< back from it with what it was sent
+        GaugeFull,    ///< shown full, green and not charging
+        GaugeEmpty,   ///< shown white
+        Log,          ///< text in at least `number` lines
+        Panel,        ///< number: the code whose picture is shown
+        PodThreads,   ///< number: worker threads of pods alive in the station
+        StickBytes,   ///< the stick's file `text` has at least `number` bytes
+        StickLacks,   ///< there is no `text` on the stick
+        StickMounted, ///< number: 1 mounted by the station, 0 not
+        StationBytes, ///< the file `text` below the station's folder has at least `number` bytes
+        Ended         ///< the station is not running
     };
     Kind kind;
     SlotSet slot_set;
@@ -97,11 +106,17 @@ struct Expectations
 {
     SlotSet archived; ///< whose last recording must be in the archive, whole
     SlotSet erased;
-    SlotSet kept; ///< plugged or not, their recording must still be in them
+    SlotSet kept;    ///< plugged or not, their recording must still be in them
+    SlotSet updated; ///< run the scenario's firmware and refused nothing on the way
     QStringList log_contains;
     QStringList log_lacks;
     QStringList warnings; ///< texts that make a warning an expected one
     std::optional<int> entries;
+    std::optional<QStringList> local_archives; ///< exactly these are in "datas"
+    std::optional<QStringList> backup; ///< earlier archives that the stick's backup holds, in order
+    QStringList erased_archives;       ///< earlier archives that were to be given up
+    QStringList stick_holds;
+    QStringList stick_lacks;
     int exit_code = 0;
     bool on_stick = true; ///< the archive looked at is the stick's, else the station's last one
 };
@@ -111,8 +126,10 @@ struct Scenario
     QString name;
     std::array<PodPlan, kSlotCount> plans;
     SlotSet plugged;
-    bool stick_inserted = true;
-    qint64 download_space_bytes = 0; ///< room for the station's downloads; 0: not limited
+    StickPlan stick;
+    EarlierPlan earlier;
+    std::optional<FirmwarePlan> firmware; ///< whose package is on the stick
+    qint64 download_space_bytes = 0;      ///< room for the station's downloads; 0: not limited
     std::vector<Step> steps;
     Expectations expect;
     std::chrono::seconds time_limit{300};
@@ -122,3 +139,7 @@ struct Scenario
 /// charged; then, if run unattended, a screenshot (unless the name is empty) and the end.
 Scenario plainScenario(const PodPlan& plan, SlotSet slot_set, bool stick,
                        const QString& screenshot);
+
+/// The plain update: the given places plugged from the start, every pod updated and then charged.
+Scenario plainUpdate(const PodPlan& plan, SlotSet slot_set, const FirmwarePlan& firmware,
+                     const QString& screenshot);

@@ -1,7 +1,10 @@
 #include "bench/scenarioparser.h"
 
 #include "bench/jsonplace.h"
+#include "bench/stickparser.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QMap>
 
 #include <functional>
@@ -49,6 +52,16 @@ void readPlan(const JsonPlace& place, PodPlan& plan)
         {key("fault"), [&](const JsonPlace& value) { plan.fault = faultOf(value); }},
         {key("unplug at byte"),
          [&](const JsonPlace& value) { plan.unplug_at_byte = value.number(1, kMost); }},
+        {key("bootloader"), [&](const JsonPlace& value) { plan.in_bootloader = value.flag(); }},
+        {key("resume at byte"),
+         [&](const JsonPlace& value) {
+             plan.resume_at_byte = static_cast<quint32>(value.bytes(kFlashBytes));
+         }},
+        {key("restart time"),
+         [&](const JsonPlace& value) {
+             plan.restart_time =
+                 std::chrono::milliseconds(static_cast<int>(value.seconds() * 1000));
+         }},
         {key("udid"), [&](const JsonPlace& value) { plan.udid = value.parsed(udidFromText); }},
     };
     place.allowMembers(readers.keys() << key("slots") << key("plugged"));
@@ -71,12 +84,24 @@ void readPods(const JsonPlace& place, Scenario& scenario)
     }
 }
 
+FirmwarePlan firmwarePlanOf(const JsonPlace& place, const QString& file_name)
+{
+    place.allowMembers({key("file"), key("size"), key("escaped reply")});
+    if (place.has(key("file")) == place.has(key("size")))
+        place.refuse(QStringLiteral("one of file, size is needed here"));
+    FirmwarePlan plan;
+    if (place.has(key("file"))) // as the scenario's author sees it
+        plan.file = QFileInfo(file_name).dir().filePath(place.member(key("file")).text());
+    else
+        plan.size_bytes = static_cast<quint32>(place.member(key("size")).bytes(kFlashBytes));
+    if (place.has(key("escaped reply")))
+        plan.escaped_reply = place.member(key("escaped reply")).flag();
+    return plan;
+}
+
 verb::Stick stickOf(const JsonPlace& place)
 {
-    const QString state = place.text();
-    if (state != QLatin1String("in") && state != QLatin1String("out"))
-        place.refuse(QStringLiteral("a stick is \"in\" or \"out\""));
-    return {state == QLatin1String("in")};
+    return {insertedOf(place)};
 }
 
 verb::Plug plugOf(const JsonPlace& place, const PodPlan& usual)
@@ -144,6 +169,8 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
                                               {key("readout completed"), Kind::ReadoutCompleted},
                                               {key("charged"), Kind::Charged},
                                               {key("vanished"), Kind::Vanished},
+                                              {key("bootloader"), Kind::Bootloader},
+                                              {key("updated"), Kind::Updated},
                                               {key("gauge full"), Kind::GaugeFull},
                                               {key("gauge empty"), Kind::GaugeEmpty}};
     if (of_slots.contains(event))
@@ -152,10 +179,26 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
         return {Kind::Panel, SlotSet(), QString(), value.number(-2, 2)};
     if (event == key("pod threads"))
         return {Kind::PodThreads, SlotSet(), QString(), value.number(0, kSlotCount)};
+    if (event == key("stick lacks"))
+        return {Kind::StickLacks, SlotSet(), value.text(), 0};
+    if (event == key("stick mounted"))
+        return {Kind::StickMounted, SlotSet(), QString(), value.flag() ? 1 : 0};
     if (event == key("ended") && value.flag())
         return {Kind::Ended, SlotSet(), QString(), 0};
-    value.refuse(QStringLiteral("unknown event; known are: log, panel, pod threads, ended, %1")
+    value.refuse(QStringLiteral("unknown event; known are: log, panel, pod threads, stick bytes, "
+                                "stick lacks, stick mounted, station bytes, ended, %1")
                      .arg(QStringList(of_slots.keys()).join(QStringLiteral(", "))));
+}
+
+/// {"FILE": least bytes}, one condition a file.
+void readBytes(const JsonPlace& files, Kind kind, Step& step)
+{
+    for (const QString& name : files.memberNames()) {
+        const JsonPlace least = files.member(name);
+        if (QDir::isAbsolutePath(name) || name.contains(QLatin1String("..")))
+            least.refuse(QStringLiteral("a name below the folder is needed here"));
+        step.conditions.push_back({kind, SlotSet(), name, least.number(0, kMost)});
+    }
 }
 
 Condition logCondition(const JsonPlace& after)
@@ -171,6 +214,10 @@ void readAfter(const JsonPlace& after, Step& step)
     for (const QString& event : after.memberNames()) {
         if (event == key("log") || (event == key("times") && !after.has(key("log"))))
             step.conditions.push_back(logCondition(after));
+        else if (event == key("stick bytes"))
+            readBytes(after.member(event), Kind::StickBytes, step);
+        else if (event == key("station bytes"))
+            readBytes(after.member(event), Kind::StationBytes, step);
         else if (event != key("times"))
             step.conditions.push_back(conditionOf(event, after.member(event)));
     }
@@ -206,12 +253,20 @@ Expectations readExpectations(const JsonPlace& place)
         {key("archived"), [&](const JsonPlace& value) { expect.archived = value.slotSet(); }},
         {key("erased"), [&](const JsonPlace& value) { expect.erased = value.slotSet(); }},
         {key("kept"), [&](const JsonPlace& value) { expect.kept = value.slotSet(); }},
+        {key("updated"), [&](const JsonPlace& value) { expect.updated = value.slotSet(); }},
         {key("log contains"), [&](const JsonPlace& value) { expect.log_contains = value.texts(); }},
         {key("log lacks"), [&](const JsonPlace& value) { expect.log_lacks = value.texts(); }},
         {key("warnings"), [&](const JsonPlace& value) { expect.warnings = value.texts(); }},
         {key("entries"), [&](const JsonPlace& value) { expect.entries = value.number(0, kMost); }},
         {key("exit code"),
          [&](const JsonPlace& value) { expect.exit_code = value.number(0, 255); }},
+        {key("local archives"),
+         [&](const JsonPlace& value) { expect.local_archives = value.texts(); }},
+        {key("backup"), [&](const JsonPlace& value) { expect.backup = value.texts(); }},
+        {key("erased archives"),
+         [&](const JsonPlace& value) { expect.erased_archives = value.texts(); }},
+        {key("stick holds"), [&](const JsonPlace& value) { expect.stick_holds = value.texts(); }},
+        {key("stick lacks"), [&](const JsonPlace& value) { expect.stick_lacks = value.texts(); }},
         {key("on stick"), [&](const JsonPlace& value) { expect.on_stick = value.flag(); }},
     };
     place.allowMembers(readers.keys());
@@ -227,14 +282,20 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
 {
     const JsonPlace file = JsonPlace::parse(json, file_name);
     file.allowMembers({key("name"), key("pods"), key("stick"), key("steps"), key("expect"),
-                       key("time limit"), key("download space")});
+                       key("time limit"), key("download space"), key("archives"), key("firmware")});
     Scenario scenario;
     scenario.name = file.member(key("name")).text();
     scenario.plans.fill(usual);
     if (file.has(key("pods")))
         readPods(file.member(key("pods")), scenario);
     if (file.has(key("stick")))
-        scenario.stick_inserted = stickOf(file.member(key("stick"))).inserted;
+        scenario.stick = stickPlanOf(file.member(key("stick")));
+    if (!scenario.stick.folder.isEmpty()) // as the file's author sees it
+        scenario.stick.folder = QFileInfo(file_name).dir().filePath(scenario.stick.folder);
+    if (file.has(key("firmware")))
+        scenario.firmware = firmwarePlanOf(file.member(key("firmware")), file_name);
+    if (file.has(key("archives")))
+        scenario.earlier = earlierPlanOf(file.member(key("archives")));
     if (file.has(key("download space")))
         scenario.download_space_bytes = sizeOf(file.member(key("download space"))).max_bytes;
     if (file.has(key("time limit")))
@@ -243,5 +304,7 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
         scenario.steps.push_back(
             readStep(step, QStringLiteral("step %1").arg(scenario.steps.size() + 1), usual));
     scenario.expect = readExpectations(file.member(key("expect")));
+    if (scenario.expect.updated.any() && !scenario.firmware)
+        file.refuse(QStringLiteral("'updated' is expected, but there is no 'firmware'"));
     return scenario;
 }

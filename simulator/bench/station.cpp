@@ -72,6 +72,13 @@ int Station::podThreads() const
     return pid > 0 ? qMax(0, plain - kThreadsWithoutPods) : 0;
 }
 
+bool Station::mounted(const QString& folder) const
+{
+    QFile mounts(QStringLiteral("/proc/%1/mounts").arg(stationPid()));
+    return mounts.open(QIODevice::ReadOnly) &&
+           mounts.readAll().contains(QByteArray(" ") + QFile::encodeName(folder) + " ");
+}
+
 void Station::readOutput()
 {
     const QByteArray output = m_process.readAll();
@@ -91,7 +98,7 @@ void Station::noteEnd(int exit_code, QProcess::ExitStatus status)
 }
 
 /// bwrap watches from outside, its second process is the first of the private root, and the
-/// station is that one's only child.
+/// station is that one's first child; the stick's server joins it there.
 qint64 Station::stationPid() const
 {
     qint64 pid = m_process.processId();

@@ -37,6 +37,8 @@ public:
     int podThreads() const;
     /// 0 while there is none.
     qint64 stationPid() const;
+    /// Whether something is mounted there in the private root.
+    bool mounted(const QString& folder) const;
 
 Q_SIGNALS:
     void logged();

@@ -19,6 +19,10 @@ QString stateOf(const PodRack& rack, int slot)
     const PodReport report = rack.report(slot);
     if (!rack.plugged(slot))
         return report.erased ? QStringLiteral("gone, erased") : QStringLiteral("gone, not erased");
+    if (report.mode == PodMode::Bootloader)
+        return QStringLiteral("in its bootloader");
+    if (isUpdated(report))
+        return QStringLiteral("updated");
     if (report.charged)
         return QStringLiteral("erased, full");
     if (report.erased)
@@ -44,14 +48,14 @@ QString lineOf(const PodRack& rack, int slot)
 
 } // namespace
 
-QString statusText(const PodRack& rack, const BenchFolder& folder, std::optional<int> panel_code)
+QString statusText(const PodRack& rack, const BenchStick& stick, std::optional<int> panel_code)
 {
     QString text;
     for (int slot = 0; slot < kSlotCount; ++slot)
         if (rack.lastPod(slot))
             text += lineOf(rack, slot);
     text += QStringLiteral("stick %1, panel: %2\n")
-                .arg(folder.stickInserted() ? QStringLiteral("in") : QStringLiteral("out"),
+                .arg(stick.inserted() ? QStringLiteral("in") : QStringLiteral("out"),
                      panelText(panel_code));
     return text;
 }

@@ -1,30 +1,38 @@
 #include "bench/verdict.h"
 
 #include "bench/archivecheck.h"
+#include "bench/backupcheck.h"
+
+#include <QFileInfo>
 
 #include <algorithm>
 
 namespace {
 
 constexpr int kLastLines = 20;
+const QString kExport = QStringLiteral("QVX_DATAS.cvx");
+const QString kBackup = QStringLiteral("backup.zip");
 
 using Entries = std::vector<ArchiveEntry>;
 using Recordings = std::vector<KnownRecording>;
 
-QString archiveOf(const BenchFolder& folder, const Expectations& expect)
+QString archiveOf(const Bench& bench, const Expectations& expect)
 {
-    const QStringList local = folder.localArchives();
-    return expect.on_stick || local.isEmpty() ? folder.exportedArchive() : local.back();
+    const QStringList local = bench.folder().localArchives();
+    return expect.on_stick || local.isEmpty() ? bench.stick().path(kExport) : local.back();
 }
 
 void checkExport(const Bench& bench, const Expectations& expect, Verdict& verdict)
 {
+    // Pods that are updated are not read out: with no others, there is nothing to export.
+    if (expect.archived.none() && expect.updated.any() && !expect.entries)
+        return;
     const Recordings required = bench.rack().recordings(expect.archived);
     // A pod pulled between its archiving and its erasing is in the archive too, and whole.
     Recordings known = bench.rack().erasedRecordings();
     const Recordings present = bench.rack().recordings(firstSlots(kSlotCount));
     known.insert(known.end(), present.begin(), present.end());
-    const Entries entries = readArchive(archiveOf(bench.folder(), expect), verdict.problems);
+    const Entries entries = readArchive(archiveOf(bench, expect), verdict.problems);
     verdict.problems += checkArchive(entries, required, known);
     for (const KnownRecording& recording : required)
         if (holdsRecording(entries, recording)) {
@@ -42,15 +50,48 @@ void checkNothingLost(const Bench& bench, Verdict& verdict)
     Entries entries;
     QStringList unreadable; // a later check's business, if anybody's: only what is lost counts here
     const QStringList local = bench.folder().localArchives();
-    for (const QString& path : local + QStringList{bench.folder().exportedArchive()}) {
+    for (const QString& path : local + QStringList{bench.stick().path(kExport)}) {
         const Entries more = readArchive(path, unreadable);
         entries.insert(entries.end(), more.begin(), more.end());
     }
+    const Entries backed_up = readBackedUpArchives(bench.stick().path(kBackup));
+    entries.insert(entries.end(), backed_up.begin(), backed_up.end());
     for (const KnownRecording& recording : bench.rack().erasedRecordings())
         if (!holdsRecording(entries, recording))
             verdict.problems += QStringLiteral("LOST: place %1 was erased and %2 is in no archive")
                                     .arg(recording.slot)
                                     .arg(recording.name);
+}
+
+void checkEarlier(const Bench& bench, const Expectations& expect, Verdict& verdict)
+{
+    QStringList unreadable; // a fault only where a backup is expected
+    const Entries backup = readArchive(bench.stick().path(kBackup), unreadable);
+    verdict.problems += checkEarlierArchives(bench.earlierArchives(), bench.folder().archives(),
+                                             backup, expect.erased_archives);
+    if (expect.backup) {
+        verdict.problems += unreadable;
+        verdict.problems += checkBackup(backup, *expect.backup, bench.earlierArchives());
+    }
+}
+
+void checkFiles(const Bench& bench, const Expectations& expect, Verdict& verdict)
+{
+    QStringList local;
+    for (const QString& path : bench.folder().localArchives())
+        local += QFileInfo(path).fileName();
+    if (expect.local_archives && local != *expect.local_archives)
+        verdict.problems += QStringLiteral("the station's archives are %1, not %2")
+                                .arg(local.join(QStringLiteral(", ")),
+                                     expect.local_archives->join(QStringLiteral(", ")));
+    for (const QString& name : expect.stick_holds)
+        if (!bench.stick().holds(name))
+            verdict.problems += QStringLiteral("the stick lacks '%1'").arg(name);
+    for (const QString& name : expect.stick_lacks)
+        if (bench.stick().holds(name))
+            verdict.problems += QStringLiteral("the stick holds '%1'").arg(name);
+    for (const QString& line : bench.stick().complaints())
+        verdict.problems += QStringLiteral("the stick's server: %1").arg(line);
 }
 
 void checkPods(const PodRack& rack, const Expectations& expect, Verdict& verdict)
@@ -61,6 +102,26 @@ void checkPods(const PodRack& rack, const Expectations& expect, Verdict& verdict
             verdict.problems += QStringLiteral("place %1 was not erased").arg(slot);
         if (expect.kept.test(slot) && erased)
             verdict.problems += QStringLiteral("place %1 was erased").arg(slot);
+    }
+}
+
+void checkUpdates(const Bench& bench, const Expectations& expect, Verdict& verdict)
+{
+    for (int slot = 0; slot < kSlotCount; ++slot) {
+        if (!expect.updated.test(slot))
+            continue;
+        const PodReport pod = bench.rack().report(slot);
+        const QString refused = refusalText(pod.bootloader.refusals);
+        if (!refused.isEmpty())
+            verdict.problems +=
+                QStringLiteral("place %1 refused: %2").arg(QString::number(slot), refused);
+        if (pod.mode != PodMode::Normal || pod.firmware_sha256 != bench.firmware()->sha256()) {
+            verdict.problems += QStringLiteral("place %1 does not run the new firmware").arg(slot);
+            continue;
+        }
+        ++verdict.updated;
+        verdict.update_bus_bytes += pod.bootloader.bus_bytes;
+        verdict.update_image_bytes += pod.bootloader.image_bytes;
     }
 }
 
@@ -76,6 +137,16 @@ void checkLog(const StationLog& log, const Expectations& expect, Verdict& verdic
         verdict.problems += QStringLiteral("unexpected: %1").arg(line);
 }
 
+QString stickText(const char* when, const QStringList& lines)
+{
+    QString text =
+        QStringLiteral("The stick %1:%2\n")
+            .arg(QLatin1String(when), lines.isEmpty() ? QStringLiteral(" empty") : QString());
+    for (const QString& line : lines)
+        text += QStringLiteral("  %1\n").arg(line);
+    return text;
+}
+
 QString throughput(const BenchTimes& times, quint64 bytes)
 {
     if (times.first_readout_ms < 0 || times.last_copy_ms <= times.first_readout_ms)
@@ -86,15 +157,33 @@ QString throughput(const BenchTimes& times, quint64 bytes)
         .arg(static_cast<double>(bytes) / 1e6 / seconds, 0, 'f', 1);
 }
 
+QString updateText(const BenchTimes& times, const Verdict& verdict)
+{
+    if (verdict.updated == 0 || verdict.update_image_bytes == 0)
+        return {};
+    const double seconds =
+        static_cast<double>(times.last_update_ms - times.first_bootloader_ms) / 1000;
+    const double ratio = static_cast<double>(verdict.update_bus_bytes) /
+                         static_cast<double>(verdict.update_image_bytes);
+    return QStringLiteral(
+               "%1 pods updated in %2 s from the first in its bootloader to the last back "
+               "from it (%3 bytes on the bus for one of the image)\n")
+        .arg(verdict.updated)
+        .arg(seconds, 0, 'f', 1)
+        .arg(ratio, 0, 'f', 3);
+}
+
 } // namespace
 
 Verdict judge(const Bench& bench, const Expectations& expect)
 {
     Verdict verdict;
-    bench.folder().setStickInserted(true); // a pulled stick cannot be read here either
     checkExport(bench, expect, verdict);
     checkNothingLost(bench, verdict);
+    checkEarlier(bench, expect, verdict);
+    checkFiles(bench, expect, verdict);
     checkPods(bench.rack(), expect, verdict);
+    checkUpdates(bench, expect, verdict);
     checkLog(bench.station().log(), expect, verdict);
     const int exit_code = bench.station().exitCode().value_or(-1);
     if (exit_code != expect.exit_code)
@@ -110,6 +199,9 @@ QString summary(const Bench& bench, const Verdict& verdict)
                        .arg(verdict.recordings)
                        .arg(static_cast<double>(verdict.recorded_bytes) / 1e6, 0, 'f', 1)
                        .arg(throughput(bench.times(), verdict.recorded_bytes));
+    text += updateText(bench.times(), verdict);
+    text += stickText("before", bench.stickBefore());
+    text += stickText("after", bench.stick().listing(kStickLines));
     for (const QString& problem : verdict.problems)
         text += QStringLiteral("MISMATCH: %1\n").arg(problem);
     if (verdict.good())

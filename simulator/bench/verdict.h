@@ -9,13 +9,17 @@ struct Verdict
 {
     int recordings = 0; ///< in the archive
     quint64 recorded_bytes = 0;
-    QStringList problems; ///< empty when everything was as expected
+    int updated = 0; ///< pods that run the scenario's firmware, as was expected of them
+    quint64 update_bus_bytes = 0;   ///< sent to these
+    quint64 update_image_bytes = 0; ///< of the image, in what was sent to them
+    QStringList problems;           ///< empty when everything was as expected
 
     bool good() const { return problems.isEmpty(); }
 };
 
-/// Holds a finished bench against its expectations. Besides those, one thing must be true of every
-/// run: a recording that was erased from a pod is whole in an archive of the station or the stick.
+/// Holds a finished bench against its expectations. Besides those, two things must be true of every
+/// run: a recording that was erased from a pod is whole in an archive of the station or the stick,
+/// and so is each of the station's earlier archives that was not to be erased.
 Verdict judge(const Bench& bench, const Expectations& expect);
 
 /// For people: pods, bytes, seconds, MB/s, and each problem on a line.

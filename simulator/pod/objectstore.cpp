@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr quint32 kFlashBytes = 1024 * 1024;
-
 quint32 continuedCrc(quint32 crc, const QByteArray& bytes)
 {
     return quint32(

@@ -5,6 +5,9 @@
 
 #include <optional>
 
+/// The largest image that a pod can hold.
+constexpr quint32 kFlashBytes = 1024 * 1024;
+
 /// How large the objects may be that a bootloader takes.
 struct ObjectLimits
 {

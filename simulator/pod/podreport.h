@@ -31,6 +31,12 @@ struct PodReport
     SerialLine line;
 };
 
+/// It came back from its bootloader with what it was sent.
+inline bool isUpdated(const PodReport& pod)
+{
+    return pod.mode == PodMode::Normal && pod.updates_completed > 0;
+}
+
 enum class PodEvent {
     ReadoutBegun,
     ReadoutCompleted,

@@ -2,8 +2,6 @@
 
 #include "usb/usbdevice.h"
 
-#include <QTimer>
-
 namespace {
 constexpr int kHubs = 5;
 constexpr int kHighestDeviceNumber = 127;
@@ -16,6 +14,11 @@ UsbBus::UsbBus()
 {
     qRegisterMetaType<PodEvent>();
     connect(this, &UsbBus::podEvent, this, &UsbBus::onPodEvent, Qt::QueuedConnection);
+    for (int slot = 0; slot < kSlotCount; ++slot) {
+        QTimer& timer = m_places.at(size_t(slot)).restart;
+        timer.setSingleShot(true);
+        connect(&timer, &QTimer::timeout, this, [this, slot] { restart(slot); });
+    }
     addDevice({{}, nextDeviceNumber()}, UsbDescription::rootHub(), nullptr);
     for (int hub = 1; hub <= kHubs; ++hub)
         addDevice({UsbAddress::portsOfHub(hub), nextDeviceNumber()}, UsbDescription::sevenPortHub(),
@@ -66,7 +69,9 @@ void UsbBus::plug(int slot, const PodSettings& settings)
 void UsbBus::unplug(int slot)
 {
     leave(slot);
-    m_places.at(size_t(slot)).stay = 0;
+    Place& place = m_places.at(size_t(slot));
+    place.restart.stop();
+    place.stay = 0;
 }
 
 void UsbBus::enter(int slot)
@@ -149,10 +154,7 @@ void UsbBus::onPodEvent(int slot, quint64 stay, PodEvent event)
         if (!still_there)
             break;
         leave(slot);
-        QTimer::singleShot(place(slot).pod->settings().restart_time, this, [this, slot, stay] {
-            if (place(slot).stay == stay)
-                restart(slot);
-        });
+        m_places.at(size_t(slot)).restart.start(place(slot).pod->settings().restart_time);
         break;
     case PodEvent::Vanished:
         if (!still_there)

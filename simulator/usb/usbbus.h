@@ -6,6 +6,7 @@
 #include "usb/ueventsender.h"
 
 #include <QObject>
+#include <QTimer>
 
 #include <array>
 #include <memory>
@@ -69,6 +70,7 @@ private:
         std::optional<UsbAddress> address; ///< none while the pod is not on the bus
         std::shared_ptr<PodModel> pod;     ///< kept for its report when it has left
         std::shared_ptr<UsbDevice> device; ///< the last one
+        QTimer restart;                    ///< runs while the pod is to come back
     };
 
     std::shared_ptr<UsbDevice> addDevice(const UsbAddress& address,

@@ -53,12 +53,19 @@ private Q_SLOTS:
     void refusesOptions_data();
     void refusesOptions();
     void writesSlotsAsItReadsThem();
+
+private:
+    static void checkStick(const Scenario& scenario);
 };
 
 void BenchInputTest::readsAWholeScenario()
 {
     const Scenario scenario = parse(R"({
-        "name": "demo", "stick": "out", "time limit": 7,
+        "name": "demo", "time limit": 7, "archives": {"count": 5, "size": "4K"},
+        "stick": {"inserted": false, "folder": "for the stick", "size": "8G", "speed": "2M",
+                  "pull at byte": 1000000,
+                  "content": {"; reboot": "3", "big": {"size": "2G"}, "dir": {"folder": true},
+                              "away": {"link": "/etc"}, "bad": {"unreadable": true}}},
         "pods": [{"slots": "0-2", "size": "1K-2K", "speed": 0},
                  {"slots": 1, "fault": "no answer", "udid": "0123456789abcdef"},
                  {"slots": 2, "plugged": false}],
@@ -66,19 +73,24 @@ void BenchInputTest::readsAWholeScenario()
                   {"after": {"erased": "0,2", "log": "Hash", "times": 3}, "unplug": 0},
                   {"after": {"panel": -1}, "plug": {"slots": 5, "fault": "short read", "size": 9}},
                   {"after": {"ended": true}, "station": "restart"},
+                  {"after": {"stick bytes": {"backup.zip": 9}, "stick mounted": true,
+                             "stick lacks": "cmd_gen_backup.txt",
+                             "station bytes": {"tmp_back/datas_2.cvx": 0}}, "stick": "out"},
                   {"touch": [479, 271]}],
         "expect": {"archived": "0,2", "kept": 1, "warnings": ["Download"], "entries": 3,
-                   "exit code": 137, "on stick": false}})");
+                   "exit code": 137, "on stick": false,
+                   "local archives": ["0000000004.cvx"], "backup": [],
+                   "erased archives": ["0000000001.cvx"], "stick holds": ["a"],
+                   "stick lacks": ["b", "c"]}})");
 
     QCOMPARE(scenario.plugged, slotSetFromText(QStringLiteral("0-1")));
-    QVERIFY(!scenario.stick_inserted);
     QCOMPARE(scenario.plans[1].size.max_bytes, 2048U);
     QCOMPARE(scenario.plans[1].bytes_per_second, 0U);
     QCOMPARE(scenario.plans[1].fault, PodFault::NoAnswer);
     QCOMPARE(scenario.plans[0].fault, PodFault::None);
     QCOMPARE(*scenario.plans[1].udid, QByteArray::fromHex("0123456789ABCDEF"));
 
-    QCOMPARE(scenario.steps.size(), std::size_t(5));
+    QCOMPARE(scenario.steps.size(), std::size_t(6));
     QCOMPARE(scenario.steps[0].conditions[0].number, 1500);
     QVERIFY(std::get<verb::Stick>(scenario.steps[0].action).inserted);
     QCOMPARE(scenario.steps[1].conditions.size(), std::size_t(2));
@@ -86,12 +98,41 @@ void BenchInputTest::readsAWholeScenario()
     QCOMPARE(scenario.steps[2].conditions[0].number, -1);
     QCOMPARE(std::get<verb::Plug>(scenario.steps[2].action).plan->size.min_bytes, 9U);
     QVERIFY(std::holds_alternative<verb::RestartStation>(scenario.steps[3].action));
-    QCOMPARE(std::get<verb::Touch>(scenario.steps[4].action).at, QPoint(479, 271));
+    const auto& files = scenario.steps[4].conditions;
+    QCOMPARE(files.size(), std::size_t(4));
+    QCOMPARE(files[0].kind, Condition::Kind::StationBytes);
+    QCOMPARE(files[0].text, QStringLiteral("tmp_back/datas_2.cvx"));
+    QCOMPARE(files[1].kind, Condition::Kind::StickBytes);
+    QCOMPARE(files[1].number, 9);
+    QCOMPARE(std::get<verb::Touch>(scenario.steps[5].action).at, QPoint(479, 271));
 
     QCOMPARE(scenario.expect.kept, slotSetOf(1));
     QCOMPARE(*scenario.expect.entries, 3);
     QCOMPARE(scenario.expect.exit_code, 137);
     QVERIFY(!scenario.expect.on_stick);
+    QCOMPARE(*scenario.expect.local_archives, QStringList(QStringLiteral("0000000004.cvx")));
+    QCOMPARE(*scenario.expect.backup, QStringList());
+    QCOMPARE(scenario.expect.stick_lacks.size(), 2);
+    checkStick(scenario);
+}
+
+void BenchInputTest::checkStick(const Scenario& scenario)
+{
+    QCOMPARE(scenario.earlier.count, 5);
+    QCOMPARE(scenario.earlier.size_bytes, 4096U);
+    const StickPlan& stick = scenario.stick;
+    QVERIFY(!stick.inserted);
+    QCOMPARE(stick.folder, QStringLiteral("./for the stick"));
+    QCOMPARE(stick.items.size(), std::size_t(5));
+    QCOMPARE(stick.items[0].text, QStringLiteral("3"));
+    QCOMPARE(stick.items[1].text, QStringLiteral("/etc"));
+    QCOMPARE(stick.items[2].kind, StickItem::Kind::Unreadable);
+    QCOMPARE(stick.items[3].size_bytes, quint64(2) << 30);
+    QCOMPARE(stick.items[4].kind, StickItem::Kind::Folder);
+    const StickSettings read_back = StickSettings::fromText(stick.settings.toText());
+    QCOMPARE(read_back.size_bytes, quint64(8) << 30);
+    QCOMPARE(read_back.bytes_per_second, 2U << 20);
+    QCOMPARE(read_back.pull_at_byte, quint64(1000000));
 }
 
 void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
@@ -107,7 +148,7 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("no name", "{}", "demo.json: 'name' is missing");
     row("unknown member", R"({"podz": 1})",
         "demo.json: unknown 'podz'; known are: name, pods, stick, steps, expect, time limit, "
-        "download space");
+        "download space, archives");
     row("pods no list", R"({"pods": 3)" + tail, "demo.json: pods: a list is needed here");
     row("no slots", R"({"pods": [{}])" + tail, "demo.json: pods[0]: 'slots' is missing");
     row("slot 30", R"({"pods": [{"slots": 30}])" + tail,
@@ -125,6 +166,19 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("udid", R"({"pods": [{"slots": 1, "udid": "12"}])" + tail,
         "demo.json: pods[0].udid: an identifier has 16 hexadecimal digits");
     row("stick", R"({"stick": "up")" + tail, R"(demo.json: stick: a stick is "in" or "out")");
+    row("stick member", R"({"stick": {"sise": 1})" + tail,
+        "demo.json: stick: unknown 'sise'; known are: inserted, folder, content, size, speed, "
+        "pull at byte");
+    row("stick speed", R"({"stick": {"speed": "8G"})" + tail,
+        "demo.json: stick.speed: at most 4294967295 bytes");
+    row("stick name", R"({"stick": {"content": {"../x": ""}})" + tail,
+        "demo.json: stick.content.../x: that is no name in the stick's root");
+    row("stick item", R"({"stick": {"content": {"x": {"size": 1, "link": "y"}}})" + tail,
+        "demo.json: stick.content.x: one of size, folder, link, unreadable is needed here");
+    row("stick flag", R"({"stick": {"content": {"x": {"folder": false}}})" + tail,
+        "demo.json: stick.content.x.folder: only true makes sense here");
+    row("archives", R"({"archives": {"count": 101})" + tail,
+        "demo.json: archives.count: a whole number from 0 to 100 is needed here");
     row("flag", R"({"pods": [{"slots": 1, "plugged": 1}])" + tail,
         "demo.json: pods[0].plugged: true or false is needed here");
     row("two verbs", withSteps(R"({"plug": 1, "unplug": 2})"),
@@ -137,8 +191,10 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
         "demo.json: steps[0].at: a number of seconds is needed here");
     row("event", withSteps(R"({"after": {"lunch": 1}, "plug": 1})"),
         "demo.json: steps[0].after.lunch: unknown event; known are: log, panel, pod threads, "
-        "ended, "
+        "stick bytes, stick lacks, stick mounted, station bytes, ended, "
         "charged, erased, gauge empty, gauge full, readout begun, readout completed, vanished");
+    row("file outside", withSteps(R"({"after": {"station bytes": {"../x": 1}}, "plug": 1})"),
+        "demo.json: steps[0].after.station bytes.../x: a name below the folder is needed here");
     row("no event", withSteps(R"({"after": {}, "plug": 1})"),
         "demo.json: steps[0].after: an event is needed here");
     row("times alone", withSteps(R"({"after": {"times": 2}, "plug": 1})"),
@@ -149,8 +205,9 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("station", withSteps(R"({"station": "sleep"})"),
         "demo.json: steps[0].station: unknown 'sleep'; a station can: kill, quit, restart");
     row("expect", R"({"name": "t", "steps": [], "expect": {"luck": 1}})",
-        "demo.json: expect: unknown 'luck'; known are: archived, entries, erased, exit code, kept, "
-        "log contains, log lacks, on stick, warnings");
+        "demo.json: expect: unknown 'luck'; known are: archived, backup, entries, erased, erased "
+        "archives, exit code, kept, local archives, log contains, log lacks, on stick, stick "
+        "holds, stick lacks, warnings");
     row("texts", R"({"name": "t", "steps": [], "expect": {"log lacks": [1]}})",
         "demo.json: expect.log lacks[0]: a text is needed here");
 }
@@ -205,7 +262,7 @@ void BenchInputTest::readsOptions()
 {
     const Options usual = optionsFrom("");
     QCOMPARE(usual.pods, 30);
-    QVERIFY(usual.stick && !usual.once);
+    QVERIFY(usual.stick.inserted && !usual.once);
     const Options once =
         optionsFrom("--once --pods 2 --size 64K --speed 0 --screenshot s.png --seed 9");
     QVERIFY(once.once);
@@ -213,6 +270,10 @@ void BenchInputTest::readsOptions()
     QCOMPARE(once.usual_pod.size.min_bytes, 65536U);
     QCOMPARE(once.usual_pod.bytes_per_second, 0U);
     QCOMPARE(once.seed, quint64(9));
+    const StickPlan stick = optionsFrom("--stick-folder f --stick-size 8G --stick-speed 2M").stick;
+    QCOMPARE(stick.folder, QStringLiteral("f"));
+    QCOMPARE(stick.settings.size_bytes, quint64(8) << 30);
+    QCOMPARE(stick.settings.bytes_per_second, 2U << 20);
     QCOMPARE(optionsFrom("--display vnc --no-stick").display, Display::Vnc);
 }
 
@@ -231,6 +292,9 @@ void BenchInputTest::refusesOptions_data()
     row("--once --display window", "--once looks at the screen itself: no --display window");
     row("--screenshot s.png", "--screenshot belongs to --once; at the prompt, type screenshot");
     row("--scenario f --pods 1", "with --scenario, the file says which pods and stick there are");
+    row("--stick-size much", "'much' is no size: write 4096, 64K or 8M");
+    row("--scenario f --stick-size 1M",
+        "with --scenario, the file says which pods and stick there are");
     row("--loud", "Unknown option 'loud'.");
     row("extra", "unknown 'extra'");
 }

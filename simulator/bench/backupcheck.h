@@ -1,0 +1,18 @@
+#pragma once
+
+#include "bench/archivecheck.h"
+#include "bench/earlierarchives.h"
+
+/// What is wrong with the station's archives of earlier days, one line each. Wherever they are,
+/// they must be what they were: those still in `local` (the folder), those that are not in `backup`
+/// (the entries of the stick's backup), and only those in `erased` may be nowhere and must be gone.
+QStringList checkEarlierArchives(const std::vector<KnownArchive>& earlier, const QString& local,
+                                 const std::vector<ArchiveEntry>& backup,
+                                 const QStringList& erased);
+
+/// The backup holds exactly the named earlier archives, in this order, under the station's names.
+QStringList checkBackup(const std::vector<ArchiveEntry>& backup, const QStringList& expected,
+                        const std::vector<KnownArchive>& earlier);
+
+/// Everything in the archives that the backup holds.
+std::vector<ArchiveEntry> readBackedUpArchives(const QString& backup);
