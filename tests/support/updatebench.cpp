@@ -24,7 +24,8 @@ quint32 crcOf(const QByteArray& bytes)
 
 bool isMisread(uint8_t operation, const QByteArray& payload)
 {
-    const QByteArray bytes = QByteArray("\x60") + char(operation) + '\x01' + payload;
+    const QByteArray bytes = QByteArray(1, char(dfuprotocol::kReply)) + char(operation) +
+                             char(dfuprotocol::kSuccess) + payload;
     const std::vector<uint8_t> frame(bytes.begin(), bytes.end());
     slip::Slip codec;
     codec.encodeData(frame);
@@ -88,7 +89,7 @@ UpdateBench::Package UpdateBench::plainPackage(const BootloaderSettings& bootloa
     for (unsigned seed = 1;; ++seed) {
         std::mt19937 random(seed);
         const QByteArray image = randomBytes(random, image_bytes);
-        const Package package{image, InitPacket::describing(image).toBytes()};
+        Package package{image, InitPacket::describing(image).toBytes()};
         if (!aReplyIsMisread(package, bootloader))
             return package;
     }
