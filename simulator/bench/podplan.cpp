@@ -2,6 +2,7 @@
 
 #include "bench/badinput.h"
 #include "pod/initpacket.h"
+#include "pod/replyforecast.h"
 
 #include <QRandomGenerator>
 #include <QtEndian>
@@ -62,6 +63,11 @@ void prepareBootloader(PodSettings& settings, const PodPlan& plan,
     settings.flash.init_packet = firmware->init_packet;
     settings.flash.image = firmware->image.left(executed);
     settings.bootloader.half_received = firmware->image.mid(executed, received - executed);
+    ObjectStore store(settings.bootloader.limits, settings.flash);
+    store.resumeWith(settings.bootloader.half_received);
+    if (holdsEscape(store.position(ObjectStore::Type::Data)))
+        throw BadInput(
+            QStringLiteral("a pod that resumes at byte %1 says 0xDB: take another").arg(received));
 }
 
 QString recordingName(const QByteArray& udid)

@@ -195,10 +195,12 @@ Verdict judge(const Bench& bench, const Expectations& expect)
 
 QString summary(const Bench& bench, const Verdict& verdict)
 {
-    QString text = QStringLiteral("%1 pods archived, %2 MB%3\n")
-                       .arg(verdict.recordings)
-                       .arg(static_cast<double>(verdict.recorded_bytes) / 1e6, 0, 'f', 1)
-                       .arg(throughput(bench.times(), verdict.recorded_bytes));
+    QString text;
+    if (verdict.recordings > 0 || verdict.updated == 0)
+        text += QStringLiteral("%1 pods archived, %2 MB%3\n")
+                    .arg(verdict.recordings)
+                    .arg(static_cast<double>(verdict.recorded_bytes) / 1e6, 0, 'f', 1)
+                    .arg(throughput(bench.times(), verdict.recorded_bytes));
     text += updateText(bench.times(), verdict);
     text += stickText("before", bench.stickBefore());
     text += stickText("after", bench.stick().listing(kStickLines));

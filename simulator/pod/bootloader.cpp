@@ -17,7 +17,6 @@ constexpr char kNeverAnEnd = 0x55;
 
 constexpr quint16 kTinyMtuBytes = 4; // leaves a write no room for data that might need escapes
 constexpr quint16 kHugeMtuBytes = 65535;
-constexpr quint32 kOddObjectBytes = 1000;
 
 QByteArray word(quint32 value)
 {

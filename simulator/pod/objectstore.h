@@ -15,6 +15,10 @@ struct ObjectLimits
     quint32 data_bytes = 4096;
 };
 
+/// Of a pod that is meant to be awkward: a prime, which divides no usual image, and of which no
+/// multiple that fits holds a byte 0xDB.
+constexpr quint32 kOddObjectBytes = 10'061;
+
 /// What a bootloader has received: the init packet as the command object, the image as a row of
 /// data objects. An object is received into memory, which does not outlive a restart, and comes
 /// into the flash when it is executed. Not thread-safe; owned by its bootloader. What it cannot do,

@@ -29,7 +29,7 @@ enum class PodFault {
     DisconnectAtByte, ///< leaves the bus by itself in the middle of the image
     MtuTiny,          ///< an MTU with which no data can be written
     MtuHuge,          ///< the largest MTU that can be said
-    ObjectSizeOdd,    ///< a largest object of 1000 bytes, which divides no usual image
+    ObjectSizeOdd,    ///< a largest data object of 10061 bytes, which divides no usual image
     FrameWithoutEnd,  ///< a reply never ends
     BootloaderAbsent, ///< does not come back when it is sent into its bootloader
     FirmwareAbsent,   ///< does not come back from its bootloader after the update

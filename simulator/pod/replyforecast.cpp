@@ -1,19 +1,10 @@
 #include "pod/replyforecast.h"
 
-#include "pod/objectstore.h"
-
 #include <QtEndian>
 
 namespace {
 
 constexpr char kEscape = '\xDB';
-
-bool holdsEscape(const ObjectStore::Position& position)
-{
-    const quint64 said = quint64(position.crc) << 32 | position.offset_bytes;
-    return QByteArray::fromRawData(reinterpret_cast<const char*>(&said), sizeof(said))
-        .contains(kEscape);
-}
 
 /// What it says once it has received this object, which it then executes.
 ObjectStore::Position positionAfter(ObjectStore& store, ObjectStore::Type type,
@@ -28,9 +19,17 @@ ObjectStore::Position positionAfter(ObjectStore& store, ObjectStore::Type type,
 
 } // namespace
 
-bool repliesHoldEscape(const QByteArray& init_packet, const QByteArray& image)
+bool holdsEscape(const ObjectStore::Position& position)
 {
-    ObjectStore store({}, {});
+    const quint64 said = quint64(position.crc) << 32 | position.offset_bytes;
+    return QByteArray::fromRawData(reinterpret_cast<const char*>(&said), sizeof(said))
+        .contains(kEscape);
+}
+
+bool repliesHoldEscape(const QByteArray& init_packet, const QByteArray& image,
+                       const ObjectLimits& limits)
+{
+    ObjectStore store(limits, {});
     if (holdsEscape(positionAfter(store, ObjectStore::Type::Command, init_packet)))
         return true;
     const int object_bytes = int(store.mostBytes(ObjectStore::Type::Data));

@@ -236,7 +236,6 @@ void UsbDevice::advance(Pacer::TimePoint now)
 bool UsbDevice::beginOut(Urb& urb, Pacer::TimePoint now)
 {
     if (!urb.moving) {
-        m_pacer.idleUntil(now);
         urb.due = m_pacer.book(urb.lengthBytes(), now);
         urb.moving = true;
     }
@@ -248,6 +247,8 @@ void UsbDevice::advanceOut(Pacer::TimePoint now)
     while (!m_out.empty() && beginOut(m_out.front(), now)) {
         Urb& urb = m_out.front();
         m_pod->receive(QByteArray::fromRawData(urb.buffer(), urb.lengthBytes()));
+        if (m_pod->nextTransferBytes(1) > 0)
+            m_pacer.idleUntil(now); // an answer cannot have begun before its question
         finish(m_out, 0, urb.lengthBytes());
     }
 }

@@ -1,5 +1,5 @@
 # Each scenario plays the real station at the bench to its end; the bench judges it.
-foreach(scenario IN ITEMS bounce diskfull faults powerloss quit sizes stick)
+foreach(scenario IN ITEMS bounce diskfull faults powerloss quit sizes stick update updateescaped)
   add_test(NAME scenario_${scenario}
     COMMAND corvane-sim --once --scenario ${CMAKE_CURRENT_LIST_DIR}/${scenario}.json)
   set_tests_properties(scenario_${scenario} PROPERTIES

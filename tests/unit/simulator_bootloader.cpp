@@ -1,5 +1,6 @@
 #include "pod/initpacket.h"
 #include "pod/podmodel.h"
+#include "pod/replyforecast.h"
 
 #include <QCryptographicHash>
 #include <QtEndian>
@@ -68,6 +69,7 @@ public:
         for (int reads = 0; reads < 3; ++reads) {
             std::array<char, 64> bytes{};
             const int length = m_device.send(bytes.data(), int(bytes.size()));
+            m_heard.append(bytes.data(), length);
             std::optional<SlipFrame> last;
             for (int at = 0; at < length; ++at)
                 last = m_decoder.add(bytes.at(size_t(at)));
@@ -128,8 +130,12 @@ public:
         return sendInit(InitPacket::describing(image).toBytes()) && sendImage(image);
     }
 
+    /// Every byte of every reply.
+    const QByteArray& heard() const { return m_heard; }
+
 private:
     Device& m_device;
+    QByteArray m_heard;
     SlipDecoder m_decoder;
     int m_mtu_bytes = 131;
 };
@@ -165,6 +171,7 @@ private Q_SLOTS:
     void refuses();
     void refusesAnImageThatIsNotTheAnnouncedOne();
     void sendsReceipts();
+    void forecastsEscapedReplies();
     void resumes();
     void keepsOrDropsTheImageByItsInitPacket();
     void faults_data();
@@ -311,6 +318,25 @@ void SimulatorBootloader::sendsReceipts()
     QCOMPARE(host.ask(create(1, 100)), kOk); // begins to count anew
     host.tell(write("1"));
     QCOMPARE(host.hear('\x03'), QByteArray());
+}
+
+void SimulatorBootloader::forecastsEscapedReplies()
+{
+    BootloaderSettings settings;
+    settings.limits.data_bytes = 100;
+    int escaped = 0;
+    for (int size_bytes = 3000; size_bytes < 3050; ++size_bytes) {
+        const QByteArray image = imageOf(size_bytes);
+        const QByteArray init = InitPacket::describing(image).toBytes();
+        Bootloader bootloader(settings, inBootloader());
+        Host host(bootloader);
+        QVERIFY(host.sendInit(init) && host.sendImage(image));
+        const bool heard = host.heard().contains("\xDB\xDD");
+        QCOMPARE(repliesHoldEscape(init, image, settings.limits), heard);
+        escaped += heard ? 1 : 0;
+    }
+    QVERIFY(escaped > 0 && escaped < 50);
+    QVERIFY(holdsEscape({0x00DB0000, 0}) && holdsEscape({0, 0xDB}) && !holdsEscape({1, 0xDA}));
 }
 
 void SimulatorBootloader::resumes()
