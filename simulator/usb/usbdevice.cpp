@@ -272,7 +272,8 @@ void UsbDevice::advanceIn(Pacer::TimePoint now)
     while (!m_in.empty() && beginIn(m_in.front(), now)) {
         Urb& urb = m_in.front();
         const int length_bytes = m_pod->send(urb.buffer(), urb.lengthBytes());
-        if (m_pod->vanished())
+        // Pulled in the middle of it; a pod that leaves after an update has given its last reply.
+        if (m_pod->vanished() && m_pod->mode() == PodMode::Normal)
             return;
         finish(m_in, 0, length_bytes);
     }

@@ -163,6 +163,9 @@ void Discovery::serve(int idx, const Hotplug& hotplug)
         return;
     }
     const bool arrived = hotplug.event == LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED;
+    // libusb reports twice what came between its own start and the registration.
+    if (arrived && m_corvane.device_slots.at(idx).device.get() == hotplug.dev.get())
+        return;
     if (hotplug.dfu)
         arrived ? onDfuArrival(idx, hotplug.dev) : onDfuRemoval(idx, hotplug.dev);
     else
