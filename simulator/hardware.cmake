@@ -2,9 +2,15 @@
 # It knows nothing of the station, whose owner of file descriptors it shares as source.
 add_library(corvane_sim_hardware STATIC
   ${CMAKE_CURRENT_LIST_DIR}/i2c/serialnumbermemory.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/pod/bootloader.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/pod/initpacket.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/pod/objectstore.cpp
   ${CMAKE_CURRENT_LIST_DIR}/pod/podfault.cpp
   ${CMAKE_CURRENT_LIST_DIR}/pod/podmodel.cpp
   ${CMAKE_CURRENT_LIST_DIR}/pod/recording.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/pod/refusal.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/pod/replyforecast.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/pod/slipframing.cpp
   ${CMAKE_CURRENT_LIST_DIR}/testbed/nodeclient.cpp
   ${CMAKE_CURRENT_LIST_DIR}/testbed/nodeserver.cpp
   ${CMAKE_CURRENT_LIST_DIR}/testbed/require.cpp
@@ -23,4 +29,4 @@ target_include_directories(corvane_sim_hardware
   PUBLIC ${CMAKE_CURRENT_LIST_DIR} ${CMAKE_SOURCE_DIR}/src)
 target_link_libraries(corvane_sim_hardware
   PUBLIC Qt5::Core Threads::Threads
-  PRIVATE corvane_warnings)
+  PRIVATE ZLIB::ZLIB corvane_warnings)

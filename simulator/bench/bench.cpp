@@ -33,6 +33,17 @@ SandboxSettings sandboxFor(const BenchSettings& settings, const Scenario& scenar
     return sandbox;
 }
 
+/// Makes the firmware and puts its package onto the stick.
+std::optional<Firmware> bringFirmware(const std::optional<FirmwarePlan>& plan, quint64 seed,
+                                      const BenchStick& stick)
+{
+    if (!plan)
+        return std::nullopt;
+    Firmware firmware = makeFirmware(*plan, seed);
+    writePackage(firmware, stick.path(QStringLiteral("app.zip")));
+    return firmware;
+}
+
 } // namespace
 
 Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
@@ -40,9 +51,10 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     , m_window(settings.window)
     , m_folder(settings.kept_folder)
     , m_stick(m_folder.stick(), m_folder.control(), scenario.stick)
+    , m_firmware(bringFirmware(scenario.firmware, settings.seed, m_stick))
     , m_stick_before(m_stick.listing(kStickLines))
     , m_earlier(makeEarlierArchives(m_folder.archives(), scenario.earlier, settings.seed))
-    , m_rack(settings.seed)
+    , m_rack(settings.seed, m_firmware)
     , m_station(sandboxFor(settings, scenario, m_folder, m_rack), m_folder.log(), settings.echo_log)
 {
     m_quit_patience.setSingleShot(true);
@@ -112,6 +124,11 @@ bool Bench::holdsForPods(const Condition& condition) const
         return allPods(condition.slot_set, [](const PodReport& pod) { return pod.erased; });
     case Condition::Kind::Charged:
         return allPods(condition.slot_set, [](const PodReport& pod) { return pod.charged; });
+    case Condition::Kind::Bootloader:
+        return allPods(condition.slot_set,
+                       [](const PodReport& pod) { return pod.mode == PodMode::Bootloader; });
+    case Condition::Kind::Updated:
+        return allPods(condition.slot_set, isUpdated);
     case Condition::Kind::Vanished:
         for (int slot = 0; slot < kSlotCount; ++slot)
             if (condition.slot_set.test(slot) && m_rack.plugged(slot))
@@ -234,7 +251,22 @@ void Bench::noteChange()
         for (int slot = 0; slot < kSlotCount; ++slot)
             if (m_rack.lastPod(slot) && m_rack.report(slot).readouts_begun > 0)
                 m_times.first_readout_ms = elapsedMs();
+    noteUpdates();
     Q_EMIT changed();
+}
+
+void Bench::noteUpdates()
+{
+    int updated = 0;
+    for (int slot = 0; slot < kSlotCount; ++slot) {
+        const PodReport pod = m_rack.report(slot);
+        updated += isUpdated(pod) ? 1 : 0;
+        if (m_times.first_bootloader_ms < 0 && pod.mode == PodMode::Bootloader)
+            m_times.first_bootloader_ms = elapsedMs();
+    }
+    if (updated > m_updated)
+        m_times.last_update_ms = elapsedMs();
+    m_updated = updated;
 }
 
 void Bench::readScreen()

@@ -30,7 +30,9 @@ struct BenchSettings
 struct BenchTimes
 {
     qint64 first_readout_ms = -1;
-    qint64 last_copy_ms = -1; ///< the panel began to say that the archive is on the stick
+    qint64 last_copy_ms = -1;        ///< the panel began to say that the archive is on the stick
+    qint64 first_bootloader_ms = -1; ///< the first pod was there
+    qint64 last_update_ms = -1;      ///< the last pod came back from it
 };
 
 /// The whole bench: pods, stick, screen and the station between them. Lives on the main thread,
@@ -57,6 +59,8 @@ public:
     const QStringList& stickBefore() const { return m_stick_before; }
     /// The station's archives of earlier days.
     const std::vector<KnownArchive>& earlierArchives() const { return m_earlier; }
+    /// That the stick's package brings, if it has one.
+    const std::optional<Firmware>& firmware() const { return m_firmware; }
     const PodRack& rack() const { return m_rack; }
     const Station& station() const { return m_station; }
     /// Whether the panel has shown this code's picture, however shortly.
@@ -82,6 +86,7 @@ private:
 
     void startStation();
     void noteChange();
+    void noteUpdates();
     void readScreen();
     void touchQuitCorner();
     bool allPods(const SlotSet& slot_set, bool (*done)(const PodReport&)) const;
@@ -92,6 +97,7 @@ private:
     bool m_window;
     BenchFolder m_folder;
     BenchStick m_stick;
+    std::optional<Firmware> m_firmware;
     QStringList m_stick_before;
     std::vector<KnownArchive> m_earlier;
     PodRack m_rack;
@@ -104,6 +110,7 @@ private:
     SlotSet m_empty_gauges;
     QElapsedTimer m_clock;
     BenchTimes m_times;
+    int m_updated = 0;
     bool m_quitting = false;
     QTimer m_quit_patience;
 };

@@ -23,6 +23,7 @@ struct Options
     Display display = Display::Auto;
     QString station_program;
     QString scenario_file;
+    QString firmware_file; ///< empty: none
     bool once = false;
     QString screenshot_file;
     QString kept_folder;

@@ -3,13 +3,20 @@
 #include "bench/badinput.h"
 #include "i2c/serialnumbermemory.h"
 
-PodRack::PodRack(quint64 seed)
+PodRack::PodRack(quint64 seed, std::optional<Firmware> firmware)
     : m_seed(seed)
+    , m_firmware(std::move(firmware))
 {
     SerialNumberMemory::install(m_bus.testbed());
     for (const auto signal : {&UsbBus::readoutBegun, &UsbBus::readoutCompleted, &UsbBus::podErased,
-                              &UsbBus::podCharged, &UsbBus::podVanished})
+                              &UsbBus::podCharged, &UsbBus::podRestarted, &UsbBus::podVanished})
         connect(&m_bus, signal, this, &PodRack::changed);
+}
+
+void PodRack::setPlan(int slot, const PodPlan& plan)
+{
+    m_places.at(slot).plan = plan;
+    m_places.at(slot).replanned = true;
 }
 
 void PodRack::setFault(const SlotSet& slot_set, PodFault fault)
@@ -28,9 +35,22 @@ void PodRack::plug(const SlotSet& slot_set)
             throw BadInput(QStringLiteral("place %1 is taken").arg(slot));
         retire(slot);
         Place& place = m_places.at(slot);
-        place.pod = settingsFor(place.plan, slot, m_seed, place.generation);
+        place.pod = nextPod(slot);
+        place.replanned = false;
         m_bus.plug(slot, *place.pod);
     }
+}
+
+PodSettings PodRack::nextPod(int slot) const
+{
+    const Place& place = m_places.at(slot);
+    PodSettings next = settingsFor(place.plan, slot, m_seed, place.generation);
+    const bool known = place.pod && place.pod->udid == next.udid;
+    if (known && !(place.replanned && place.plan.beginsInBootloader()))
+        next.flash = m_bus.flash(slot);
+    else
+        prepareBootloader(next, place.plan, m_firmware);
+    return next;
 }
 
 void PodRack::unplug(const SlotSet& slot_set)

@@ -18,13 +18,15 @@ class PodRack : public QObject
     Q_OBJECT
 
 public:
-    explicit PodRack(quint64 seed);
+    /// firmware: the one that transfers to be resumed began with.
+    explicit PodRack(quint64 seed, std::optional<Firmware> firmware = {});
 
     QString testbedFolder() const { return m_bus.testbedDir(); }
 
-    void setPlan(int slot, const PodPlan& plan) { m_places.at(slot).plan = plan; }
+    void setPlan(int slot, const PodPlan& plan);
     void setFault(const SlotSet& slot_set, PodFault fault);
-    /// A pod that was erased comes back with a new recording, any other with the one it had.
+    /// A pod that was erased comes back with a new recording, any other with the one it had; what
+    /// it has of a firmware it keeps, unless a new plan says otherwise.
     void plug(const SlotSet& slot_set);
     void unplug(const SlotSet& slot_set);
 
@@ -47,11 +49,14 @@ private:
         PodPlan plan;
         std::optional<PodSettings> pod;
         int generation = 0;
+        bool replanned = true; ///< since the last pod was plugged in
     };
+    PodSettings nextPod(int slot) const;
     static KnownRecording recordingOf(int slot, const PodSettings& pod);
     void retire(int slot);
 
     quint64 m_seed;
+    std::optional<Firmware> m_firmware;
     UsbBus m_bus;
     std::array<Place, kSlotCount> m_places;
     std::vector<KnownRecording> m_erased;

@@ -14,6 +14,11 @@ UsbBus::UsbBus()
 {
     qRegisterMetaType<PodEvent>();
     connect(this, &UsbBus::podEvent, this, &UsbBus::onPodEvent, Qt::QueuedConnection);
+    for (int slot = 0; slot < kSlotCount; ++slot) {
+        QTimer& timer = m_places.at(size_t(slot)).restart;
+        timer.setSingleShot(true);
+        connect(&timer, &QTimer::timeout, this, [this, slot] { restart(slot); });
+    }
     addDevice({{}, nextDeviceNumber()}, UsbDescription::rootHub(), nullptr);
     for (int hub = 1; hub <= kHubs; ++hub)
         addDevice({UsbAddress::portsOfHub(hub), nextDeviceNumber()}, UsbDescription::sevenPortHub(),
@@ -24,7 +29,7 @@ UsbBus::~UsbBus() = default;
 
 std::shared_ptr<UsbDevice> UsbBus::addDevice(const UsbAddress& address,
                                              const UsbDescription& description,
-                                             std::unique_ptr<PodModel> pod)
+                                             std::shared_ptr<PodModel> pod)
 {
     auto device = std::make_shared<UsbDevice>(
         description, m_testbed.dir() + QLatin1String("/dev/") + address.nodeName(), std::move(pod));
@@ -52,17 +57,33 @@ const UsbBus::Place& UsbBus::place(int slot) const
 void UsbBus::plug(int slot, const PodSettings& settings)
 {
     Q_ASSERT(!plugged(slot));
-    const UsbAddress address(UsbAddress::portsOfSlot(slot), nextDeviceNumber());
-    auto pod = std::make_unique<PodModel>(settings);
-    pod->setListener([this, slot, number = address.deviceNumber()](PodEvent event) {
-        Q_EMIT podEvent(slot, number, event, QPrivateSignal());
-    });
     Place& place = m_places.at(size_t(slot));
-    place.device = addDevice(address, UsbDescription::pod(settings.udid), std::move(pod));
-    place.address = address;
+    place.stay = ++m_stays;
+    place.pod = std::make_shared<PodModel>(settings);
+    place.pod->setListener([this, slot, stay = place.stay](PodEvent event) {
+        Q_EMIT podEvent(slot, stay, event, QPrivateSignal());
+    });
+    enter(slot);
 }
 
 void UsbBus::unplug(int slot)
+{
+    leave(slot);
+    Place& place = m_places.at(size_t(slot));
+    place.restart.stop();
+    place.stay = 0;
+}
+
+void UsbBus::enter(int slot)
+{
+    Place& place = m_places.at(size_t(slot));
+    place.address = UsbAddress(UsbAddress::portsOfSlot(slot), nextDeviceNumber());
+    place.device =
+        addDevice(*place.address,
+                  UsbDescription::pod(place.pod->mode(), place.pod->settings().udid), place.pod);
+}
+
+void UsbBus::leave(int slot)
 {
     Place& place = m_places.at(size_t(slot));
     if (!place.address)
@@ -76,16 +97,31 @@ void UsbBus::unplug(int slot)
     place.address.reset();
 }
 
+void UsbBus::restart(int slot)
+{
+    m_testbed.nodes().locked([&] { place(slot).pod->restart(); });
+    enter(slot);
+    Q_EMIT podRestarted(slot);
+}
+
 bool UsbBus::plugged(int slot) const
 {
-    return place(slot).address.has_value();
+    return place(slot).stay != 0;
 }
 
 PodReport UsbBus::report(int slot) const
 {
     return m_testbed.nodes().locked([&] {
-        const auto& device = place(slot).device;
-        return device ? device->pod()->report() : PodReport();
+        const auto& pod = place(slot).pod;
+        return pod ? pod->report() : PodReport();
+    });
+}
+
+PodFlash UsbBus::flash(int slot) const
+{
+    return m_testbed.nodes().locked([&] {
+        const auto& pod = place(slot).pod;
+        return pod ? pod->flash() : PodFlash();
     });
 }
 
@@ -97,8 +133,10 @@ int UsbBus::emptyReaps(int slot) const
     });
 }
 
-void UsbBus::onPodEvent(int slot, int device_number, PodEvent event)
+void UsbBus::onPodEvent(int slot, quint64 stay, PodEvent event)
 {
+    // The place may have been freed, and taken again, before this arrived.
+    const bool still_there = place(slot).stay == stay;
     switch (event) {
     case PodEvent::ReadoutBegun:
         Q_EMIT readoutBegun(slot);
@@ -112,9 +150,14 @@ void UsbBus::onPodEvent(int slot, int device_number, PodEvent event)
     case PodEvent::Charged:
         Q_EMIT podCharged(slot);
         break;
+    case PodEvent::Restarting:
+        if (!still_there)
+            break;
+        leave(slot);
+        m_places.at(size_t(slot)).restart.start(place(slot).pod->settings().restart_time);
+        break;
     case PodEvent::Vanished:
-        // The place may have been freed, and taken again, before this arrived.
-        if (!plugged(slot) || place(slot).address->deviceNumber() != device_number)
+        if (!still_there)
             break;
         unplug(slot);
         Q_EMIT podVanished(slot);
