@@ -1,4 +1,10 @@
 target_sources(corvane_station PRIVATE
+  dfu/dfu.cpp
+  dfu/dfumanifest.cpp
+  dfu/dfureply.cpp
+  dfu/dfutransportserial.cpp
+  dfu/podupdater.cpp
+  dfu/slip.cpp
   downloader/downloader.cpp
   downloader/downloadexception.cpp
   main/archiveticket.cpp

@@ -14,6 +14,17 @@ constexpr QPoint kQuitCorner(15, 15);
 constexpr std::chrono::seconds kQuitPatience{20};
 constexpr int kPanelCopied = 0;
 
+/// Makes the firmware and puts its package onto the stick.
+std::optional<Firmware> bringFirmware(const std::optional<FirmwarePlan>& plan, quint64 seed,
+                                      const BenchStick& stick)
+{
+    if (!plan)
+        return std::nullopt;
+    Firmware firmware = makeFirmware(*plan, seed);
+    writePackage(firmware, stick.path(QStringLiteral("app.zip")));
+    return firmware;
+}
+
 } // namespace
 
 Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
@@ -22,8 +33,9 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     , m_folder(settings.kept_folder)
     , m_earlier(makeEarlierArchives(m_folder.archives(), scenario.earlier, settings.seed))
     , m_site(settings.make_site(settings, scenario, m_folder))
+    , m_firmware(bringFirmware(scenario.firmware, settings.seed, stick()))
     , m_stick_before(stick().listing(kStickLines))
-    , m_rack(m_site->places(), settings.seed)
+    , m_rack(m_site->places(), settings.seed, m_firmware)
 {
     m_quit_patience.setSingleShot(true);
     m_quit_patience.setInterval(kQuitPatience);
@@ -92,6 +104,11 @@ bool Bench::holdsForPods(const Condition& condition) const
         return allPods(condition.slot_set, [](const PodReport& pod) { return pod.erased; });
     case Condition::Kind::Charged:
         return allPods(condition.slot_set, [](const PodReport& pod) { return pod.charged; });
+    case Condition::Kind::Bootloader:
+        return allPods(condition.slot_set,
+                       [](const PodReport& pod) { return pod.mode == PodMode::Bootloader; });
+    case Condition::Kind::Updated:
+        return allPods(condition.slot_set, isUpdated);
     case Condition::Kind::Vanished:
         for (int slot = 0; slot < kSlotCount; ++slot)
             if (condition.slot_set.test(slot) && m_rack.plugged(slot))
@@ -214,7 +231,22 @@ void Bench::noteChange()
         for (int slot = 0; slot < kSlotCount; ++slot)
             if (m_rack.lastPod(slot) && m_rack.report(slot).readouts_begun > 0)
                 m_times.first_readout_ms = elapsedMs();
+    noteUpdates();
     Q_EMIT changed();
+}
+
+void Bench::noteUpdates()
+{
+    int updated = 0;
+    for (int slot = 0; slot < kSlotCount; ++slot) {
+        const PodReport pod = m_rack.report(slot);
+        updated += isUpdated(pod) ? 1 : 0;
+        if (m_times.first_bootloader_ms < 0 && pod.mode == PodMode::Bootloader)
+            m_times.first_bootloader_ms = elapsedMs();
+    }
+    if (updated > m_updated)
+        m_times.last_update_ms = elapsedMs();
+    m_updated = updated;
 }
 
 void Bench::readScreen()

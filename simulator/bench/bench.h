@@ -22,7 +22,9 @@ constexpr int kStickLines = 20;
 struct BenchTimes
 {
     qint64 first_readout_ms = -1;
-    qint64 last_copy_ms = -1; ///< the panel began to say that the archive is on the stick
+    qint64 last_copy_ms = -1;        ///< the panel began to say that the archive is on the stick
+    qint64 first_bootloader_ms = -1; ///< the first pod was there
+    qint64 last_update_ms = -1;      ///< the last pod came back from it
 };
 
 /// The whole bench: pods, stick, screen and the station between them. Lives on the main thread,
@@ -49,6 +51,8 @@ public:
     const QStringList& stickBefore() const { return m_stick_before; }
     /// The station's archives of earlier days.
     const std::vector<KnownArchive>& earlierArchives() const { return m_earlier; }
+    /// That the stick's package brings, if it has one.
+    const std::optional<Firmware>& firmware() const { return m_firmware; }
     const PodRack& rack() const { return m_rack; }
     const Station& station() const { return m_site->station(); }
     QString screenSocket() const { return m_site->screenSocket(); }
@@ -75,6 +79,7 @@ private:
 
     void startStation();
     void noteChange();
+    void noteUpdates();
     void readScreen();
     void touchQuitCorner();
     bool allPods(const SlotSet& slot_set, bool (*done)(const PodReport&)) const;
@@ -86,6 +91,7 @@ private:
     BenchFolder m_folder;
     std::vector<KnownArchive> m_earlier;
     std::unique_ptr<Site> m_site;
+    std::optional<Firmware> m_firmware;
     QStringList m_stick_before;
     PodRack m_rack;
     ScreenClient m_screen;
@@ -96,6 +102,7 @@ private:
     SlotSet m_empty_gauges;
     QElapsedTimer m_clock;
     BenchTimes m_times;
+    int m_updated = 0;
     bool m_quitting = false;
     QTimer m_quit_patience;
 };

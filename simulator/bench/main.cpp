@@ -18,11 +18,21 @@ namespace {
 
 constexpr int kBadInput = 2;
 
+Scenario withoutFile(const Options& options)
+{
+    const SlotSet slot_set = firstSlots(options.pods);
+    if (options.firmware_file.isEmpty())
+        return plainScenario(options.usual_pod, slot_set, options.stick.inserted,
+                             options.screenshot_file);
+    FirmwarePlan firmware;
+    firmware.file = options.firmware_file;
+    return plainUpdate(options.usual_pod, slot_set, firmware, options.screenshot_file);
+}
+
 Scenario scenarioOf(const Options& options)
 {
     if (options.scenario_file.isEmpty()) {
-        Scenario plain = plainScenario(options.usual_pod, firstSlots(options.pods),
-                                       options.stick.inserted, options.screenshot_file);
+        Scenario plain = withoutFile(options);
         plain.stick = options.stick;
         if (!options.once)
             plain.steps.clear();
@@ -51,8 +61,7 @@ void needPrograms(const Options& options)
                         : QStringList{QStringLiteral("bwrap"), QStringLiteral("socat")};
     for (const QString& program : programs)
         if (QStandardPaths::findExecutable(program).isEmpty())
-            throw BadInput(
-                QStringLiteral("%1 is not installed; scripts/run does it").arg(program));
+            throw BadInput(QStringLiteral("%1 is not installed; scripts/run does it").arg(program));
     if (!QFileInfo(options.station_program).isExecutable())
         throw BadInput(QStringLiteral("%1 is no program").arg(options.station_program));
 }
@@ -65,6 +74,14 @@ void offerScreen(ScreenServer& server)
         out << "No port from 5900 on is free: the screen cannot be watched.\n";
     else
         out << "The station's screen: connect a VNC viewer to 127.0.0.1:" << port << '\n';
+}
+
+void tellOfFirmware(const std::optional<Firmware>& firmware)
+{
+    if (firmware && firmware->padding_bytes > 0)
+        QTextStream(stdout) << "The firmware got " << firmware->padding_bytes
+                            << " bytes of padding in front: with a byte 0xDB in a pod's reply, the "
+                               "station gives an update up.\n";
 }
 
 /// Played to its end and judged; the exit code says how it came out.
@@ -104,6 +121,7 @@ int run(const Options& options)
                  options.seed, display == Display::Window, options.verbose,
                  options.machine ? SiteMaker(makeMachine) : SiteMaker(makePrivateRoot)},
                 scenario);
+    tellOfFirmware(bench.firmware());
     Interruption interruption;
     QObject::connect(&interruption, &Interruption::requested, &bench,
                      [&bench] { bench.perform(verb::Quit{}); });

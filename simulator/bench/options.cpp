@@ -28,6 +28,7 @@ void addOptions(QCommandLineParser& parser)
     add("station", "The station program (usual: the one built beside the bench).", "PATH");
     add("scenario", "Play a scenario file.", "FILE");
     add("machine", "Run the station in a virtual machine, with a kernel of its own.", "");
+    add("firmware", "Put an update package with this image onto the stick.", "FILE");
     add("once", "Play to the end without a person, check everything, and exit 0 if it is right.",
         "");
     add("screenshot", "Where --once saves the screen's last picture (corvane.png).", "FILE");
@@ -93,12 +94,14 @@ void refuseContradictions(const QCommandLineParser& parser)
     };
     if (both("scenario", "pods") || both("scenario", "no-stick") ||
         both("scenario", "stick-folder") || both("scenario", "stick-size") ||
-        both("scenario", "stick-speed"))
+        both("scenario", "stick-speed") || both("scenario", "firmware"))
         throw BadInput(
             QStringLiteral("with --scenario, the file says which pods and stick there are"));
     if (both("once", "no-stick"))
         throw BadInput(
             QStringLiteral("--once ends when the archive is on the stick: it needs one"));
+    if (both("firmware", "no-stick"))
+        throw BadInput(QStringLiteral("--firmware is on the stick: it needs one"));
     if (parser.isSet(option("screenshot")) && !parser.isSet(option("once")))
         throw BadInput(
             QStringLiteral("--screenshot belongs to --once; at the prompt, type screenshot"));
@@ -129,6 +132,7 @@ Options parseOptions(const QStringList& arguments)
                                                               : option(CORVANE_STATION_PROGRAM);
     options.scenario_file = parser.value(option("scenario"));
     options.machine = parser.isSet(option("machine"));
+    options.firmware_file = parser.value(option("firmware"));
     options.once = parser.isSet(option("once"));
     options.screenshot_file = parser.isSet(option("screenshot"))
                                   ? parser.value(option("screenshot"))

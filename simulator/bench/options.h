@@ -23,7 +23,8 @@ struct Options
     Display display = Display::Auto;
     QString station_program;
     QString scenario_file;
-    bool machine = false; ///< the station has a computer of its own
+    bool machine = false;  ///< the station has a computer of its own
+    QString firmware_file; ///< empty: none
     bool once = false;
     QString screenshot_file;
     QString kept_folder;

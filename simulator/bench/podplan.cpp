@@ -1,6 +1,8 @@
 #include "bench/podplan.h"
 
 #include "bench/badinput.h"
+#include "pod/initpacket.h"
+#include "pod/replyforecast.h"
 
 #include <QRandomGenerator>
 #include <QtEndian>
@@ -35,10 +37,37 @@ PodSettings settingsFor(const PodPlan& plan, int slot, quint64 bench_seed, int g
     settings.bytes_per_second = plan.bytes_per_second;
     settings.polls_until_charged = plan.polls_until_charged;
     settings.fault = plan.fault;
+    settings.restart_time = plan.restart_time;
+    settings.unplug_at_byte = plan.unplug_at_byte;
     // A pod that leaves by itself and was not told where does so in the middle.
-    settings.unplug_at_byte =
-        plan.unplug_at_byte != 0 ? plan.unplug_at_byte : settings.size_bytes / 2;
+    if (plan.fault == PodFault::UnpluggedAtByte && plan.unplug_at_byte == 0)
+        settings.unplug_at_byte = settings.size_bytes / 2;
     return settings;
+}
+
+void prepareBootloader(PodSettings& settings, const PodPlan& plan,
+                       const std::optional<Firmware>& firmware)
+{
+    settings.flash.firmware_sha256 = InitPacket::describing("as delivered").image_sha256;
+    settings.flash.in_bootloader = plan.beginsInBootloader();
+    if (!plan.resume_at_byte)
+        return;
+    if (!firmware || *plan.resume_at_byte > static_cast<quint32>(firmware->image.size()))
+        throw BadInput(QStringLiteral("there is no firmware of %1 bytes to be resumed")
+                           .arg(*plan.resume_at_byte));
+    const auto received = static_cast<int>(*plan.resume_at_byte);
+    const auto object_bytes = static_cast<int>(settings.bootloader.limits.data_bytes);
+    // A whole image that was executed would be running.
+    const int last = received == firmware->image.size() ? received - 1 : received;
+    const int executed = last - last % object_bytes;
+    settings.flash.init_packet = firmware->init_packet;
+    settings.flash.image = firmware->image.left(executed);
+    settings.bootloader.half_received = firmware->image.mid(executed, received - executed);
+    ObjectStore store(settings.bootloader.limits, settings.flash);
+    store.resumeWith(settings.bootloader.half_received);
+    if (holdsEscape(store.position(ObjectStore::Type::Data)))
+        throw BadInput(
+            QStringLiteral("a pod that resumes at byte %1 says 0xDB: take another").arg(received));
 }
 
 QString recordingName(const QByteArray& udid)

@@ -2,13 +2,20 @@
 
 #include "bench/badinput.h"
 
-PodRack::PodRack(PodBus& bus, quint64 seed)
+PodRack::PodRack(PodBus& bus, quint64 seed, std::optional<Firmware> firmware)
     : m_bus(bus)
     , m_seed(seed)
+    , m_firmware(std::move(firmware))
 {
     for (const auto signal : {&PodBus::readoutBegun, &PodBus::readoutCompleted, &PodBus::podErased,
-                              &PodBus::podCharged, &PodBus::podVanished})
+                              &PodBus::podCharged, &PodBus::podRestarted, &PodBus::podVanished})
         connect(&m_bus, signal, this, &PodRack::changed);
+}
+
+void PodRack::setPlan(int slot, const PodPlan& plan)
+{
+    m_places.at(slot).plan = plan;
+    m_places.at(slot).replanned = true;
 }
 
 void PodRack::setFault(const SlotSet& slot_set, PodFault fault)
@@ -27,9 +34,22 @@ void PodRack::plug(const SlotSet& slot_set)
             throw BadInput(QStringLiteral("place %1 is taken").arg(slot));
         retire(slot);
         Place& place = m_places.at(slot);
-        place.pod = settingsFor(place.plan, slot, m_seed, place.generation);
+        place.pod = nextPod(slot);
+        place.replanned = false;
         m_bus.plug(slot, *place.pod);
     }
+}
+
+PodSettings PodRack::nextPod(int slot) const
+{
+    const Place& place = m_places.at(slot);
+    PodSettings next = settingsFor(place.plan, slot, m_seed, place.generation);
+    const bool known = place.pod && place.pod->udid == next.udid;
+    if (known && !(place.replanned && place.plan.beginsInBootloader()))
+        next.flash = m_bus.flash(slot);
+    else
+        prepareBootloader(next, place.plan, m_firmware);
+    return next;
 }
 
 void PodRack::unplug(const SlotSet& slot_set)

@@ -18,12 +18,13 @@ class PodRack : public QObject
     Q_OBJECT
 
 public:
-    /// The bus must outlive it.
-    PodRack(PodBus& bus, quint64 seed);
+    /// The bus must outlive it; firmware: the one that transfers to be resumed began with.
+    explicit PodRack(PodBus& bus, quint64 seed, std::optional<Firmware> firmware = {});
 
-    void setPlan(int slot, const PodPlan& plan) { m_places.at(slot).plan = plan; }
+    void setPlan(int slot, const PodPlan& plan);
     void setFault(const SlotSet& slot_set, PodFault fault);
-    /// A pod that was erased comes back with a new recording, any other with the one it had.
+    /// A pod that was erased comes back with a new recording, any other with the one it had; what
+    /// it has of a firmware it keeps, unless a new plan says otherwise.
     void plug(const SlotSet& slot_set);
     void unplug(const SlotSet& slot_set);
 
@@ -46,12 +47,15 @@ private:
         PodPlan plan;
         std::optional<PodSettings> pod;
         int generation = 0;
+        bool replanned = true; ///< since the last pod was plugged in
     };
+    PodSettings nextPod(int slot) const;
     static KnownRecording recordingOf(int slot, const PodSettings& pod);
     void retire(int slot);
 
     PodBus& m_bus;
     quint64 m_seed;
+    std::optional<Firmware> m_firmware;
     std::array<Place, kSlotCount> m_places;
     std::vector<KnownRecording> m_erased;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/earlierarchives.h"
+#include "bench/firmware.h"
 #include "bench/podplan.h"
 #include "bench/slotset.h"
 #include "bench/stickplan.h"
@@ -75,6 +76,8 @@ struct Condition
         Erased,
         Charged,
         Vanished,
+        Bootloader,   ///< in it
+        Updated,      ///< back from it with what it was sent
         GaugeFull,    ///< shown full, green and not charging
         GaugeEmpty,   ///< shown white
         Log,          ///< text in at least `number` lines
@@ -103,7 +106,8 @@ struct Expectations
 {
     SlotSet archived; ///< whose last recording must be in the archive, whole
     SlotSet erased;
-    SlotSet kept; ///< plugged or not, their recording must still be in them
+    SlotSet kept;    ///< plugged or not, their recording must still be in them
+    SlotSet updated; ///< run the scenario's firmware and refused nothing on the way
     QStringList log_contains;
     QStringList log_lacks;
     QStringList warnings; ///< texts that make a warning an expected one
@@ -126,7 +130,8 @@ struct Scenario
     SlotSet plugged;
     StickPlan stick;
     EarlierPlan earlier;
-    qint64 download_space_bytes = 0; ///< room for the station's downloads; 0: not limited
+    std::optional<FirmwarePlan> firmware; ///< whose package is on the stick
+    qint64 download_space_bytes = 0;      ///< room for the station's downloads; 0: not limited
     std::vector<Step> steps;
     Expectations expect;
     std::chrono::seconds time_limit{300};
@@ -136,3 +141,7 @@ struct Scenario
 /// charged; then, if run unattended, a screenshot (unless the name is empty) and the end.
 Scenario plainScenario(const PodPlan& plan, SlotSet slot_set, bool stick,
                        const QString& screenshot);
+
+/// The plain update: the given places plugged from the start, every pod updated and then charged.
+Scenario plainUpdate(const PodPlan& plan, SlotSet slot_set, const FirmwarePlan& firmware,
+                     const QString& screenshot);

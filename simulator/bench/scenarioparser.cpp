@@ -54,6 +54,16 @@ void readPlan(const JsonPlace& place, PodPlan& plan)
         {key("fault"), [&](const JsonPlace& value) { plan.fault = faultOf(value); }},
         {key("unplug at byte"),
          [&](const JsonPlace& value) { plan.unplug_at_byte = value.number(1, kMost); }},
+        {key("bootloader"), [&](const JsonPlace& value) { plan.in_bootloader = value.flag(); }},
+        {key("resume at byte"),
+         [&](const JsonPlace& value) {
+             plan.resume_at_byte = static_cast<quint32>(value.bytes(kFlashBytes));
+         }},
+        {key("restart time"),
+         [&](const JsonPlace& value) {
+             plan.restart_time =
+                 std::chrono::milliseconds(static_cast<int>(value.seconds() * 1000));
+         }},
         {key("udid"), [&](const JsonPlace& value) { plan.udid = value.parsed(udidFromText); }},
     };
     place.allowMembers(readers.keys() << key("slots") << key("plugged"));
@@ -74,6 +84,21 @@ void readPods(const JsonPlace& place, Scenario& scenario)
         else
             scenario.plugged &= ~slot_set;
     }
+}
+
+FirmwarePlan firmwarePlanOf(const JsonPlace& place, const QString& file_name)
+{
+    place.allowMembers({key("file"), key("size"), key("escaped reply")});
+    if (place.has(key("file")) == place.has(key("size")))
+        place.refuse(QStringLiteral("one of file, size is needed here"));
+    FirmwarePlan plan;
+    if (place.has(key("file"))) // as the scenario's author sees it
+        plan.file = QFileInfo(file_name).dir().filePath(place.member(key("file")).text());
+    else
+        plan.size_bytes = static_cast<quint32>(place.member(key("size")).bytes(kFlashBytes));
+    if (place.has(key("escaped reply")))
+        plan.escaped_reply = place.member(key("escaped reply")).flag();
+    return plan;
 }
 
 verb::Stick stickOf(const JsonPlace& place)
@@ -146,6 +171,8 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
                                               {key("readout completed"), Kind::ReadoutCompleted},
                                               {key("charged"), Kind::Charged},
                                               {key("vanished"), Kind::Vanished},
+                                              {key("bootloader"), Kind::Bootloader},
+                                              {key("updated"), Kind::Updated},
                                               {key("gauge full"), Kind::GaugeFull},
                                               {key("gauge empty"), Kind::GaugeEmpty}};
     if (of_slots.contains(event))
@@ -228,6 +255,7 @@ Expectations readExpectations(const JsonPlace& place)
         {key("archived"), [&](const JsonPlace& value) { expect.archived = value.slotSet(); }},
         {key("erased"), [&](const JsonPlace& value) { expect.erased = value.slotSet(); }},
         {key("kept"), [&](const JsonPlace& value) { expect.kept = value.slotSet(); }},
+        {key("updated"), [&](const JsonPlace& value) { expect.updated = value.slotSet(); }},
         {key("log contains"), [&](const JsonPlace& value) { expect.log_contains = value.texts(); }},
         {key("log lacks"), [&](const JsonPlace& value) { expect.log_lacks = value.texts(); }},
         {key("warnings"), [&](const JsonPlace& value) { expect.warnings = value.texts(); }},
@@ -261,7 +289,7 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
 {
     const JsonPlace file = JsonPlace::parse(json, file_name);
     file.allowMembers({key("name"), key("pods"), key("stick"), key("steps"), key("expect"),
-                       key("time limit"), key("download space"), key("archives")});
+                       key("time limit"), key("download space"), key("archives"), key("firmware")});
     Scenario scenario;
     scenario.name = file.member(key("name")).text();
     scenario.plans.fill(usual);
@@ -271,6 +299,8 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
         scenario.stick = stickPlanOf(file.member(key("stick")));
     if (!scenario.stick.folder.isEmpty()) // as the file's author sees it
         scenario.stick.folder = QFileInfo(file_name).dir().filePath(scenario.stick.folder);
+    if (file.has(key("firmware")))
+        scenario.firmware = firmwarePlanOf(file.member(key("firmware")), file_name);
     if (file.has(key("archives")))
         scenario.earlier = earlierPlanOf(file.member(key("archives")));
     if (file.has(key("download space")))
@@ -281,5 +311,7 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
         scenario.steps.push_back(
             readStep(step, QStringLiteral("step %1").arg(scenario.steps.size() + 1), usual));
     scenario.expect = readExpectations(file.member(key("expect")));
+    if (scenario.expect.updated.any() && !scenario.firmware)
+        file.refuse(QStringLiteral("'updated' is expected, but there is no 'firmware'"));
     return scenario;
 }

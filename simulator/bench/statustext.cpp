@@ -19,6 +19,10 @@ QString stateOf(const PodRack& rack, int slot)
     const PodReport report = rack.report(slot);
     if (!rack.plugged(slot))
         return report.erased ? QStringLiteral("gone, erased") : QStringLiteral("gone, not erased");
+    if (report.mode == PodMode::Bootloader)
+        return QStringLiteral("in its bootloader");
+    if (isUpdated(report))
+        return QStringLiteral("updated");
     if (report.charged)
         return QStringLiteral("erased, full");
     if (report.erased)

@@ -24,6 +24,9 @@ QString archiveOf(const Bench& bench, const Expectations& expect)
 
 void checkExport(const Bench& bench, const Expectations& expect, Verdict& verdict)
 {
+    // Pods that are updated are not read out: with no others, there is nothing to export.
+    if (expect.archived.none() && expect.updated.any() && !expect.entries)
+        return;
     const Recordings required = bench.rack().recordings(expect.archived);
     // A pod pulled between its archiving and its erasing is in the archive too, and whole.
     Recordings known = bench.rack().erasedRecordings();
@@ -113,6 +116,26 @@ void checkPods(const PodRack& rack, const Expectations& expect, Verdict& verdict
     }
 }
 
+void checkUpdates(const Bench& bench, const Expectations& expect, Verdict& verdict)
+{
+    for (int slot = 0; slot < kSlotCount; ++slot) {
+        if (!expect.updated.test(slot))
+            continue;
+        const PodReport pod = bench.rack().report(slot);
+        const QString refused = refusalText(pod.bootloader.refusals);
+        if (!refused.isEmpty())
+            verdict.problems +=
+                QStringLiteral("place %1 refused: %2").arg(QString::number(slot), refused);
+        if (pod.mode != PodMode::Normal || pod.firmware_sha256 != bench.firmware()->sha256()) {
+            verdict.problems += QStringLiteral("place %1 does not run the new firmware").arg(slot);
+            continue;
+        }
+        ++verdict.updated;
+        verdict.update_bus_bytes += pod.bootloader.bus_bytes;
+        verdict.update_image_bytes += pod.bootloader.image_bytes;
+    }
+}
+
 void checkLog(const StationLog& log, const Expectations& expect, Verdict& verdict)
 {
     for (const QString& text : expect.log_contains)
@@ -145,6 +168,22 @@ QString throughput(const BenchTimes& times, quint64 bytes)
         .arg(static_cast<double>(bytes) / 1e6 / seconds, 0, 'f', 1);
 }
 
+QString updateText(const BenchTimes& times, const Verdict& verdict)
+{
+    if (verdict.updated == 0 || verdict.update_image_bytes == 0)
+        return {};
+    const double seconds =
+        static_cast<double>(times.last_update_ms - times.first_bootloader_ms) / 1000;
+    const double ratio = static_cast<double>(verdict.update_bus_bytes) /
+                         static_cast<double>(verdict.update_image_bytes);
+    return QStringLiteral(
+               "%1 pods updated in %2 s from the first in its bootloader to the last back "
+               "from it (%3 bytes on the bus for one of the image)\n")
+        .arg(verdict.updated)
+        .arg(seconds, 0, 'f', 1)
+        .arg(ratio, 0, 'f', 3);
+}
+
 } // namespace
 
 Verdict judge(const Bench& bench, const Expectations& expect)
@@ -156,6 +195,7 @@ Verdict judge(const Bench& bench, const Expectations& expect)
     checkFiles(bench, expect, verdict);
     checkNever(bench, expect, verdict);
     checkPods(bench.rack(), expect, verdict);
+    checkUpdates(bench, expect, verdict);
     checkLog(bench.station().log(), expect, verdict);
     const int exit_code = bench.station().exitCode().value_or(-1);
     if (exit_code != expect.exit_code)
@@ -167,10 +207,13 @@ Verdict judge(const Bench& bench, const Expectations& expect)
 
 QString summary(const Bench& bench, const Verdict& verdict)
 {
-    QString text = QStringLiteral("%1 pods archived, %2 MB%3\n")
-                       .arg(verdict.recordings)
-                       .arg(static_cast<double>(verdict.recorded_bytes) / 1e6, 0, 'f', 1)
-                       .arg(throughput(bench.times(), verdict.recorded_bytes));
+    QString text;
+    if (verdict.recordings > 0 || verdict.updated == 0)
+        text += QStringLiteral("%1 pods archived, %2 MB%3\n")
+                    .arg(verdict.recordings)
+                    .arg(static_cast<double>(verdict.recorded_bytes) / 1e6, 0, 'f', 1)
+                    .arg(throughput(bench.times(), verdict.recorded_bytes));
+    text += updateText(bench.times(), verdict);
     text += stickText("before", bench.stickBefore());
     text += stickText("after", bench.stick().listing(kStickLines));
     for (const QString& problem : verdict.problems)

@@ -9,7 +9,10 @@ struct Verdict
 {
     int recordings = 0; ///< in the archive
     quint64 recorded_bytes = 0;
-    QStringList problems; ///< empty when everything was as expected
+    int updated = 0; ///< pods that run the scenario's firmware, as was expected of them
+    quint64 update_bus_bytes = 0;   ///< sent to these
+    quint64 update_image_bytes = 0; ///< of the image, in what was sent to them
+    QStringList problems;           ///< empty when everything was as expected
 
     bool good() const { return problems.isEmpty(); }
 };

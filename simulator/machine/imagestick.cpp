@@ -8,6 +8,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -26,13 +27,12 @@ ImageStick::ImageStick(const QString& folder, const StickPlan& plan, VirtualMach
     : BenchStick(folder, plan)
     , m_machine(machine)
     , m_report(report)
+    , m_size_bytes(plan.settings.size_bytes > 0 ? plan.settings.size_bytes : kUsualBytes)
 {
     if (!std::all_of(plan.items.begin(), plan.items.end(), isPlain) ||
         plan.settings.pull_at_byte > 0)
         throw BadInput(
             QStringLiteral("a machine's stick holds plain files and does not leave by itself"));
-    const quint64 size_bytes = plan.settings.size_bytes;
-    stickimage::make(machine.stickImage(), size_bytes > 0 ? size_bytes : kUsualBytes, folder);
 }
 
 bool ImageStick::inserted() const
@@ -42,6 +42,8 @@ bool ImageStick::inserted() const
 
 void ImageStick::setInserted(bool inserted)
 {
+    if (!std::exchange(m_made, true))
+        stickimage::make(m_machine.stickImage(), m_size_bytes, folder().path());
     m_machine.setStickInserted(inserted);
 }
 

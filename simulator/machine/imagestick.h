@@ -7,7 +7,8 @@
 class MachineReport;
 class VirtualMachine;
 
-/// A stick that is a mass-storage device of the machine. What its folder holds is brought up to
+/// A stick that is a mass-storage device of the machine. Its image is made when it is first put in
+/// or left out, from what its folder holds by then. What its folder holds is brought up to
 /// date from the image whenever it is looked at and no station has it mounted.
 class ImageStick : public BenchStick
 {
@@ -26,6 +27,8 @@ public:
 private:
     VirtualMachine& m_machine;
     const MachineReport& m_report;
+    quint64 m_size_bytes;
+    bool m_made = false;
     mutable QDateTime m_unpacked; ///< the image's last change by then
     mutable QStringList m_complaints;
 };

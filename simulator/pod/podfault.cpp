@@ -8,7 +8,7 @@ namespace {
 
 using NamedFault = std::pair<PodFault, QLatin1String>;
 
-const std::array<NamedFault, 12> kNamedFaults{{
+const std::array<NamedFault, 26> kNamedFaults{{
     {PodFault::None, QLatin1String("none")},
     {PodFault::NoAnswer, QLatin1String("no answer")},
     {PodFault::WrongAck, QLatin1String("wrong ack")},
@@ -21,6 +21,20 @@ const std::array<NamedFault, 12> kNamedFaults{{
     {PodFault::DriverBusy, QLatin1String("driver busy")},
     {PodFault::UnpluggedAtByte, QLatin1String("unplugged at byte")},
     {PodFault::SizeAbsurd, QLatin1String("size absurd")},
+    {PodFault::ReplyLost, QLatin1String("reply lost")},
+    {PodFault::ReplyCut, QLatin1String("reply cut in two reads")},
+    {PodFault::TwoReplies, QLatin1String("two replies in one read")},
+    {PodFault::WrongOpcode, QLatin1String("wrong opcode")},
+    {PodFault::ExtendedError, QLatin1String("extended error")},
+    {PodFault::CrcWrongOnce, QLatin1String("crc wrong once")},
+    {PodFault::OffsetWrong, QLatin1String("offset wrong")},
+    {PodFault::DisconnectAtByte, QLatin1String("disconnect at byte")},
+    {PodFault::MtuTiny, QLatin1String("mtu tiny")},
+    {PodFault::MtuHuge, QLatin1String("mtu huge")},
+    {PodFault::ObjectSizeOdd, QLatin1String("object size odd")},
+    {PodFault::FrameWithoutEnd, QLatin1String("frame without end")},
+    {PodFault::BootloaderAbsent, QLatin1String("bootloader absent")},
+    {PodFault::FirmwareAbsent, QLatin1String("firmware absent")},
 }};
 
 } // namespace

@@ -18,6 +18,21 @@ enum class PodFault {
     DriverBusy,        ///< its kernel driver cannot be detached
     UnpluggedAtByte,   ///< leaves the bus by itself during the read-out
     SizeAbsurd,        ///< announces 0xFFFFFFFF bytes, then falls silent after the real ones
+    // In its bootloader; what is said to happen once happens at the first checksum of the image.
+    ReplyLost,        ///< a reply never comes, once
+    ReplyCut,         ///< every reply comes in two transfers
+    TwoReplies,       ///< every reply comes behind a copy of the one before it, in one transfer
+    WrongOpcode,      ///< a reply is to another request, once
+    ExtendedError,    ///< the first data object is refused when it is executed
+    CrcWrongOnce,     ///< the CRC is not that of what was received, once
+    OffsetWrong,      ///< the offset is one less than what was received, once
+    DisconnectAtByte, ///< leaves the bus by itself in the middle of the image
+    MtuTiny,          ///< an MTU with which no data can be written
+    MtuHuge,          ///< the largest MTU that can be said
+    ObjectSizeOdd,    ///< a largest data object of 10061 bytes, which divides no usual image
+    FrameWithoutEnd,  ///< a reply never ends
+    BootloaderAbsent, ///< does not come back when it is sent into its bootloader
+    FirmwareAbsent,   ///< does not come back from its bootloader after the update
 };
 
 std::optional<PodFault> podFaultFromName(const QString& name);

@@ -11,6 +11,7 @@ namespace {
 constexpr char kAck = 0x0A;
 constexpr char kNak = 0x15;
 constexpr char kReadUdid = 0x11;
+constexpr char kStartBootloader = 0x12;
 constexpr char kReadCharge = 0x14;
 constexpr char kReadData = 0x31;
 constexpr char kErase = 0x41;
@@ -29,14 +30,38 @@ QByteArray sizeField(quint32 size_bytes)
     return field;
 }
 
+BootloaderSettings bootloaderOf(const PodSettings& pod)
+{
+    BootloaderSettings settings = pod.bootloader;
+    settings.fault = pod.fault;
+    settings.disconnect_at_byte = pod.unplug_at_byte;
+    return settings;
+}
+
+PodMode modeOf(const PodFlash& flash)
+{
+    return flash.in_bootloader ? PodMode::Bootloader : PodMode::Normal;
+}
+
 } // namespace
 
 PodModel::PodModel(PodSettings settings)
     : m_settings(std::move(settings))
     , m_recording(m_settings.seed, m_settings.size_bytes)
+    , m_bootloader(bootloaderOf(m_settings), m_settings.flash)
+    , m_mode(modeOf(m_settings.flash))
     , m_short_read_due(m_settings.fault == PodFault::ShortRead)
     , m_silent(m_settings.fault == PodFault::NoAnswer)
 {
+}
+
+PodReport PodModel::report() const
+{
+    PodReport report = m_report;
+    report.mode = m_mode;
+    report.firmware_sha256 = flash().firmware_sha256;
+    report.bootloader = m_bootloader.report();
+    return report;
 }
 
 bool PodModel::claim()
@@ -47,20 +72,32 @@ bool PodModel::claim()
 
 void PodModel::receive(const QByteArray& from_station)
 {
-    if (m_silent || m_vanished)
-        return;
-    for (const char command : from_station)
-        execute(command);
+    if (m_mode == PodMode::Normal) {
+        for (const char command : from_station)
+            execute(command);
+    } else if (m_bootloader.finished()) {
+        finishUpdate(); // a host that did not wait for the last reply
+    } else if (listens()) {
+        m_bootloader.receive(from_station);
+        leaveIfDue();
+    }
 }
 
 void PodModel::execute(char command)
 {
+    if (!listens())
+        return;
     m_output.clear();
     m_falls_silent = false;
     switch (command) {
     case kReadUdid:
         answer(QByteArray(1, kAck));
         answer(m_settings.udid);
+        break;
+    case kStartBootloader:
+        m_bootloader.enter();
+        leave(m_settings.fault == PodFault::BootloaderAbsent ? Presence::Gone
+                                                             : Presence::Restarting);
         break;
     case kReadCharge:
         answerCharge();
@@ -127,7 +164,11 @@ void PodModel::answerErase()
 
 int PodModel::nextTransferBytes(int at_most_bytes) const
 {
-    if (m_silent || m_vanished || m_output.empty())
+    if (!listens())
+        return 0;
+    if (m_mode == PodMode::Bootloader)
+        return m_bootloader.nextTransferBytes(at_most_bytes);
+    if (m_output.empty())
         return 0;
     quint64 bytes = 0;
     for (const Field& field : m_output) {
@@ -146,6 +187,11 @@ int PodModel::nextTransferBytes(int at_most_bytes) const
 int PodModel::send(char* out, int at_most_bytes)
 {
     const int transfer_bytes = nextTransferBytes(at_most_bytes);
+    if (m_mode == PodMode::Bootloader) {
+        m_bootloader.send(out, transfer_bytes);
+        leaveIfDue();
+        return transfer_bytes;
+    }
     int done = 0;
     while (done < transfer_bytes) {
         Field& field = m_output.front();
@@ -200,11 +246,37 @@ QByteArray PodModel::digest() const
 
 void PodModel::leaveIfDue()
 {
-    if (m_settings.fault != PodFault::UnpluggedAtByte || m_vanished ||
-        m_report.readouts_begun == 0 || m_report.bytes_sent < m_settings.unplug_at_byte)
+    if (!onBus())
         return;
-    m_vanished = true;
-    tell(PodEvent::Vanished);
+    const bool read_out = m_settings.fault == PodFault::UnpluggedAtByte &&
+                          m_report.readouts_begun > 0 &&
+                          m_report.bytes_sent >= m_settings.unplug_at_byte;
+    if (read_out || m_bootloader.disconnected())
+        return leave(Presence::Gone);
+    if (m_bootloader.finished() && m_bootloader.nextTransferBytes(1) == 0)
+        finishUpdate();
+}
+
+void PodModel::finishUpdate()
+{
+    if (!onBus())
+        return;
+    ++m_report.updates_completed;
+    leave(m_settings.fault == PodFault::FirmwareAbsent ? Presence::Gone : Presence::Restarting);
+}
+
+void PodModel::leave(Presence presence)
+{
+    m_presence = presence;
+    tell(presence == Presence::Gone ? PodEvent::Vanished : PodEvent::Restarting);
+}
+
+void PodModel::restart()
+{
+    m_bootloader.powerUp();
+    m_mode = modeOf(flash());
+    m_presence = Presence::OnBus;
+    m_output.clear();
 }
 
 void PodModel::tell(PodEvent event) const

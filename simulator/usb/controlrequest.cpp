@@ -65,12 +65,27 @@ std::optional<QByteArray> answerPod(int request)
     return std::nullopt;
 }
 
+/// Request type, then request.
+int requestOf(const QByteArray& setup)
+{
+    return quint8(setup.at(0)) << 8 | quint8(setup.at(1));
+}
+
 } // namespace
+
+void noteSerialLine(PodModel& pod, const QByteArray& setup, const QByteArray& data)
+{
+    const int request = requestOf(setup);
+    if (request == kSetControlLineState)
+        pod.setLineState(quint8(setup.at(2)));
+    if (request == kSetLineCoding)
+        pod.setLineCoding(data);
+}
 
 std::optional<QByteArray> answerControlRequest(const UsbDescription& description,
                                                const QByteArray& setup)
 {
-    const int request = quint8(setup.at(0)) << 8 | quint8(setup.at(1));
+    const int request = requestOf(setup);
     switch (request) {
     case kGetDescriptor:
         return descriptor(description, quint8(setup.at(3)), quint8(setup.at(2)));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "pod/podmodel.h"
 #include "usb/usbdescription.h"
 
 #include <QByteArray>
@@ -11,3 +12,6 @@
 /// bytes of the setup packet, little-endian.
 std::optional<QByteArray> answerControlRequest(const UsbDescription& description,
                                                const QByteArray& setup);
+
+/// Tells the pod how the host sets its serial line; other requests leave it as it is.
+void noteSerialLine(PodModel& pod, const QByteArray& setup, const QByteArray& data);

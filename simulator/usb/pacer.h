@@ -32,7 +32,7 @@ public:
     }
 
 private:
-    /// A pod fills its buffers while the host is late by less than this.
+    /// A pod fills its buffers, or empties them, while the host is late by less than this.
     static constexpr std::chrono::milliseconds kForgivenLateness{50};
 
     quint32 m_bytes_per_second;

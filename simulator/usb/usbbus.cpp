@@ -12,8 +12,6 @@ UsbBus::UsbBus()
     , m_uevents(m_testbed.dir())
     , m_device_number_used(kHighestDeviceNumber + 1)
 {
-    qRegisterMetaType<PodEvent>();
-    connect(this, &UsbBus::podEvent, this, &UsbBus::onPodEvent, Qt::QueuedConnection);
     addDevice({{}, nextDeviceNumber()}, UsbDescription::rootHub(), nullptr);
     for (int hub = 1; hub <= kHubs; ++hub)
         addDevice({UsbAddress::portsOfHub(hub), nextDeviceNumber()}, UsbDescription::sevenPortHub(),
@@ -24,7 +22,7 @@ UsbBus::~UsbBus() = default;
 
 std::shared_ptr<UsbDevice> UsbBus::addDevice(const UsbAddress& address,
                                              const UsbDescription& description,
-                                             std::unique_ptr<PodModel> pod)
+                                             std::shared_ptr<PodModel> pod)
 {
     auto device = std::make_shared<UsbDevice>(
         description, m_testbed.dir() + QLatin1String("/dev/") + address.nodeName(), std::move(pod));
@@ -49,20 +47,15 @@ const UsbBus::Place& UsbBus::place(int slot) const
     return m_places.at(size_t(slot));
 }
 
-void UsbBus::plug(int slot, const PodSettings& settings)
+void UsbBus::enter(int slot, const std::shared_ptr<PodModel>& pod)
 {
-    Q_ASSERT(!plugged(slot));
-    const UsbAddress address(UsbAddress::portsOfSlot(slot), nextDeviceNumber());
-    auto pod = std::make_unique<PodModel>(settings);
-    pod->setListener([this, slot, number = address.deviceNumber()](PodEvent event) {
-        Q_EMIT podEvent(slot, number, event, QPrivateSignal());
-    });
     Place& place = m_places.at(size_t(slot));
-    place.device = addDevice(address, UsbDescription::pod(settings.udid), std::move(pod));
-    place.address = address;
+    place.address = UsbAddress(UsbAddress::portsOfSlot(slot), nextDeviceNumber());
+    place.device =
+        addDevice(*place.address, UsbDescription::pod(pod->mode(), pod->settings().udid), pod);
 }
 
-void UsbBus::unplug(int slot)
+void UsbBus::leave(int slot)
 {
     Place& place = m_places.at(size_t(slot));
     if (!place.address)
@@ -76,17 +69,9 @@ void UsbBus::unplug(int slot)
     place.address.reset();
 }
 
-bool UsbBus::plugged(int slot) const
+void UsbBus::betweenTransfers(const std::function<void()>& work) const
 {
-    return place(slot).address.has_value();
-}
-
-PodReport UsbBus::report(int slot) const
-{
-    return m_testbed.nodes().locked([&] {
-        const auto& device = place(slot).device;
-        return device ? device->pod()->report() : PodReport();
-    });
+    m_testbed.nodes().locked(work);
 }
 
 int UsbBus::emptyReaps(int slot) const
@@ -95,29 +80,4 @@ int UsbBus::emptyReaps(int slot) const
         const auto& device = place(slot).device;
         return device ? device->emptyReaps() : 0;
     });
-}
-
-void UsbBus::onPodEvent(int slot, int device_number, PodEvent event)
-{
-    switch (event) {
-    case PodEvent::ReadoutBegun:
-        Q_EMIT readoutBegun(slot);
-        break;
-    case PodEvent::ReadoutCompleted:
-        Q_EMIT readoutCompleted(slot);
-        break;
-    case PodEvent::Erased:
-        Q_EMIT podErased(slot);
-        break;
-    case PodEvent::Charged:
-        Q_EMIT podCharged(slot);
-        break;
-    case PodEvent::Vanished:
-        // The place may have been freed, and taken again, before this arrived.
-        if (!plugged(slot) || place(slot).address->deviceNumber() != device_number)
-            break;
-        unplug(slot);
-        Q_EMIT podVanished(slot);
-        break;
-    }
 }

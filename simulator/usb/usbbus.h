@@ -32,28 +32,24 @@ public:
     /// For other simulated hardware of the same station.
     Testbed& testbed() { return m_testbed; }
 
-    void plug(int slot, const PodSettings& settings) override;
-    void unplug(int slot) override;
-    bool plugged(int slot) const override;
-    PodReport report(int slot) const override;
     /// How often hosts came to collect finished transfers and found none; of the last pod.
     int emptyReaps(int slot) const;
 
-Q_SIGNALS:
-    /// Carries what a pod tells on the testbed's thread over to this object's; not for others.
-    void podEvent(int slot, int device_number, PodEvent event, QPrivateSignal);
+protected:
+    void enter(int slot, const std::shared_ptr<PodModel>& pod) override;
+    void leave(int slot) override;
+    void betweenTransfers(const std::function<void()>& work) const override;
 
 private:
     struct Place
     {
-        std::optional<UsbAddress> address; ///< none while the place is free
-        std::shared_ptr<UsbDevice> device; ///< kept for its report when it has left
+        std::optional<UsbAddress> address; ///< none while the pod is not on the bus
+        std::shared_ptr<UsbDevice> device; ///< the last one
     };
 
     std::shared_ptr<UsbDevice> addDevice(const UsbAddress& address,
                                          const UsbDescription& description,
-                                         std::unique_ptr<PodModel> pod);
-    void onPodEvent(int slot, int device_number, PodEvent event);
+                                         std::shared_ptr<PodModel> pod);
     int nextDeviceNumber();
     const Place& place(int slot) const;
 
@@ -64,5 +60,3 @@ private:
     std::vector<bool> m_device_number_used;
     int m_next_device_number = 1;
 };
-
-Q_DECLARE_METATYPE(PodEvent)

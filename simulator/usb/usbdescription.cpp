@@ -6,6 +6,10 @@
 
 namespace {
 
+constexpr int kPodVendor = 0x1915;
+constexpr int kPodProduct = 0x5203;
+constexpr int kBootloaderProduct = 0x521F;
+
 QByteArray bytes(std::initializer_list<int> values)
 {
     QByteArray result;
@@ -70,8 +74,9 @@ UsbDescription UsbDescription::sevenPortHub()
         {QStringLiteral("Corvane bench"), QStringLiteral("Seven-port hub"), QStringLiteral("hub")});
 }
 
-UsbDescription UsbDescription::pod(const QByteArray& udid)
+UsbDescription UsbDescription::pod(PodMode mode, const QByteArray& udid)
 {
+    const bool bootloader = mode == PodMode::Bootloader;
     const QByteArray communication = bytes({9, 4, 0, 0, 1, 2, 2, 1, 0})   // interface 0, ACM
                                      + bytes({5, 0x24, 0x00, 0x10, 0x01}) // CDC 1.10
                                      + bytes({5, 0x24, 0x01, 0x00, 1})    // call management
@@ -80,9 +85,11 @@ UsbDescription UsbDescription::pod(const QByteArray& udid)
                                      + endpoint(0x82, 3, 16, 64);
     const QByteArray data = bytes({9, 4, 1, 0, 2, 10, 0, 0, 0}) // interface 1, CDC data
                             + endpoint(0x81, 2, 64, 0) + endpoint(0x01, 2, 64, 0);
-    return {deviceDescriptor(0x0200, {2, 0, 0}, 64, 0x1915, 0x5203),
+    return {deviceDescriptor(0x0200, {2, 0, 0}, 64, kPodVendor,
+                             bootloader ? kBootloaderProduct : kPodProduct),
             configurationDescriptor(2, 0x80, 500, communication + data),
-            {QStringLiteral("Corvane"), QStringLiteral("Pod"),
+            {QStringLiteral("Corvane"),
+             bootloader ? QStringLiteral("Pod bootloader") : QStringLiteral("Pod"),
              QString::fromLatin1(udid.toHex().toUpper())},
             12,
             0};

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "pod/podreport.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -17,8 +19,8 @@ struct UsbDescription
     static UsbDescription rootHub();
     static UsbDescription sevenPortHub();
     /// A CDC-ACM function: communication interface 0, data interface 1 with the bulk endpoints
-    /// 0x01 OUT and 0x81 IN.
-    static UsbDescription pod(const QByteArray& udid);
+    /// 0x01 OUT and 0x81 IN. The bootloader has the same one under another product number.
+    static UsbDescription pod(PodMode mode, const QByteArray& udid);
 
     bool isHub() const { return ports > 0; }
     int interfaces() const;

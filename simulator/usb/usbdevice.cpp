@@ -21,7 +21,7 @@ constexpr quint32 kBulkCapabilities =
 } // namespace
 
 UsbDevice::UsbDevice(UsbDescription description, const QString& node_path,
-                     std::unique_ptr<PodModel> pod)
+                     std::shared_ptr<PodModel> pod)
     : m_description(std::move(description))
     , m_node(node_path)
     , m_pod(std::move(pod))
@@ -166,6 +166,8 @@ UsbDevice::Reply UsbDevice::control(Urb urb)
         length_bytes = std::min(length_bytes, answer->size());
         std::memcpy(urb.buffer() + kSetupBytes, answer->constData(), size_t(length_bytes));
     }
+    if (answer && !read && m_pod)
+        noteSerialLine(*m_pod, setup, {urb.buffer() + kSetupBytes, length_bytes});
     urb.finish(answer ? 0 : -EPIPE, answer ? length_bytes : 0);
     m_finished.push_back(std::move(urb));
     return {};
@@ -215,7 +217,7 @@ void UsbDevice::advance(Pacer::TimePoint now)
     if (m_pod) {
         advanceOut(now);
         advanceIn(now);
-        if (m_connected && m_pod->vanished())
+        if (!m_pod->onBus())
             disconnect();
     }
     m_node.setReady(!m_finished.empty());
@@ -224,7 +226,6 @@ void UsbDevice::advance(Pacer::TimePoint now)
 bool UsbDevice::beginOut(Urb& urb, Pacer::TimePoint now)
 {
     if (!urb.moving) {
-        m_pacer.idleUntil(now);
         urb.due = m_pacer.book(urb.lengthBytes(), now);
         urb.moving = true;
     }
@@ -236,6 +237,8 @@ void UsbDevice::advanceOut(Pacer::TimePoint now)
     while (!m_out.empty() && beginOut(m_out.front(), now)) {
         Urb& urb = m_out.front();
         m_pod->receive(QByteArray::fromRawData(urb.buffer(), urb.lengthBytes()));
+        if (m_pod->nextTransferBytes(1) > 0)
+            m_pacer.idleUntil(now); // an answer cannot have begun before its question
         finish(m_out, 0, urb.lengthBytes());
     }
 }
@@ -259,7 +262,8 @@ void UsbDevice::advanceIn(Pacer::TimePoint now)
     while (!m_in.empty() && beginIn(m_in.front(), now)) {
         Urb& urb = m_in.front();
         const int length_bytes = m_pod->send(urb.buffer(), urb.lengthBytes());
-        if (m_pod->vanished())
+        // Pulled in the middle of it; a pod that leaves after an update has given its last reply.
+        if (m_pod->vanished() && m_pod->mode() == PodMode::Normal)
             return;
         finish(m_in, 0, length_bytes);
     }
@@ -284,6 +288,7 @@ std::optional<Pacer::TimePoint> UsbDevice::nextDue() const
 void UsbDevice::disconnect()
 {
     m_connected = false;
+    m_pod.reset();
     m_node.remove();
     for (Urbs* queue : {&m_out, &m_in}) {
         while (!queue->empty())

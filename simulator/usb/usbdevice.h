@@ -19,7 +19,7 @@ class UsbDevice : public NodeHandler
 {
 public:
     /// A hub has no pod.
-    UsbDevice(UsbDescription description, const QString& node_path, std::unique_ptr<PodModel> pod);
+    UsbDevice(UsbDescription description, const QString& node_path, std::shared_ptr<PodModel> pod);
 
     void handle(NodeClient& host, const NodeCall& call) override;
     void clientGone(const NodeClient& host) override;
@@ -27,11 +27,11 @@ public:
     void advance(TimePoint now) override;
     std::optional<TimePoint> nextDue() const override;
 
-    /// It leaves the bus: every open request ends, every later one fails.
+    /// It leaves the bus: every open request ends, every later one fails, and the pod is free to
+    /// come back as another device.
     void disconnect();
     bool isConnected() const { return m_connected; }
     const UsbDescription& description() const { return m_description; }
-    const PodModel* pod() const { return m_pod.get(); }
     /// How often a host came to reap and found nothing.
     int emptyReaps() const { return m_empty_reaps; }
 
@@ -68,7 +68,7 @@ private:
 
     UsbDescription m_description;
     DeviceNode m_node;
-    std::unique_ptr<PodModel> m_pod;
+    std::shared_ptr<PodModel> m_pod; ///< none in a hub, and none any more when it has left
     Pacer m_pacer;
     std::array<Interface, 2> m_interfaces;
     Urbs m_out;      ///< bulk requests to the pod, the first one moving

@@ -4,11 +4,12 @@
 
 PodFunction::PodFunction(std::shared_ptr<PodModel> pod)
     : m_pod(std::move(pod))
-    , m_description(UsbDescription::pod(m_pod->settings().udid))
+    , m_description(UsbDescription::pod(m_pod->mode(), m_pod->settings().udid))
 {
 }
 
-std::optional<QByteArray> PodFunction::control(const QByteArray& setup, const QByteArray& /*data*/)
+std::optional<QByteArray> PodFunction::control(const QByteArray& setup, const QByteArray& data)
 {
+    noteSerialLine(*m_pod, setup, data);
     return answerControlRequest(m_description, setup);
 }

@@ -8,6 +8,7 @@
 #include "utils/filesaver.h"
 #include "utils/interruptiblesleep.h"
 #include "utils/serialnumberchip.h"
+#include "utils/storagefile.h"
 #include "utils/usbcmdutils.h"
 #include "utils/ziputils.h"
 
@@ -31,6 +32,8 @@ constexpr int kMaxArchives = 25;
 const QString kInfosPath = QStringLiteral("tmp/infos.log");
 const QString kStationVersionPath = QStringLiteral("/opt/Corvane/version");
 const QString kLauncherVersionPath = QStringLiteral("/opt/CorvaneLauncher/version");
+const QString kFirmwareFolder = QStringLiteral("dfu");
+const QString kFirmwarePackage = QStringLiteral("app.zip");
 const QString kExportName = QStringLiteral("QVX_DATAS.cvx");
 const QString kBackupName = QStringLiteral("backup.zip");
 const QString kUpdateMarker = QStringLiteral("corvane.zip");
@@ -44,6 +47,28 @@ QByteArray contentOf(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// False, and nothing of it left, when it is no package for pods.
+bool unpackFirmware(const QString& package)
+{
+    if (!ZipUtils::extractZip(package, kFirmwareFolder)) {
+        qInfo() << "Failed to unzip firmware";
+        return false;
+    }
+    QDir folder(kFirmwareFolder);
+    const QStringList files = folder.entryList(QDir::Files, QDir::Unsorted);
+    const bool has_manifest = files.contains(QStringLiteral("manifest.json"));
+    qDebug() << files.size() << has_manifest;
+    // Exactly manifest, init packet and image: a package with more is deliberately refused.
+    if (files.size() == 3 && has_manifest) {
+        qInfo() << "New firmware on usbkey";
+        return true;
+    }
+    qInfo() << "Invalid update package";
+    // Or a pod that is plugged in in its bootloader would be given what was just refused.
+    folder.removeRecursively();
+    return false;
 }
 
 void runTool(const QString& program, const QStringList& arguments = {})
@@ -62,10 +87,12 @@ Corvane::~Corvane() = default;
 
 void Corvane::init()
 {
+    // A backup cut short by the power is not put back first: it may take all the room there is.
+    BackupGenerator::discardBackup();
     // Before anything reads "datas": an addition cut short by the power is put back.
     if (!ArchiveAddition::recover())
         qCritical() << "An archive waits to be put back";
-    QDir(QStringLiteral("dfu")).removeRecursively();
+    QDir(kFirmwareFolder).removeRecursively();
     QDir(QStringLiteral("tmp")).removeRecursively();
     QDir().mkdir(QStringLiteral("tmp"));
 
@@ -75,6 +102,7 @@ void Corvane::init()
 
     m_eui48 = getEUI48();
     writeInfosFile();
+    checkNewFirmware();
 }
 
 QByteArray Corvane::getEUI48()
@@ -92,6 +120,23 @@ void Corvane::writeInfosFile()
         infos.write("\r\nCorvane version: " + version);
     }
     qInfo().noquote().nospace() << "Version: " << version;
+}
+
+void Corvane::checkNewFirmware()
+{
+    if (m_usbkey.mountKey() != 0) {
+        qInfo() << "Failed to mount usbkey";
+        return;
+    }
+    const QString package = m_usbkey.pathOf(kFirmwarePackage);
+    new_firmware = usbKeyHolds(kFirmwarePackage) && unpackFirmware(package);
+    // Once taken it goes, or the next start would update all pods again.
+    if (new_firmware && !UsbCmdUtils::consume(package))
+        qWarning() << "The update package cannot be removed from the stick";
+    if (m_usbkey.umountKey() != 0)
+        qInfo() << "Failed to umount usbkey";
+    else if (!new_firmware)
+        qInfo() << "No new firmware";
 }
 
 void Corvane::taskLoop()
@@ -142,10 +187,13 @@ void Corvane::backupToUsbKey()
     qDebug() << "Generating backup";
     emit syncDone(Syncing);
     const bool complete = BackupGenerator::generateBackup(kBackupName);
-    const bool saved = m_usbkey.copyFileToUsbKey(kBackupName, kBackupName) && complete;
+    // Also an incomplete one: the stick then holds what could still be read.
+    const bool copied = m_usbkey.copyFileToUsbKey(kBackupName, kBackupName);
     // Obeyed a second time, the command would replace this backup by one of what is left here.
-    const bool consumed = UsbCmdUtils::consume(m_usbkey.pathOf(kBackupCommand));
-    if (!saved) {
+    const bool consumed = storage::removeFile(m_usbkey.pathOf(kBackupCommand));
+    if (!copied || !complete) {
+        qWarning() << "No backup:" << (copied ? "an archive is missing" : "not on the stick");
+        BackupGenerator::discardBackup();
         emit syncDone(CopyFailed);
         return;
     }

@@ -5,6 +5,7 @@
 #include "utils/usbkeyutils.h"
 
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -34,9 +35,14 @@ public:
     {
         QPointer<Pod> pod;
         QPointer<QThread> workThread;
+        UsbDeviceRef device; ///< as which the pod is served at present, or was before it restarted
+        /// By when a pod that was told to restart has to be back.
+        QDeadlineTimer return_limit{QDeadlineTimer::Forever};
 
         /// Makes the pod and its worker thread, wires them and starts the thread.
-        void start(int idx, const UsbDeviceRef& dev, Corvane& controller, UIBackEnd& backend);
+        /// `dfu`: the device is a pod's bootloader.
+        void start(int idx, const UsbDeviceRef& dev, Corvane& controller, UIBackEnd& backend,
+                   bool dfu);
         /// Forgets both, however long they take to wind down: the place is free for the next pod.
         void clean();
         bool occupied() const { return !pod.isNull() && !workThread.isNull(); }
@@ -76,6 +82,8 @@ signals:
 private:
     void init();
     QByteArray getEUI48();
+    /// Unpacks an update package on the stick into "dfu".
+    void checkNewFirmware();
     void writeInfosFile();
     void checkUpdateMarker();
     Q_INVOKABLE void checkUsbCmd(); ///< by its name, for the tests that cut it short
@@ -89,7 +97,7 @@ private:
     bool isIdle() const;
     void exportArchive();
 
-    bool new_firmware = false;
+    bool new_firmware = false; ///< set before discovery starts
     int m_nb_pods_zipped = 0;
     int m_nb_pods_empty = 0;
     int m_nb_pods_to_sync = 0;

@@ -5,12 +5,13 @@
 #include <QThread>
 
 void Corvane::device_slot_ts::start(int idx, const UsbDeviceRef& dev, Corvane& controller,
-                                    UIBackEnd& backend)
+                                    UIBackEnd& backend, bool dfu)
 {
     auto* const thread = new QThread;
-    auto* const newcomer = new Pod(idx, dev, backend);
+    auto* const newcomer = new Pod(idx, dev, backend, dfu, controller.new_firmware);
     workThread = thread;
     pod = newcomer;
+    device = dev;
     newcomer->moveToThread(thread);
 
     connect(thread, &QThread::started, newcomer, &Pod::tasks, Qt::QueuedConnection);
@@ -52,4 +53,6 @@ void Corvane::device_slot_ts::clean()
 {
     pod.clear();
     workThread.clear();
+    device = UsbDeviceRef();
+    return_limit = QDeadlineTimer(QDeadlineTimer::Forever);
 }

@@ -8,6 +8,7 @@
 #include <QThread>
 
 #include <array>
+#include <utility>
 
 using namespace std::chrono_literals;
 
@@ -15,9 +16,13 @@ namespace {
 
 constexpr uint16_t kPodVendor = 0x1915;
 constexpr uint16_t kPodProduct = 0x5203;
+constexpr uint16_t kBootloaderProduct = 0x521F;
 constexpr auto kStartDelay = 1000ms;
 constexpr auto kLoopPause = 10ms;
 constexpr auto kWindDownLimit = 2s;
+/// A restart takes a pod a few seconds, a new image to be put in place included. One that stays
+/// away was pulled or is broken, and its place must serve the next.
+constexpr auto kReturnLimit = 15s;
 /// A wake-up can be swallowed by a worker that handles events just then; nothing waits longer for
 /// it.
 constexpr timeval kEventWait{0, 100'000};
@@ -49,21 +54,31 @@ void Discovery::Start()
 {
     if (!sleepUnlessInterrupted(kStartDelay) || m_started)
         return;
-    m_started = registerCallback();
+    m_started = registerCallbacks();
     Loop();
     windDown();
 }
 
-bool Discovery::registerCallback()
+bool Discovery::registerCallbacks()
 {
     if (m_usb->get() == nullptr) {
         qCritical() << "No USB: libusb could not be initialised";
         return false;
     }
+    if (!registerCallback(kPodProduct, m_handle))
+        return false;
+    if (registerCallback(kBootloaderProduct, m_handle_dfu))
+        return true;
+    libusb_hotplug_deregister_callback(m_usb->get(), m_handle);
+    return false;
+}
+
+bool Discovery::registerCallback(uint16_t product, libusb_hotplug_callback_handle& handle)
+{
     const int error = libusb_hotplug_register_callback(
         m_usb->get(), LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED | LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT,
-        LIBUSB_HOTPLUG_ENUMERATE, kPodVendor, kPodProduct, LIBUSB_HOTPLUG_MATCH_ANY,
-        &Discovery::OnUsbHotplugCallback, this, &m_handle);
+        LIBUSB_HOTPLUG_ENUMERATE, kPodVendor, product, LIBUSB_HOTPLUG_MATCH_ANY,
+        &Discovery::OnUsbHotplugCallback, this, &handle);
     if (error != LIBUSB_SUCCESS)
         qCritical() << "No USB hot-plug:" << libusb_error_name(error);
     return error == LIBUSB_SUCCESS;
@@ -74,6 +89,7 @@ void Discovery::Stop()
     if (!m_started.exchange(false))
         return;
     libusb_hotplug_deregister_callback(m_usb->get(), m_handle);
+    libusb_hotplug_deregister_callback(m_usb->get(), m_handle_dfu);
     wake();
 }
 
@@ -81,6 +97,7 @@ void Discovery::Loop()
 {
     while (m_started && !thread()->isInterruptionRequested()) {
         handleEvents();
+        giveOverduePlacesBack();
         QThread::msleep(kLoopPause.count());
     }
 }
@@ -131,40 +148,129 @@ void Discovery::OnUsbHotplug(const UsbDeviceRef& dev, int event)
     }
     if (!m_started)
         return;
-    if (event == LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED)
-        onArrival(dev);
-    else
-        onRemoval(dev);
+    const int idx = getIdx(dev.get());
+    const bool dfu = descriptor.idProduct == kBootloaderProduct;
+    if (!dfu)
+        qDebug().nospace() << "Index: " << idx;
+    if (idx >= 0)
+        serve(idx, {dev, event, dfu});
 }
 
-void Discovery::onArrival(const UsbDeviceRef& dev)
+void Discovery::serve(int idx, const Hotplug& hotplug)
 {
-    const int idx = getIdx(dev.get());
-    qDebug().nospace() << "Index: " << idx;
-    if (idx < 0 || m_corvane.device_slots.at(idx).occupied())
+    if (m_held.at(idx)) {
+        m_held.at(idx)->push_back(hotplug);
         return;
+    }
+    const bool arrived = hotplug.event == LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED;
+    // libusb reports twice what came between its own start and the registration.
+    if (arrived && m_corvane.device_slots.at(idx).device.get() == hotplug.dev.get())
+        return;
+    if (hotplug.dfu)
+        arrived ? onDfuArrival(idx, hotplug.dev) : onDfuRemoval(idx, hotplug.dev);
+    else
+        arrived ? onArrival(idx, hotplug.dev) : onRemoval(idx, hotplug.dev);
+}
+
+void Discovery::onArrival(int idx, const UsbDeviceRef& dev)
+{
     auto& slot = m_corvane.device_slots.at(idx);
-    slot.start(idx, dev, m_corvane, m_corvane.uibackend);
+    if (!slot.occupied()) {
+        startPod(idx, dev, false);
+        emit m_corvane.podConnection(idx, true);
+        emit podConnectionEvent();
+        return;
+    }
+    if (!slot.pod->getUpdating())
+        return;
+    slot.device = dev;
+    slot.return_limit = QDeadlineTimer(QDeadlineTimer::Forever);
+    emit slot.pod->setUpdateProgress(idx, 101);
+    emit slot.pod->updateDone(dev);
+    slot.pod->setUpdating(false);
+}
+
+void Discovery::onRemoval(int idx, const UsbDeviceRef& dev)
+{
+    const auto& slot = m_corvane.device_slots.at(idx);
+    // The device that left may not be the one served: two can report for one place. And a pod that
+    // is being updated only goes to come back in its other mode.
+    if (!slot.occupied() || slot.device.get() != dev.get() || slot.pod->getUpdating())
+        return;
+    endPod(idx);
+    emit podConnectionEvent();
+}
+
+void Discovery::onDfuArrival(int idx, const UsbDeviceRef& dev)
+{
+    auto& slot = m_corvane.device_slots.at(idx);
+    if (!slot.occupied()) {
+        startPod(idx, dev, true);
+        emit podConnectionEvent(); // and, deliberately, no podConnection
+        return;
+    }
+    slot.device = dev;
+    slot.return_limit = QDeadlineTimer(QDeadlineTimer::Forever);
+    emit slot.pod->launchDfu(dev);
+}
+
+/// The bootloader leaves right after its last reply, which the worker may not have seen yet: only
+/// the worker can say whether this is the end of an update or a pod that was pulled.
+void Discovery::onDfuRemoval(int idx, const UsbDeviceRef& dev)
+{
+    const auto& slot = m_corvane.device_slots.at(idx);
+    if (!slot.occupied() || slot.device.get() != dev.get())
+        return;
+    m_held.at(idx).emplace();
+    emit slot.pod->bootloaderLeft(dev);
+}
+
+void Discovery::onUpdateJudged(int idx, const UsbDeviceRef& dev, bool done)
+{
+    if (m_corvane.device_slots.at(idx).device.get() != dev.get())
+        return;
+    const auto held = std::exchange(m_held.at(idx), std::nullopt);
+    if (!done)
+        endPod(idx);
+    for (const Hotplug& hotplug : held.value_or(std::vector<Hotplug>()))
+        serve(idx, hotplug);
+}
+
+void Discovery::awaitReturn(int idx, const UsbDeviceRef& dev)
+{
+    auto& slot = m_corvane.device_slots.at(idx);
+    // It may have come back already, as another device.
+    if (slot.device.get() == dev.get())
+        slot.return_limit = QDeadlineTimer(kReturnLimit);
+}
+
+void Discovery::giveOverduePlacesBack()
+{
+    for (int idx = 0; idx < Corvane::kSlotCount; ++idx) {
+        const auto& slot = m_corvane.device_slots.at(idx);
+        if (!slot.occupied() || !slot.return_limit.hasExpired())
+            continue;
+        qInfo() << "Pod did not come back from its restart, index:" << idx;
+        endPod(idx);
+        emit podConnectionEvent();
+    }
+}
+
+void Discovery::startPod(int idx, const UsbDeviceRef& dev, bool dfu)
+{
+    auto& slot = m_corvane.device_slots.at(idx);
+    slot.start(idx, dev, m_corvane, m_corvane.uibackend, dfu);
     ++m_live_workers;
     // On the worker, which may outlive this object when it sits in a transfer at the end.
     connect(
         slot.workThread, &QThread::finished, slot.workThread,
         [usb = m_usb] { libusb_interrupt_event_handler(usb->get()); }, Qt::DirectConnection);
     connect(slot.workThread, &QObject::destroyed, this, [this] { --m_live_workers; });
+    connect(slot.pod, &Pod::restarting, this,
+            [this, idx](const UsbDeviceRef& leaving) { awaitReturn(idx, leaving); });
+    connect(slot.pod, &Pod::updateJudged, this,
+            [this, idx](const UsbDeviceRef& left, bool done) { onUpdateJudged(idx, left, done); });
     ++m_corvane.nb_pods_connected;
-    emit m_corvane.podConnection(idx, true);
-    emit podConnectionEvent();
-}
-
-void Discovery::onRemoval(const UsbDeviceRef& dev)
-{
-    const int idx = getIdx(dev.get());
-    qDebug().nospace() << "Index: " << idx;
-    // The device that left may not be the one served: two can report for one place.
-    if (idx < 0 || !m_corvane.device_slots.at(idx).occupied() ||
-        m_corvane.device_slots.at(idx).pod->getDev() != dev.get())
-        return;
-    endPod(idx);
 }
 
 void Discovery::endPod(int idx)
@@ -174,7 +280,7 @@ void Discovery::endPod(int idx)
     slot.workThread->requestInterruption();
     emit slot.pod->finished();
     slot.clean();
+    m_held.at(idx).reset();
     --m_corvane.nb_pods_connected;
     emit m_corvane.podConnection(idx, false);
-    emit podConnectionEvent();
 }

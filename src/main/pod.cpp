@@ -1,5 +1,6 @@
 #include "main/pod.h"
 
+#include "dfu/podupdater.h"
 #include "downloader/downloader.h"
 #include "downloader/downloadexception.h"
 #include "downloader/podprotocol.h"
@@ -21,16 +22,24 @@ constexpr auto kChargePollInterval = 10s;
 
 } // namespace
 
-Pod::Pod(int idx, UsbDeviceRef dev, UIBackEnd& uibackend)
+Pod::Pod(int idx, UsbDeviceRef dev, UIBackEnd& uibackend, bool dfu_mode, bool new_firmware)
     : m_idx(idx)
     , m_dev(std::move(dev))
     , m_uibackend(uibackend)
+    , m_dfu_mode(dfu_mode)
+    , m_new_firmware(new_firmware)
     , m_ozu_file_path(QStringLiteral("tmp/"))
 {
     connect(this, &Pod::setSyncProgress, &m_uibackend, &UIBackEnd::setPodSyncProgress);
+    connect(this, &Pod::setUpdateProgress, &m_uibackend, &UIBackEnd::setPodUpdateProgress);
     connect(this, &Pod::setChargingState, &m_uibackend, &UIBackEnd::setChargingState);
     connect(this, &Pod::syncDone, this, &Pod::chargingLoop);
     connect(this, &Pod::podEmpty, this, &Pod::chargingLoop);
+    connect(this, &Pod::launchDfu, this, &Pod::startDfu);
+    connect(this, &Pod::updateDone, this, &Pod::chargeUpdated);
+    // Queued behind the update, so that the answer is known.
+    connect(this, &Pod::bootloaderLeft, this,
+            [this](const UsbDeviceRef& left) { emit updateJudged(left, m_update_done); });
 }
 
 Pod::~Pod()
@@ -54,8 +63,18 @@ void Pod::tasks()
     // Thirty pods plugged at once do not all start in the same instant.
     if (!sleepUnlessInterrupted(300ms + 300ms * m_idx))
         return;
+    if (m_dfu_mode) {
+        setUpdating(true); // or its return as an ordinary pod would go unnoticed
+        startDfu(m_dev);
+        return;
+    }
     try {
         LibUsbUtils().openDevice(m_dev.get(), m_dev_handle);
+        if (m_new_firmware) {
+            PodUpdater::putInDfu(*this);
+            emit restarting(m_dev);
+            return;
+        }
         readUDID();
         downloadData();
     } catch (...) {
@@ -159,6 +178,36 @@ void Pod::pollCharge()
         return; // the pod said nothing: the screen keeps what it last said
     m_pod_charged = status == podprotocol::kCharged;
     emit setChargingState(m_idx, status);
+}
+
+void Pod::startDfu(const UsbDeviceRef& dev)
+{
+    // The handle is of a device that has left. Closing it tells nobody anything.
+    LibUsbUtils().forceCloseDevice(m_dev_handle);
+    m_dev = dev;
+    setUpdateDone(false);
+    try {
+        PodUpdater::updatePod(*this);
+        if (getUpdateDone())
+            emit restarting(m_dev);
+        else
+            emit setSyncProgress(m_idx, -2); // or the gauge would stand at the last percentage
+    } catch (...) {
+        errorHandler();
+    }
+}
+
+void Pod::chargeUpdated(const UsbDeviceRef& dev)
+{
+    try {
+        LibUsbUtils().forceCloseDevice(m_dev_handle);
+        m_dev = dev;
+        LibUsbUtils().openDevice(m_dev.get(), m_dev_handle);
+    } catch (...) {
+        errorHandler();
+        return;
+    }
+    chargingLoop();
 }
 
 void Pod::errorHandler()

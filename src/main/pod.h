@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <array>
+#include <atomic>
 #include <memory>
 
 class UIBackEnd;
@@ -19,7 +20,10 @@ class Pod : public QObject
     Q_OBJECT
 
 public:
-    Pod(int idx, UsbDeviceRef dev, UIBackEnd& uibackend);
+    /// `dfu_mode`: it is in its bootloader already; `new_firmware`: it is to be updated, not read
+    /// out.
+    Pod(int idx, UsbDeviceRef dev, UIBackEnd& uibackend, bool dfu_mode = false,
+        bool new_firmware = false);
     ~Pod() override;
     Pod(const Pod&) = delete;
     Pod& operator=(const Pod&) = delete;
@@ -27,9 +31,22 @@ public:
     Pod& operator=(Pod&&) = delete;
 
     int getIdx() const { return m_idx; }
-    /// Thread-safe: set once, at construction.
+    /// Of the mode that it is in, or was in last: each has a device of its own on the bus.
     libusb_device* getDev() const { return m_dev.get(); }
     libusb_device_handle* getDevHandle() const { return m_dev_handle; }
+    /// The pod closes it.
+    void setDevHandle(libusb_device_handle* handle) { m_dev_handle = handle; }
+    int getProgress() const { return m_progress; }
+    void setProgress(int percent) { m_progress = percent; }
+
+    /// Thread-safe. A firmware update is under way, from the restart into the bootloader to the
+    /// return as an ordinary pod.
+    bool getUpdating() const { return m_updating; }
+    void setUpdating(bool updating) { m_updating = updating; }
+    /// The last update reached its end.
+    bool getUpdateDone() const { return m_update_done; }
+    void setUpdateDone(bool done) { m_update_done = done; }
+
     /// "tmp/" + 15 hexadecimal digits + ".ozu"; "tmp/" alone before the identifier is known.
     QString getOzuFilePath() const { return m_ozu_file_path; }
 
@@ -45,16 +62,29 @@ public slots:
     void erasePod(bool erase, int idx);
     void tasks();
     void chargingLoop();
+    /// Updates the pod, which has come back as this device, in its bootloader.
+    void startDfu(const UsbDeviceRef& dev);
+    /// The pod is back as this device, updated: watches it charge.
+    void chargeUpdated(const UsbDeviceRef& dev);
 
 signals:
     void setSyncProgress(int idx,
                          int value); ///< 0 to 100 %, 101 finished, -1 wrong digest, -2 failed
-    void setChargingState(int idx, int state); ///< the pod's own status byte; 22 once at the start
+    void setUpdateProgress(int idx, int value); ///< 0 to 100 %, 101 finished
+    void setChargingState(int idx, int state);  ///< the pod's own status byte; 22 once at the start
     void dataReady(QString path, int idx);
     void finished();
     void syncInProgress(bool failed); ///< false begins a synchronisation, true takes it back
     void podEmpty();
     void syncDone();
+    /// It was told to leave the bus and come back in its other mode.
+    void restarting(UsbDeviceRef dev);
+    void updateJudged(UsbDeviceRef dev, bool done); ///< the answer to bootloaderLeft
+
+    // From discovery, for the pod itself.
+    void launchDfu(UsbDeviceRef dev);
+    void updateDone(UsbDeviceRef dev);
+    void bootloaderLeft(UsbDeviceRef dev);
 
 private:
     static constexpr int kUdidBytes = 8;
@@ -68,9 +98,14 @@ private:
     void errorHandler();
 
     const int m_idx; ///< slot 0 to 29
-    const UsbDeviceRef m_dev;
+    UsbDeviceRef m_dev;
     UIBackEnd& m_uibackend;
+    const bool m_dfu_mode;
+    const bool m_new_firmware;
     libusb_device_handle* m_dev_handle = nullptr; ///< owned; null while closed
+    std::atomic<bool> m_updating{false};
+    bool m_update_done = false;
+    int m_progress = 0; ///< percent
     bool m_pod_charged = false;
     bool m_answered = false; ///< the controller's answer was acted on
     std::array<uint8_t, kUdidBytes> m_pod_udid{};

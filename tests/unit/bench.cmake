@@ -1,3 +1,5 @@
+corvane_add_test(bench_firmware SOURCES unit/bench_firmware.cpp
+  LIBRARIES corvane_bench QuaZip::QuaZip)
 corvane_add_test(bench_input SOURCES unit/bench_input.cpp LIBRARIES corvane_bench)
 corvane_add_test(bench_screen SOURCES unit/bench_screen.cpp LIBRARIES corvane_bench)
 corvane_add_test(bench_verdict SOURCES unit/bench_verdict.cpp LIBRARIES corvane_bench)

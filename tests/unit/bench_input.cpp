@@ -44,6 +44,7 @@ class BenchInputTest : public QObject
 
 private Q_SLOTS:
     void readsAWholeScenario();
+    void readsUpdates();
     void namesPlaceAndFaultOfABadScenario_data();
     void namesPlaceAndFaultOfABadScenario();
     void readsVerbs();
@@ -116,6 +117,37 @@ void BenchInputTest::readsAWholeScenario()
     checkStick(scenario);
 }
 
+void BenchInputTest::readsUpdates()
+{
+    const Scenario scenario = parse(R"({
+        "name": "update", "firmware": {"file": "new.bin", "escaped reply": true},
+        "pods": [{"slots": 0, "bootloader": true, "restart time": 0.5, "fault": "mtu tiny"},
+                 {"slots": 1, "resume at byte": "8K"}, {"slots": 2}],
+        "steps": [{"after": {"bootloader": 0, "updated": 1}, "station": "quit"}],
+        "expect": {"updated": "1-2"}})");
+    QCOMPARE(scenario.firmware->file, QStringLiteral("./new.bin"));
+    QVERIFY(scenario.firmware->escaped_reply);
+    QVERIFY(scenario.plans[0].in_bootloader && !scenario.plans[1].in_bootloader);
+    QCOMPARE(scenario.plans[0].restart_time, std::chrono::milliseconds(500));
+    QCOMPARE(scenario.plans[0].fault, PodFault::MtuTiny);
+    QCOMPARE(*scenario.plans[1].resume_at_byte, 8192U);
+    QVERIFY(scenario.plans[1].beginsInBootloader() && !scenario.plans[2].beginsInBootloader());
+    QCOMPARE(scenario.steps[0].conditions[0].kind, Condition::Kind::Bootloader);
+    QCOMPARE(scenario.steps[0].conditions[1].kind, Condition::Kind::Updated);
+    QCOMPARE(scenario.expect.updated, slotSetFromText(QStringLiteral("1-2")));
+    QVERIFY(!parse(withSteps("")).firmware);
+
+    const auto complaintAbout = [](const QByteArray& members) {
+        return complaint([&] { parse(R"({"name": "t", "steps": [], )" + members + "}"); });
+    };
+    QCOMPARE(complaintAbout(R"("expect": {"updated": 1})"),
+             QStringLiteral("demo.json: 'updated' is expected, but there is no 'firmware'"));
+    QCOMPARE(complaintAbout(R"("expect": {}, "firmware": {"file": "a", "size": 1})"),
+             QStringLiteral("demo.json: firmware: one of file, size is needed here"));
+    QCOMPARE(complaintAbout(R"("expect": {}, "firmware": {"size": "2M"})"),
+             QStringLiteral("demo.json: firmware.size: at most 1048576 bytes"));
+}
+
 void BenchInputTest::checkStick(const Scenario& scenario)
 {
     QCOMPARE(scenario.earlier.count, 5);
@@ -148,7 +180,7 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("no name", "{}", "demo.json: 'name' is missing");
     row("unknown member", R"({"podz": 1})",
         "demo.json: unknown 'podz'; known are: name, pods, stick, steps, expect, time limit, "
-        "download space, archives");
+        "download space, archives, firmware");
     row("pods no list", R"({"pods": 3)" + tail, "demo.json: pods: a list is needed here");
     row("no slots", R"({"pods": [{}])" + tail, "demo.json: pods[0]: 'slots' is missing");
     row("slot 30", R"({"pods": [{"slots": 30}])" + tail,
@@ -190,9 +222,9 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("time", withSteps(R"({"at": "soon", "plug": 1})"),
         "demo.json: steps[0].at: a number of seconds is needed here");
     row("event", withSteps(R"({"after": {"lunch": 1}, "plug": 1})"),
-        "demo.json: steps[0].after.lunch: unknown event; known are: log, panel, pod threads, "
-        "stick bytes, stick lacks, stick mounted, station bytes, ended, "
-        "charged, erased, gauge empty, gauge full, readout begun, readout completed, vanished");
+        "demo.json: steps[0].after.lunch: unknown event; known are: log, panel, pod threads, stick "
+        "bytes, stick lacks, stick mounted, station bytes, ended, bootloader, charged, erased, "
+        "gauge empty, gauge full, readout begun, readout completed, updated, vanished");
     row("file outside", withSteps(R"({"after": {"station bytes": {"../x": 1}}, "plug": 1})"),
         "demo.json: steps[0].after.station bytes.../x: a name below the folder is needed here");
     row("no event", withSteps(R"({"after": {}, "plug": 1})"),
@@ -207,7 +239,7 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("expect", R"({"name": "t", "steps": [], "expect": {"luck": 1}})",
         "demo.json: expect: unknown 'luck'; known are: archived, backup, entries, erased, erased "
         "archives, exit code, kept, local archives, log contains, log lacks, never run, on stick, "
-        "panel never, stick holds, stick lacks, warnings");
+        "panel never, stick holds, stick lacks, updated, warnings");
     row("texts", R"({"name": "t", "steps": [], "expect": {"log lacks": [1]}})",
         "demo.json: expect.log lacks[0]: a text is needed here");
 }
@@ -274,6 +306,7 @@ void BenchInputTest::readsOptions()
     QCOMPARE(stick.folder, QStringLiteral("f"));
     QCOMPARE(stick.settings.size_bytes, quint64(8) << 30);
     QCOMPARE(stick.settings.bytes_per_second, 2U << 20);
+    QCOMPARE(optionsFrom("--firmware new.bin").firmware_file, QStringLiteral("new.bin"));
     QCOMPARE(optionsFrom("--display vnc --no-stick").display, Display::Vnc);
 }
 
@@ -292,6 +325,9 @@ void BenchInputTest::refusesOptions_data()
     row("--once --display window", "--once looks at the screen itself: no --display window");
     row("--screenshot s.png", "--screenshot belongs to --once; at the prompt, type screenshot");
     row("--scenario f --pods 1", "with --scenario, the file says which pods and stick there are");
+    row("--scenario f --firmware f",
+        "with --scenario, the file says which pods and stick there are");
+    row("--firmware f --no-stick", "--firmware is on the stick: it needs one");
     row("--stick-size much", "'much' is no size: write 4096, 64K or 8M");
     row("--scenario f --stick-size 1M",
         "with --scenario, the file says which pods and stick there are");

@@ -1,3 +1,6 @@
+corvane_add_test(simulator_bootloader
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/simulator_bootloader.cpp
+  LIBRARIES corvane_sim_hardware)
 corvane_add_test(simulator_podmodel
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/simulator_podmodel.cpp
   LIBRARIES corvane_sim_hardware)

@@ -127,7 +127,7 @@ void SimulatorPodModel::faultNamesGoBothWays()
 {
     QCOMPARE(podFaultFromName(QStringLiteral("unplugged at byte")), PodFault::UnpluggedAtByte);
     QVERIFY(!podFaultFromName(QStringLiteral("No Answer")));
-    for (int fault = int(PodFault::None); fault <= int(PodFault::SizeAbsurd); ++fault)
+    for (int fault = int(PodFault::None); fault <= int(PodFault::FirmwareAbsent); ++fault)
         QCOMPARE(podFaultFromName(podFaultName(PodFault(fault))), PodFault(fault));
 }
 

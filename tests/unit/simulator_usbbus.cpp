@@ -1,4 +1,5 @@
 #include "i2c/serialnumbermemory.h"
+#include "pod/initpacket.h"
 #include "usb/usbbus.h"
 #include "utils/uniquefd.h"
 
@@ -23,6 +24,7 @@ namespace {
 
 constexpr int kPodVendor = 0x1915;
 constexpr int kPodProduct = 0x5203;
+constexpr int kBootloaderProduct = 0x521F;
 constexpr unsigned kPatientMs = 10000;
 
 struct ContextExit
@@ -47,11 +49,11 @@ int slotOf(libusb_device* device)
     return 6 * (6 - depth) + 6 - libusb_get_port_number(device);
 }
 
-bool isPod(libusb_device* device)
+bool isPod(libusb_device* device, int product)
 {
     libusb_device_descriptor descriptor{};
     return libusb_get_device_descriptor(device, &descriptor) == 0 &&
-           descriptor.idVendor == kPodVendor && descriptor.idProduct == kPodProduct;
+           descriptor.idVendor == kPodVendor && descriptor.idProduct == product;
 }
 
 QByteArray udidOf(int slot)
@@ -110,6 +112,23 @@ int command(const Handle& handle, unsigned char byte)
     return libusb_bulk_transfer(handle.get(), 0x01, &byte, 1, &length_bytes, kPatientMs);
 }
 
+/// A request to a bootloader, and its reply if one is awaited; both in frames.
+QByteArray ask(const Handle& handle, const QByteArray& request, bool answered = true)
+{
+    QByteArray frame = slipEncoded(request);
+    int length_bytes = 0;
+    libusb_bulk_transfer(handle.get(), 0x01, reinterpret_cast<unsigned char*>(frame.data()),
+                         frame.size(), &length_bytes, kPatientMs);
+    return answered ? read(handle, 64).bytes : QByteArray();
+}
+
+int control(const Handle& handle, uint8_t request, uint16_t value, QByteArray data)
+{
+    return libusb_control_transfer(handle.get(), 0x21, request, value, 0,
+                                   reinterpret_cast<unsigned char*>(data.data()),
+                                   uint16_t(data.size()), kPatientMs);
+}
+
 UniqueFd monitorAt(const QByteArray& path)
 {
     ::unlink(path.constData());
@@ -139,6 +158,8 @@ private Q_SLOTS:
     void aTimeoutTakesItsRequestBack();
     void unpluggedDuringATransfer();
     void unplugsItself();
+    void restartsIntoItsBootloaderAndBack();
+    void unpluggedWhileRestarting();
     void refusesTheInterface();
     void giveBackWhenAHostCloses();
     void idleHostsAreNotWoken();
@@ -146,7 +167,7 @@ private Q_SLOTS:
     void serialNumberMemory();
 
 private:
-    Device findPod(int slot);
+    Device findPod(int slot, int product = kPodProduct);
     Handle openSlot(int slot);
     void watchHotplug();
 
@@ -189,14 +210,14 @@ void SimulatorUsbBus::watchHotplug()
 }
 
 /// Waits for the event: libusb learns of a pod on a thread of its own.
-Device SimulatorUsbBus::findPod(int slot)
+Device SimulatorUsbBus::findPod(int slot, int product)
 {
     for (;;) {
         libusb_device** list = nullptr;
         const ssize_t count = libusb_get_device_list(m_context.get(), &list);
         Device found;
         for (ssize_t at = 0; at < count; ++at) {
-            if (isPod(list[at]) && slotOf(list[at]) == slot)
+            if (isPod(list[at], product) && slotOf(list[at]) == slot)
                 found.reset(libusb_ref_device(list[at]));
         }
         libusb_free_device_list(list, 1);
@@ -354,6 +375,64 @@ void SimulatorUsbBus::unplugsItself()
         libusb_handle_events(m_context.get());
     QVERIFY(!m_bus->plugged(3));
     QCOMPARE(m_bus->report(3).bytes_sent, quint64(40'000));
+}
+
+void SimulatorUsbBus::restartsIntoItsBootloaderAndBack()
+{
+    QSignalSpy restarted(m_bus.get(), &UsbBus::podRestarted);
+    PodSettings settings = podOf(3);
+    settings.restart_time = {};
+    m_bus->plug(3, settings);
+    const Handle normal = openSlot(3);
+    QCOMPARE(command(normal, 0x12), 0);
+    QTRY_COMPARE(restarted.count(), 1);
+    QCOMPARE(read(normal, 1).error, int(LIBUSB_ERROR_NO_DEVICE));
+
+    Handle handle;
+    QCOMPARE(openPod(findPod(3, kBootloaderProduct).get(), handle), 0);
+    QCOMPARE(libusb_detach_kernel_driver(handle.get(), 1), 0);
+    QCOMPARE(libusb_claim_interface(handle.get(), 1), 0);
+    const QByteArray coding = QByteArray::fromHex("00C20100000008");
+    QCOMPARE(control(handle, 0x22, 3, {}), 0);
+    QCOMPARE(control(handle, 0x20, 0, coding), coding.size());
+
+    const QByteArray image("a firmware");
+    ask(handle, QByteArray::fromHex("010124000000"));
+    ask(handle, '\x08' + InitPacket::describing(image).toBytes(), false);
+    QCOMPARE(ask(handle, "\x04"), QByteArray::fromHex("600401C0"));
+    ask(handle, QByteArray::fromHex("01020A000000"));
+    ask(handle, '\x08' + image, false);
+    QCOMPARE(ask(handle, "\x04"), QByteArray::fromHex("600401C0"));
+    QTRY_COMPARE(restarted.count(), 2);
+
+    QVERIFY(openSlot(3));
+    const PodReport report = m_bus->report(3);
+    QCOMPARE(report.firmware_sha256, InitPacket::describing(image).image_sha256);
+    QCOMPARE(report.updates_completed, 1);
+    QCOMPARE(report.line.state, 3);
+    QCOMPARE(report.line.coding, coding);
+}
+
+void SimulatorUsbBus::unpluggedWhileRestarting()
+{
+    watchHotplug();
+    PodSettings settings = podOf(3);
+    settings.restart_time = std::chrono::hours(1);
+    m_bus->plug(3, settings);
+    QCOMPARE(command(openSlot(3), 0x12), 0);
+    const auto hasLeft = [this] {
+        timeval no_patience{};
+        libusb_handle_events_timeout(m_context.get(), &no_patience);
+        return m_left.size() == 1;
+    };
+    QTRY_VERIFY(hasLeft());
+    QVERIFY(m_bus->plugged(3));
+    m_bus->unplug(3);
+    QVERIFY(!m_bus->plugged(3));
+    QVERIFY(m_bus->flash(3).in_bootloader);
+    settings.flash = m_bus->flash(3);
+    m_bus->plug(3, settings);
+    findPod(3, kBootloaderProduct);
 }
 
 void SimulatorUsbBus::refusesTheInterface()

@@ -96,7 +96,7 @@ public:
     int connected = 0; ///< product number, or 0
     quint64 last_id = 0;
     int answers = 0;
-    int status = -1; ///< of the last answer
+    int status = -1;    ///< of the last answer
     QByteArray content; ///< of the last answer
 
 private:
@@ -134,7 +134,8 @@ private:
 
 void SimulatorUsbRedir::layoutNamesEveryEndpoint()
 {
-    const RedirLayout layout = redirLayout(UsbDescription::pod(smallPod().udid).configuration);
+    const RedirLayout layout =
+        redirLayout(UsbDescription::pod(PodMode::Normal, smallPod().udid).configuration);
     QCOMPARE(layout.interfaces.interface_count, 2U);
     QCOMPARE(int(layout.interfaces.interface_class[1]), 10);
     QCOMPARE(int(layout.endpoints.type[0x01]), int(usb_redir_type_bulk));

@@ -1,0 +1,37 @@
+#include "dfu/dfu.h"
+
+#include "dfu/dfumanifest.h"
+#include "dfu/dfutransportserial.h"
+
+#include <QFile>
+
+namespace {
+
+/// Thirty pods read it at once: a stranger's "manifest" of many megabytes is not worth the memory.
+constexpr qint64 kMaxManifestBytes = qint64(64) * 1024;
+
+/// Empty when there is none.
+QByteArray readManifest()
+{
+    QFile file(QStringLiteral("dfu/manifest.json"));
+    return file.open(QIODevice::ReadOnly | QIODevice::Text) ? file.read(kMaxManifestBytes)
+                                                            : QByteArray();
+}
+
+} // namespace
+
+Dfu::Dfu(Pod& pod)
+    : m_pod(pod)
+{
+    const DfuManifest manifest = DfuManifest::parse(readManifest());
+    m_bin_file = QStringLiteral("dfu/") + manifest.bin_file;
+    m_dat_file = QStringLiteral("dfu/") + manifest.dat_file;
+}
+
+void Dfu::dfu_send_image()
+{
+    DfuTransportSerial transport(m_pod);
+    transport.open();
+    transport.send_init_packet(m_dat_file.toStdString());
+    transport.send_firmware(m_bin_file.toStdString());
+}

@@ -1,0 +1,10 @@
+corvane_add_test(dfu_wire SOURCES unit/dfu_wire.cpp)
+corvane_add_test(dfu_package SOURCES unit/dfu_package.cpp support/zipbytes.cpp SANDBOXED)
+
+# The simulated bus needs the preload that unit/simulator.cmake has worked out.
+foreach(name IN ITEMS session road)
+  corvane_add_test(dfu_${name} SANDBOXED
+    SOURCES unit/dfu_${name}.cpp support/updatebench.cpp
+    LIBRARIES corvane_sim_hardware)
+  set_property(TEST dfu_${name} APPEND PROPERTY ENVIRONMENT "LD_PRELOAD=${preload}")
+endforeach()
