@@ -40,6 +40,11 @@ QByteArray rectangle(const QRect& area, quint32 colour)
     return bytes + pixel.repeated(area.width() * area.height());
 }
 
+QByteArray newSize(quint16 width, quint16 height)
+{
+    return be32(0) + be16(width) + be16(height) + be32(quint32(-223));
+}
+
 QByteArray update(const QList<QByteArray>& rectangles)
 {
     return QByteArray("\0\0", 2) + be16(rectangles.size()) + rectangles.join();
@@ -77,7 +82,8 @@ void BenchScreenTest::paintsTheSameHoweverTheBytesArrive()
     const QByteArray bell_and_text =
         QByteArray("\2", 1) + QByteArray("\3\0\0\0", 4) + be32(3) + "cut";
     const QByteArray stream =
-        greeting(20, 10) + update({rectangle(QRect(0, 0, 20, 10), kRed)}) + bell_and_text +
+        greeting(64, 48) + update({rectangle(QRect(60, 40, 4, 8), kBlue)}) +
+        update({newSize(20, 10), rectangle(QRect(0, 0, 20, 10), kRed)}) + bell_and_text +
         update({rectangle(QRect(5, 2, 3, 4), kBlue), rectangle(QRect(19, 9, 1, 1), kBlue)}) +
         update({});
 
@@ -88,7 +94,7 @@ void BenchScreenTest::paintsTheSameHoweverTheBytesArrive()
 
     QVERIFY(session.established() && !session.failed());
     if (piece_bytes == 1) // larger pieces may complete two updates at once
-        QCOMPARE(updates, 3);
+        QCOMPARE(updates, 4);
     QVERIFY(updates > 0);
     QImage expected(20, 10, QImage::Format_RGB32);
     expected.fill(kRed);
@@ -107,6 +113,7 @@ void BenchScreenTest::refusesWhatBreaksTheProtocol_data()
     row("greeting", "SSH-2.0-open\n", "no framebuffer server: it greets with 'SSH-2.0-open'");
     row("password", QByteArray("RFB 003.003\n") + be32(2), "the screen asks for security type 2");
     row("no pixels", greeting(0, 10), "a screen of 0 by 10");
+    row("shrunk to nothing", greeting(8, 8) + update({newSize(8, 0)}), "a screen of 8 by 0");
     row("huge", greeting(60000, 10), "a screen of 60000 by 10");
     row("message", greeting(4, 4) + "\7", "unknown message 7");
     row("encoding", greeting(4, 4) + update({be16(0) + be16(0) + be16(1) + be16(1) + be32(5)}),
