@@ -51,6 +51,9 @@ public:
     /// Not when it has left the bus by itself, for good or to restart.
     bool onBus() const { return m_presence == Presence::OnBus; }
     bool vanished() const { return m_presence == Presence::Gone; }
+    /// Pulled in the middle of the transfer, which never arrives; one that leaves after an update
+    /// has given its last reply.
+    bool leftInTransfer() const { return vanished() && m_mode == PodMode::Normal; }
     /// It is back, in the mode that its flash says.
     void restart();
 

@@ -262,8 +262,7 @@ void UsbDevice::advanceIn(Pacer::TimePoint now)
     while (!m_in.empty() && beginIn(m_in.front(), now)) {
         Urb& urb = m_in.front();
         const int length_bytes = m_pod->send(urb.buffer(), urb.lengthBytes());
-        // Pulled in the middle of it; a pod that leaves after an update has given its last reply.
-        if (m_pod->vanished() && m_pod->mode() == PodMode::Normal)
+        if (m_pod->leftInTransfer())
             return;
         finish(m_in, 0, length_bytes);
     }

@@ -21,7 +21,7 @@ public:
         return m_pod->nextTransferBytes(at_most_bytes);
     }
     int send(char* out, int at_most_bytes) override { return m_pod->send(out, at_most_bytes); }
-    bool onBus() const override { return m_pod->onBus(); }
+    bool leftInTransfer() const override { return m_pod->leftInTransfer(); }
 
 private:
     std::shared_ptr<PodModel> m_pod;

@@ -322,8 +322,8 @@ void RedirConnection::complete(const Read& read)
 {
     QByteArray data(m_function->nextTransferBytes(read.length_bytes), Qt::Uninitialized);
     m_function->send(data.data(), data.size());
-    if (!m_function->onBus())
-        return; // gone with these bytes
+    if (m_function->leftInTransfer())
+        return;
     usb_redir_bulk_packet_header header = read.header;
     header.status = usb_redir_success;
     setLength(header, data.size());

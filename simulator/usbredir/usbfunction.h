@@ -30,6 +30,6 @@ public:
     virtual int nextTransferBytes(int /*at_most_bytes*/) const { return 0; }
     /// Makes that transfer and returns its length.
     virtual int send(char* /*out*/, int /*at_most_bytes*/) { return 0; }
-    /// Not when it has left the bus by itself.
-    virtual bool onBus() const { return true; }
+    /// It left the bus in the middle of the transfer just made, which then never arrives.
+    virtual bool leftInTransfer() const { return false; }
 };

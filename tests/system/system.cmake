@@ -1,7 +1,7 @@
 # The station in a virtual machine; minutes, so only with "ctest -C system", as scripts/test --system
 # does. A machine takes both cores of a small computer: one after the other.
 foreach(scenario IN ITEMS
-    system/commands system/phases system/roads system/stick system/stickfull scenarios/backup)
+    system/commands system/firmware system/phases system/roads system/stick system/stickfull scenarios/backup)
   get_filename_component(name ${scenario} NAME)
   add_test(NAME system_${name}
     COMMAND corvane-sim --machine --once --scenario ${CMAKE_CURRENT_SOURCE_DIR}/${scenario}.json
