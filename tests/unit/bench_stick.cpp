@@ -69,7 +69,7 @@ void BenchStickTest::cleanup()
 void BenchStickTest::mount(const StickPlan& plan)
 {
     m_stick = std::make_unique<ServedStick>(m_folder->filePath(QStringLiteral("stick")),
-                                           m_folder->path(), plan);
+                                            m_folder->path(), plan);
     m_stick->setInserted(true);
     QCOMPARE(QProcess::execute(QStringLiteral(CORVANE_STICK_PROGRAM),
                                {m_folder->filePath(QStringLiteral("stick")),
