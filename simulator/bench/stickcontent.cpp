@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace {
 
 bool isThere(const QString& path)
@@ -57,10 +59,9 @@ bool copyTree(const QString& from, const QString& to)
         return false;
     const QFileInfoList entries = QDir(from).entryInfoList(QDir::Files | QDir::Dirs | QDir::Hidden |
                                                            QDir::System | QDir::NoDotAndDotDot);
-    for (const QFileInfo& entry : entries)
-        if (!copyEntry(entry, to + QLatin1Char('/') + entry.fileName()))
-            return false;
-    return true;
+    return std::all_of(entries.begin(), entries.end(), [&to](const QFileInfo& entry) {
+        return copyEntry(entry, to + QLatin1Char('/') + entry.fileName());
+    });
 }
 
 } // namespace

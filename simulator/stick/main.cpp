@@ -23,6 +23,12 @@ struct EndMount
 };
 using Mount = std::unique_ptr<fuse, EndMount>;
 
+/// libfuse makes these its own and adds to them.
+struct FreeArguments
+{
+    void operator()(fuse_args* arguments) const { fuse_opt_free_args(arguments); }
+};
+
 Mount newMount(Medium& medium)
 {
     std::array<char, 14> program{"corvane-stick"};
@@ -30,6 +36,7 @@ Mount newMount(Medium& medium)
     std::array<char, 17> device{"fsname=/dev/sda1"};
     std::array<char*, 3> words{program.data(), option.data(), device.data()};
     fuse_args arguments = FUSE_ARGS_INIT(static_cast<int>(words.size()), words.data());
+    const std::unique_ptr<fuse_args, FreeArguments> owner(&arguments);
     return Mount(fuse_new(&arguments, &stickOperations(), sizeof(fuse_operations), &medium));
 }
 

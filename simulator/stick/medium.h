@@ -38,7 +38,7 @@ private:
     struct File
     {
         UniqueFd fd;
-        bool readable;
+        bool readable = true;
     };
 
     int writePiece(int fd, const char* data, size_t length_bytes, off_t offset_bytes);

@@ -54,9 +54,9 @@ void* init(fuse_conn_info* /*connection*/, fuse_config* config)
 
 int getattr(const char* path, struct stat* info, fuse_file_info* file)
 {
-    // A mount's root stays known to the system, or `umount` could not find it.
-    const bool root = path != nullptr && path[1] == '\0';
-    if (medium().pulled() && !root)
+    // A mount's root stays known to the system, or `umount` could not find it. Only an open file
+    // may have lost its path.
+    if (medium().pulled() && (file != nullptr || path[1] != '\0'))
         return -EIO;
     if (file != nullptr)
         return outcome(::fstat(static_cast<int>(file->fh), info));
@@ -182,6 +182,7 @@ int readdir(const char* /*path*/, void* buffer, fuse_fill_dir_t fill, off_t /*of
             ::openat(static_cast<int>(file->fh), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
         if (!folder)
             return -errno;
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): one thread, and a stream of this call's own
         while (const dirent* entry = ::readdir(folder.get()))
             fill(buffer, entry->d_name, nullptr, 0, fuse_fill_dir_flags{});
         return 0;

@@ -8,6 +8,7 @@
 #include "utils/filesaver.h"
 #include "utils/interruptiblesleep.h"
 #include "utils/serialnumberchip.h"
+#include "utils/storagefile.h"
 #include "utils/usbcmdutils.h"
 #include "utils/ziputils.h"
 
@@ -86,6 +87,8 @@ Corvane::~Corvane() = default;
 
 void Corvane::init()
 {
+    // A backup cut short by the power is not put back first: it may take all the room there is.
+    BackupGenerator::discardBackup();
     // Before anything reads "datas": an addition cut short by the power is put back.
     if (!ArchiveAddition::recover())
         qCritical() << "An archive waits to be put back";
@@ -184,10 +187,13 @@ void Corvane::backupToUsbKey()
     qDebug() << "Generating backup";
     emit syncDone(Syncing);
     const bool complete = BackupGenerator::generateBackup(kBackupName);
-    const bool saved = m_usbkey.copyFileToUsbKey(kBackupName, kBackupName) && complete;
+    // Also an incomplete one: the stick then holds what could still be read.
+    const bool copied = m_usbkey.copyFileToUsbKey(kBackupName, kBackupName);
     // Obeyed a second time, the command would replace this backup by one of what is left here.
-    const bool consumed = UsbCmdUtils::consume(m_usbkey.pathOf(kBackupCommand));
-    if (!saved) {
+    const bool consumed = storage::removeFile(m_usbkey.pathOf(kBackupCommand));
+    if (!copied || !complete) {
+        qWarning() << "No backup:" << (copied ? "an archive is missing" : "not on the stick");
+        BackupGenerator::discardBackup();
         emit syncDone(CopyFailed);
         return;
     }

@@ -10,6 +10,7 @@
 namespace {
 
 const QString kDatas = QStringLiteral("datas/");
+const QString kBackup = QStringLiteral("backup.zip");
 const QString kCopies = QStringLiteral("tmp_back");
 
 QStringList archivesNewestFirst()
@@ -26,19 +27,19 @@ bool addAs(const QString& entryName, const QString& archive, const QString& back
     return added;
 }
 
-bool hasRoomLeft(const QString& backupPath)
+bool hasRoomLeft(const QString& backupPath, qint64 max_bytes)
 {
     const qint64 bytes = QFileInfo(backupPath).size();
-    if (bytes < BackupGenerator::kMaxBackupBytes)
+    if (bytes < max_bytes)
         return true;
-    qDebug() << "Max backup size reached, stopping. Max size:" << BackupGenerator::kMaxBackupBytes
-             << "Current size:" << bytes;
+    qDebug() << "Max backup size reached, stopping. Max size:" << max_bytes;
+    qDebug() << "Current size:" << bytes;
     return false;
 }
 
 } // namespace
 
-bool BackupGenerator::generateBackup(const QString& backupPath)
+bool BackupGenerator::generateBackup(const QString& backupPath, qint64 maxBytes)
 {
     QDir(kCopies).removeRecursively();
     QDir().mkdir(kCopies);
@@ -55,7 +56,7 @@ bool BackupGenerator::generateBackup(const QString& backupPath)
             qCritical().noquote() << "Not in the backup:" << name;
             complete = false;
         }
-        if (!hasRoomLeft(backupPath))
+        if (!hasRoomLeft(backupPath, maxBytes))
             break;
     }
     return complete;
@@ -68,5 +69,11 @@ void BackupGenerator::deleteBackedUpFiles()
         names.removeFirst(); // the one in use
     for (const QString& name : qAsConst(names))
         QFile::remove(kDatas + name);
-    QFile::remove(QStringLiteral("backup.zip"));
+    ZipUtils::deleteZip(kBackup);
+}
+
+void BackupGenerator::discardBackup()
+{
+    ZipUtils::deleteZip(kBackup);
+    QDir(kCopies).removeRecursively();
 }

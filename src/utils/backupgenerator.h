@@ -8,14 +8,17 @@
 class BackupGenerator
 {
 public:
-    /// Newest archive first, as "datas_1.cvx", "datas_2.cvx"... until the backup is as large as it
-    /// may get. False when an archive that was to be in it could not be added: the others are, and
+    static constexpr qint64 kMaxBackupBytes = 500'000'000;
+
+    /// Newest archive first, as "datas_1.cvx", "datas_2.cvx"... until the backup has that many
+    /// bytes. False when an archive that was to be in it could not be added: the others are, but
     /// nothing may be deleted on the strength of it.
-    static bool generateBackup(const QString& backupPath);
+    static bool generateBackup(const QString& backupPath, qint64 maxBytes = kMaxBackupBytes);
 
     /// Deletes all archives but the newest, and "backup.zip". Deliberately also those that the
-    /// bounded backup had no room for: a station starts its next season with an empty storage.
+    /// bounded backup had no room for.
     static void deleteBackedUpFiles();
 
-    static constexpr qint64 kMaxBackupBytes = 500'000'000;
+    /// Gives back the room of a backup that failed or was cut short: the archives are all there.
+    static void discardBackup();
 };

@@ -123,6 +123,11 @@ bool syncFolderOf(const QString& path)
     return fd && syncFile(fd.get());
 }
 
+bool removeFile(const QString& path)
+{
+    return QFile::remove(path) && syncFolderOf(path);
+}
+
 bool copyFile(const QString& source, const QString& target)
 {
     const UniqueFd from = openRegular(source, O_RDONLY);

@@ -38,6 +38,9 @@ bool syncFile(int fd);
 /// Flushes the entry of `path` in the folder that holds it.
 bool syncFolderOf(const QString& path);
 
+/// True when the file is gone from the storage, and will not come back with the power.
+bool removeFile(const QString& path);
+
 /// True when `target` holds all of `source` and both it and its name are on the storage; a failure
 /// leaves no part of it. A `target` that exists already is a failure and stays as it is.
 bool copyFile(const QString& source, const QString& target);

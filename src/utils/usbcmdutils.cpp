@@ -4,30 +4,65 @@
 
 #include <QDebug>
 #include <QDir>
-#include <QFile>
 
+#include <algorithm>
 #include <fcntl.h>
 #include <optional>
 
 namespace {
 
-/// A stranger's file: what is longer holds no count, whatever else it holds.
-constexpr qint64 kMaxCommandBytes = 4096;
-
 const QString kDatas = QStringLiteral("datas");
 
-/// Nothing when the file cannot be read or holds no decimal number.
+/// A decimal number between white space, of a file of any length: a stranger's, so only what may
+/// belong to the number is kept.
+class CountReader
+{
+public:
+    /// False when there is no number, whatever follows.
+    bool read(const char* bytes, qint64 length_bytes)
+    {
+        return std::all_of(bytes, bytes + length_bytes, [this](char byte) { return take(byte); });
+    }
+    std::optional<int> count() const
+    {
+        bool is_number = false;
+        const int count = m_number.toInt(&is_number);
+        return is_number ? std::make_optional(count) : std::nullopt;
+    }
+
+private:
+    static constexpr int kMostDigits = 32;
+
+    bool take(char byte)
+    {
+        if (QChar::isSpace(uchar(byte)))
+            m_over = !m_number.isEmpty();
+        else if (m_over || m_number.size() == kMostDigits)
+            return false;
+        else
+            m_number += byte;
+        return true;
+    }
+
+    QByteArray m_number;
+    bool m_over = false;
+};
+
+/// Nothing when the file cannot be read or holds no number.
 std::optional<int> countIn(const QString& path)
 {
     const UniqueFd file = storage::openRegular(path, O_RDONLY | O_NOFOLLOW);
-    const qint64 bytes = file ? storage::sizeOf(file.get()) : -1;
-    if (bytes > kMaxCommandBytes)
-        qWarning().noquote() << path << "holds no count but" << bytes << "bytes";
-    const auto content =
-        bytes <= kMaxCommandBytes ? storage::readRange(file.get(), 0, bytes) : std::nullopt;
-    bool is_number = false;
-    const int count = content.value_or(QByteArray()).trimmed().toInt(&is_number);
-    return is_number ? std::make_optional(count) : std::nullopt;
+    CountReader reader;
+    QByteArray block(int(storage::kBlockBytes), Qt::Uninitialized);
+    qint64 got = -1;
+    while (file && (got = storage::readBlock(file.get(), block.data(), block.size())) > 0)
+        if (!reader.read(block.constData(), got)) {
+            qInfo().noquote() << "Holds no count:" << path << storage::sizeOf(file.get());
+            return std::nullopt;
+        }
+    if (got < 0)
+        qWarning().noquote() << "Cannot be read:" << path;
+    return got < 0 ? std::nullopt : reader.count();
 }
 
 void removeAll()
@@ -55,18 +90,13 @@ void UsbCmdUtils::cmdEraseDatas(const QString& cmdFilePath)
     // Deliberately unsigned: a negative count means every archive.
     const auto count = uint(countIn(cmdFilePath).value_or(0));
     qDebug() << "Number of files to clean:" << count;
-    const bool consumed = consume(cmdFilePath);
+    if (!storage::removeFile(cmdFilePath)) {
+        qWarning().noquote() << "Cannot be removed, so nothing is erased:" << cmdFilePath;
+        return;
+    }
     if (count == 0)
         removeAll();
     else
         removeOldest(count);
-    if (consumed)
-        qDebug().noquote() << "Removed" << cmdFilePath;
-    else
-        qWarning().noquote() << "Will be obeyed again at the next start:" << cmdFilePath;
-}
-
-bool UsbCmdUtils::consume(const QString& cmdFilePath)
-{
-    return QFile::remove(cmdFilePath) && storage::syncFolderOf(cmdFilePath);
+    qDebug().noquote() << "Removed" << cmdFilePath;
 }

@@ -8,11 +8,7 @@ class UsbCmdUtils
 {
 public:
     /// Deletes as many of the oldest archives as the file says, or everything when it says 0 or no
-    /// number. Failures are passed over.
+    /// number. The file goes first: a station that loses power in between must not obey a second
+    /// time, and erase what nobody asked for. Nothing is erased while it cannot be removed.
     void cmdEraseDatas(const QString& cmdFilePath);
-
-    /// Removes a command file from the stick for good. To be called before anything is deleted on
-    /// its behalf: a station that loses power in between must not obey a second time, and delete
-    /// what nobody asked for.
-    static bool consume(const QString& cmdFilePath);
 };

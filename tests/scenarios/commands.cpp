@@ -14,6 +14,7 @@ class Commands : public QObject
 private Q_SLOTS:
     void areObeyed_data();
     void areObeyed();
+    void surviveALossOfPower();
 };
 
 namespace {
@@ -21,14 +22,14 @@ namespace {
 const QByteArray kErase = "cmd_erase_datas.txt";
 const QByteArray kBackup = "cmd_gen_backup.txt";
 
-/// `content` of the stick, the number of the newest archive afterwards, and what to expect.
+/// `content` of the stick, the number of the archive that is begun, and what to expect.
 QByteArray scenarioOf(const QByteArray& content, const QByteArray& newest, const QByteArray& expect)
 {
     return R"({"name": "commands", "time limit": 60, "archives": {"count": 5, "size": "4K"},
                "stick": {"content": {)" +
-           content + R"(}}, "steps": [{"after": {"stick mounted": false, "station bytes":
-               {"datas/000000000)" +
-           newest + R"(.cvx": 1}, "log": "Current zip"}, "station": "quit"}],
+           content + R"(}}, "steps": [{"after": {"stick mounted": false,
+               "log": "Current zip datas/000000000)" +
+           newest + R"(.cvx"}, "station": "quit"}],
                "expect": {"on stick": false, )" +
            expect + "}}";
 }
@@ -100,19 +101,38 @@ void Commands::areObeyed_data()
     leftAlone("broken links", R"({"link": "nowhere"})");
     leftAlone("links away from the stick", R"({"link": "/opt/Corvane/version"})");
 
-    const auto strange = [&](const char* name, const QByteArray& item) {
+    const auto strange = [&](const char* name, const QByteArray& item, const QByteArray& said) {
         QTest::newRow(name) << scenarioOf(file(kErase, item) + ", " + file(kBackup, item), "0",
-                                          outcome("", "0") + consumed +
-                                              R"(, "warnings": ["holds no count"], "backup": )" +
-                                              archives("43210"));
+                                          outcome("", "0") + consumed + R"(, "warnings": [")" +
+                                              said + R"("], "log contains": [")" + said +
+                                              R"("], "backup": )" + archives("43210"));
     };
-    strange("unreadable", R"({"unreadable": true})");
-    strange("of two gigabytes", R"({"size": "2G"})");
+    strange("unreadable", R"({"unreadable": true})", "Cannot be read:");
+    strange("of two gigabytes", R"({"size": "2G"})", "Holds no count:");
 }
 
 void Commands::areObeyed()
 {
     QFETCH(QByteArray, json);
+    const QString problems = playedToItsEnd(json);
+    QVERIFY2(problems.isEmpty(), qPrintable(problems));
+}
+
+/// Wherever in the erasing the power goes: what was not to be erased is there.
+void Commands::surviveALossOfPower()
+{
+    QByteArrayList oldest;
+    for (int number = 0; number < 20; ++number)
+        oldest += '"' + QByteArray::number(number).rightJustified(10, '0') + ".cvx\"";
+    const QByteArray json =
+        R"({"name": "power", "time limit": 60, "archives": {"count": 25, "size": "4K"},
+            "stick": {"content": {"cmd_erase_datas.txt": "20"}}, "steps": [
+                {"after": {"log": "Removing"}, "station": "kill"},
+                {"after": {"ended": true}, "station": "restart"},
+                {"after": {"log": "Current zip"}, "station": "quit"}],
+            "expect": {"on stick": false, "stick lacks": ["cmd_erase_datas.txt"],
+                       "erased archives": [)" +
+        oldest.join(", ") + "]}}";
     const QString problems = playedToItsEnd(json);
     QVERIFY2(problems.isEmpty(), qPrintable(problems));
 }
