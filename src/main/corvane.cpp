@@ -131,7 +131,7 @@ void Corvane::checkNewFirmware()
     const QString package = m_usbkey.pathOf(kFirmwarePackage);
     new_firmware = usbKeyHolds(kFirmwarePackage) && unpackFirmware(package);
     // Once taken it goes, or the next start would update all pods again.
-    if (new_firmware && !UsbCmdUtils::consume(package))
+    if (new_firmware && !storage::removeFile(package))
         qWarning() << "The update package cannot be removed from the stick";
     if (m_usbkey.umountKey() != 0)
         qInfo() << "Failed to umount usbkey";
