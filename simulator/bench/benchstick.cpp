@@ -3,7 +3,6 @@
 #include "bench/badinput.h"
 #include "bench/stickcontent.h"
 
-#include <QDateTime>
 #include <QFileInfo>
 #include <QSaveFile>
 

@@ -31,8 +31,6 @@ public:
     QStringList complaints() const;
 
 private:
-    void fill(const StickPlan& plan);
-
     QDir m_folder;
     QDir m_control;
     StickSettings m_settings;
