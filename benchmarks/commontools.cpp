@@ -4,6 +4,7 @@
 #include "utils/childprocess.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -41,15 +42,23 @@ void runTool(const char* program, const QStringList& arguments)
         throw std::runtime_error(program);
 }
 
+void copyAndPack(const QStringList& files, const QTemporaryDir& folder)
+{
+    const QString copies = folder.filePath(QStringLiteral("copies"));
+    const QString archive = folder.filePath(QStringLiteral("archive.zip"));
+    if (!QDir().mkpath(copies))
+        throw std::runtime_error("no temporary folder");
+    runTool("cp", files + QStringList{copies});
+    runTool("zip", QStringList{QStringLiteral("-6"), QStringLiteral("-q"), archive} + files);
+    if (!QFile::exists(archive))
+        throw std::runtime_error("zip left no archive");
+}
+
 } // namespace
 
 double commonToolsCpuSeconds(const std::vector<PodSettings>& pods)
 {
     const QTemporaryDir folder;
-    const QString copies = folder.filePath(QStringLiteral("copies"));
-    const QString archive = folder.filePath(QStringLiteral("archive.zip"));
-    if (!QDir().mkpath(copies))
-        throw std::runtime_error("no temporary folder");
     QStringList files;
     for (const PodSettings& pod : pods) {
         files += folder.filePath(fileName(pod));
@@ -57,10 +66,15 @@ double commonToolsCpuSeconds(const std::vector<PodSettings>& pods)
     }
     const double before = processusage::endedChildrenCpuSeconds();
     runTool("sha256sum", files);
-    runTool("cp", files + QStringList{copies});
-    runTool("zip", QStringList{QStringLiteral("-6"), QStringLiteral("-q"), archive} + files);
-    const double after = processusage::endedChildrenCpuSeconds();
-    if (!QFile::exists(archive))
-        throw std::runtime_error("zip left no archive");
-    return after - before;
+    copyAndPack(files, folder);
+    return processusage::endedChildrenCpuSeconds() - before;
+}
+
+double copyAndPackSeconds(const QStringList& files)
+{
+    const QTemporaryDir folder;
+    QElapsedTimer timer;
+    timer.start();
+    copyAndPack(files, folder);
+    return double(timer.elapsed()) / 1000;
 }

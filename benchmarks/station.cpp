@@ -4,6 +4,7 @@
 // for temporary files: give it the storage that matters.
 #include "bench/badinput.h"
 #include "commontools.h"
+#include "figures.h"
 #include "stationrun.h"
 
 #include <QCoreApplication>
@@ -15,6 +16,10 @@
 #include <vector>
 
 namespace {
+
+using figures::number;
+using figures::printHead;
+using figures::printRow;
 
 constexpr int kPanelCopied = 0;
 constexpr int kRoads = 3;
@@ -28,9 +33,10 @@ PodPlan podsOf(quint32 size_bytes, quint32 bytes_per_second)
     return plan;
 }
 
-QString number(double value, int decimals)
+/// All places taken when the station starts.
+Scenario thirty(const PodPlan& plan)
 {
-    return QString::number(value, 'f', decimals);
+    return plainScenario(plan, firstSlots(kSlotCount), true, {});
 }
 
 /// Moments in seconds after the first plug.
@@ -55,7 +61,7 @@ double floorSeconds(const PodPlan& plan)
 Road measureRoad()
 {
     const PodPlan plan = podsOf(8 * kMebibyte, 1'200'000);
-    StationRun run(plan);
+    StationRun run(thirty(plan));
     const qint64 plug_ms = run.await(Condition::Kind::Log, QStringLiteral("Index:"), 1);
     const double cpu_at_plug = run.cpuSeconds();
     const auto secondsUntil = [&](Condition::Kind kind, int number = 0) {
@@ -88,20 +94,12 @@ std::vector<Road> measureRoads()
 /// Of a station that reads thirty pods at once and archives what it read.
 double peakMebibytes(quint32 size_bytes, quint32 bytes_per_second)
 {
-    StationRun run(podsOf(size_bytes, bytes_per_second));
+    StationRun run(thirty(podsOf(size_bytes, bytes_per_second)));
     run.await(Condition::Kind::ReadoutBegun);
     if (run.anyReadOut())
         throw std::runtime_error("the downloads were not simultaneous");
     run.await(Condition::Kind::Erased);
     return run.peakMemoryMebibytes();
-}
-
-void printRow(QTextStream& out, const char* what, double ours, double reference, const char* unit,
-              const char* aim)
-{
-    out << "| " << what << " | " << number(ours / reference, 2) << " | " << number(ours, 2) << " / "
-        << number(reference, 2) << ' ' << unit << " | " << aim << " |\n";
-    out.flush();
 }
 
 void printRoad(QTextStream& out, const Road& road)
@@ -143,7 +141,7 @@ void printRange(QTextStream& out, const std::vector<Road>& roads)
 void measureAndPrint(bool with_memory)
 {
     QTextStream out(stdout);
-    out << "| what | ratio | measured | aim |\n|---|---|---|---|\n";
+    printHead(out);
     const std::vector<Road> roads = measureRoads();
     const Road& median = roads.at(kRoads / 2);
     printRoad(out, median);

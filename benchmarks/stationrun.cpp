@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -32,8 +33,8 @@ SlotSet allPlaces()
 
 } // namespace
 
-StationRun::StationRun(const PodPlan& plan)
-    : m_scenario(plainScenario(plan, allPlaces(), true, {}))
+StationRun::StationRun(Scenario scenario)
+    : m_scenario(std::move(scenario))
     , m_bench(settings(), m_scenario)
 {
     m_bench.start();

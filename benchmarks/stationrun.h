@@ -2,13 +2,12 @@
 
 #include "bench/bench.h"
 
-/// One run of the unmodified station with thirty like pods, for figures: the pods are in their
-/// places when the station starts. Lives on the main thread. Everything that does not go as it
-/// must throws std::runtime_error, since figures of a failed run say nothing.
+/// One run of the unmodified station, for figures. Lives on the main thread. Everything that does
+/// not go as it must throws std::runtime_error, since figures of a failed run say nothing.
 class StationRun
 {
 public:
-    explicit StationRun(const PodPlan& plan);
+    explicit StationRun(Scenario scenario);
 
     /// Milliseconds since the start when the condition first held.
     qint64 await(Condition::Kind kind, const QString& text = {}, int number = 0);
@@ -18,8 +17,7 @@ public:
     double peakMemoryMebibytes() const;
     double recordedMegabytes() const;
     std::vector<PodSettings> pods() const;
-    /// Quits the station; every recording must be in the archive on the stick, and nothing be wrong
-    /// with it.
+    /// Quits the station; everything must be as the scenario expects it.
     void endAndJudge();
 
 private:

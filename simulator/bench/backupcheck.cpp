@@ -44,13 +44,13 @@ QStringList checkEarlierArchives(const std::vector<KnownArchive>& earlier, const
     QStringList problems;
     for (const KnownArchive& archive : earlier) {
         const QString path = local + QLatin1Char('/') + archive.name;
-        const bool to_be_gone = erased.contains(archive.name);
-        if (QFileInfo::exists(path) && to_be_gone)
-            problems += QStringLiteral("%1 was not erased").arg(archive.name);
-        else if (QFileInfo::exists(path) && fileDigest(path) != archive.sha256)
-            problems += QStringLiteral("LOST: %1 is not what it was").arg(archive.name);
-        else if (!QFileInfo::exists(path) && !to_be_gone && !backedUp(archive, backup))
-            problems += QStringLiteral("LOST: %1 is gone and in no backup").arg(archive.name);
+        if (fileDigest(path) == archive.sha256 || erased.contains(archive.name) ||
+            backedUp(archive, backup))
+            continue;
+        problems += (QFileInfo::exists(path)
+                         ? QStringLiteral("LOST: %1 is not what it was, and in no backup")
+                         : QStringLiteral("LOST: %1 is gone and in no backup"))
+                        .arg(archive.name);
     }
     return problems;
 }

@@ -3,9 +3,9 @@
 #include "bench/archivecheck.h"
 #include "bench/earlierarchives.h"
 
-/// What is wrong with the station's archives of earlier days, one line each. Wherever they are,
-/// they must be what they were: those still in `local` (the folder), those that are not in `backup`
-/// (the entries of the stick's backup), and only those in `erased` may be nowhere and must be gone.
+/// What is wrong with the station's archives of earlier days, one line each. Each must be
+/// as it was in the folder `local`, where a new one may bear its name, or whole among the entries
+/// of the stick's backup; only those in `erased` may be nowhere.
 QStringList checkEarlierArchives(const std::vector<KnownArchive>& earlier, const QString& local,
                                  const std::vector<ArchiveEntry>& backup,
                                  const QStringList& erased);

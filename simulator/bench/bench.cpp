@@ -244,6 +244,8 @@ void Bench::readScreen()
     m_panel_code = m_reader.panelCode(m_screen.picture());
     m_full_gauges = ScreenReader::fullGauges(m_screen.picture());
     m_empty_gauges = ScreenReader::emptyGauges(m_screen.picture());
+    if (m_panel_code)
+        m_panel_shown += *m_panel_code;
     if (m_panel_code == kPanelCopied && before != m_panel_code)
         m_times.last_copy_ms = elapsedMs();
     if (m_quitting)

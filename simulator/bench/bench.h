@@ -10,6 +10,7 @@
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <QSet>
 #include <QTimer>
 
 /// So many lines are told of what is on the stick.
@@ -58,6 +59,8 @@ public:
     const std::vector<KnownArchive>& earlierArchives() const { return m_earlier; }
     const PodRack& rack() const { return m_rack; }
     const Station& station() const { return m_station; }
+    /// Whether the panel has shown this code's picture, however shortly.
+    bool panelShown(int code) const { return m_panel_shown.contains(code); }
     const BenchTimes& times() const { return m_times; }
 
 Q_SIGNALS:
@@ -96,6 +99,7 @@ private:
     ScreenClient m_screen;
     ScreenReader m_reader;
     std::optional<int> m_panel_code;
+    QSet<int> m_panel_shown;
     SlotSet m_full_gauges;
     SlotSet m_empty_gauges;
     QElapsedTimer m_clock;

@@ -25,6 +25,14 @@ BenchFolder::BenchFolder(const QString& kept)
     writeVersion(launcher(), "1.0");
 }
 
+QStringList BenchFolder::toolsRun() const
+{
+    QFile log(m_control.filePath(QStringLiteral("tools.log")));
+    if (!log.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(log.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
 QStringList BenchFolder::localArchives() const
 {
     const QDir datas(archives());

@@ -26,6 +26,8 @@ public:
 
     /// "datas" of the station.
     QString archives() const { return station() + QStringLiteral("/datas"); }
+    /// Command lines of those tools of the station that note them, in their order.
+    QStringList toolsRun() const;
     /// Full paths of the station's own archives, oldest first.
     QStringList localArchives() const;
 

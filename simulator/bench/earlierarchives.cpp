@@ -52,8 +52,7 @@ bool writeArchive(const QString& path, const Recording& recording, int number)
     const QByteArray infos = "Serial number: from an earlier day";
     const auto write_infos = [&](QIODevice& to) { return to.write(infos) == infos.size(); };
     const auto write_recording = [&](QIODevice& to) { return writeRecording(to, recording); };
-    const QString recording_name =
-        QStringLiteral("EA%1.ozu").arg(number, 13, 16, QLatin1Char('0')).toUpper();
+    const QString recording_name = QStringLiteral("EA%1.ozu").arg(number, 13, 10, QLatin1Char('0'));
     const bool written = addEntry(archive, QStringLiteral("infos.log"), write_infos) &&
                          addEntry(archive, recording_name, write_recording);
     archive.close();

@@ -59,6 +59,14 @@ bool JsonPlace::flag() const
     return m_value.toBool();
 }
 
+std::vector<int> JsonPlace::numbers(int least, int most) const
+{
+    std::vector<int> list;
+    for (const JsonPlace& element : elements())
+        list.push_back(element.number(least, most));
+    return list;
+}
+
 int JsonPlace::number(int least, int most) const
 {
     const double value = m_value.toDouble(static_cast<double>(least) - 1);

@@ -21,6 +21,7 @@ public:
     QString text() const;
     QStringList texts() const;
     bool flag() const;
+    std::vector<int> numbers(int least, int most) const;
     int number(int least, int most) const;
     double seconds() const;
     /// A number, or a size in text.

@@ -110,9 +110,11 @@ struct Expectations
     std::optional<int> entries;
     std::optional<QStringList> local_archives; ///< exactly these are in "datas"
     std::optional<QStringList> backup; ///< earlier archives that the stick's backup holds, in order
-    QStringList erased_archives;       ///< earlier archives that were to be given up
+    QStringList erased_archives;       ///< earlier archives that may be nowhere now
     QStringList stick_holds;
     QStringList stick_lacks;
+    std::vector<int> panel_never; ///< codes whose pictures were not to be shown
+    QStringList never_run;        ///< tools, as far as they note their runs
     int exit_code = 0;
     bool on_stick = true; ///< the archive looked at is the stick's, else the station's last one
 };

@@ -12,6 +12,8 @@
 
 namespace {
 
+constexpr int kPanelLeast = -2;
+constexpr int kPanelMost = 2;
 constexpr int kMost = std::numeric_limits<int>::max();
 
 QString key(const char* name)
@@ -149,7 +151,7 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
     if (of_slots.contains(event))
         return {of_slots.value(event), value.slotSet(), QString(), 0};
     if (event == key("panel"))
-        return {Kind::Panel, SlotSet(), QString(), value.number(-2, 2)};
+        return {Kind::Panel, SlotSet(), QString(), value.number(kPanelLeast, kPanelMost)};
     if (event == key("pod threads"))
         return {Kind::PodThreads, SlotSet(), QString(), value.number(0, kSlotCount)};
     if (event == key("stick lacks"))
@@ -239,6 +241,11 @@ Expectations readExpectations(const JsonPlace& place)
          [&](const JsonPlace& value) { expect.erased_archives = value.texts(); }},
         {key("stick holds"), [&](const JsonPlace& value) { expect.stick_holds = value.texts(); }},
         {key("stick lacks"), [&](const JsonPlace& value) { expect.stick_lacks = value.texts(); }},
+        {key("panel never"),
+         [&](const JsonPlace& value) {
+             expect.panel_never = value.numbers(kPanelLeast, kPanelMost);
+         }},
+        {key("never run"), [&](const JsonPlace& value) { expect.never_run = value.texts(); }},
         {key("on stick"), [&](const JsonPlace& value) { expect.on_stick = value.flag(); }},
     };
     place.allowMembers(readers.keys());

@@ -91,6 +91,17 @@ void checkFiles(const Bench& bench, const Expectations& expect, Verdict& verdict
         verdict.problems += QStringLiteral("the stick's server: %1").arg(line);
 }
 
+void checkNever(const Bench& bench, const Expectations& expect, Verdict& verdict)
+{
+    for (const int code : expect.panel_never)
+        if (bench.panelShown(code))
+            verdict.problems += QStringLiteral("the panel showed %1").arg(code);
+    const QStringList run = bench.folder().toolsRun();
+    for (const QString& tool : expect.never_run)
+        if (!run.filter(tool).isEmpty())
+            verdict.problems += QStringLiteral("%1 was run").arg(tool);
+}
+
 void checkPods(const PodRack& rack, const Expectations& expect, Verdict& verdict)
 {
     for (int slot = 0; slot < kSlotCount; ++slot) {
@@ -143,6 +154,7 @@ Verdict judge(const Bench& bench, const Expectations& expect)
     checkNothingLost(bench, verdict);
     checkEarlier(bench, expect, verdict);
     checkFiles(bench, expect, verdict);
+    checkNever(bench, expect, verdict);
     checkPods(bench.rack(), expect, verdict);
     checkLog(bench.station().log(), expect, verdict);
     const int exit_code = bench.station().exitCode().value_or(-1);

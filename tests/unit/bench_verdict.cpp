@@ -1,4 +1,5 @@
 #include "bench/archivecheck.h"
+#include "bench/backupcheck.h"
 #include "bench/badinput.h"
 #include "bench/podrack.h"
 #include "bench/stationlog.h"
@@ -49,6 +50,8 @@ private Q_SLOTS:
     void checksArchives_data();
     void checksArchives();
     void seesDamageInsideAnArchive();
+    void missesNoEarlierArchive();
+    void comparesTheBackup();
     void findsUnexpectedLines();
     void keepsAccountOfPods();
 };
@@ -111,6 +114,55 @@ void BenchVerdictTest::seesDamageInsideAnArchive()
     const auto entries = readArchive(path, problems);
     QCOMPARE(entries.size(), std::size_t(2));
     QVERIFY(entries[1].sha256.isEmpty());
+}
+
+void BenchVerdictTest::missesNoEarlierArchive()
+{
+    const QTemporaryDir folder;
+    const auto earlier = makeEarlierArchives(folder.path(), {4, 100000}, 1);
+    const QString first = folder.filePath(earlier[0].name);
+    QStringList problems;
+    QCOMPARE(earlier[3].name, QStringLiteral("0000000003.cvx"));
+    QCOMPARE(readArchive(first, problems).size(), std::size_t(2));
+    const auto complaints = [&](const std::vector<ArchiveEntry>& backup,
+                                const QStringList& erased) {
+        return checkEarlierArchives(earlier, folder.path(), backup, erased);
+    };
+    QCOMPARE(complaints({}, {}), QStringList());
+
+    QVERIFY(QFile::remove(folder.filePath(earlier[1].name)));
+    QVERIFY(QFile::remove(first) && QFile::copy(folder.filePath(earlier[2].name), first));
+    const QStringList both{
+        QStringLiteral("LOST: 0000000000.cvx is not what it was, and in no backup"),
+        QStringLiteral("LOST: 0000000001.cvx is gone and in no backup")};
+    QCOMPARE(complaints({}, {}), both);
+    QCOMPARE(complaints({{QStringLiteral("datas_1.cvx"), {}}}, {}), both); // unreadable
+    QCOMPARE(complaints({{QStringLiteral("datas_1.cvx"), earlier[1].sha256}}, {}), both.mid(0, 1));
+    QCOMPARE(complaints({}, {earlier[0].name}), both.mid(1));
+}
+
+void BenchVerdictTest::comparesTheBackup()
+{
+    const QTemporaryDir folder;
+    const auto earlier = makeEarlierArchives(folder.path(), {2, 1000}, 1);
+    const QStringList names{earlier[1].name, earlier[0].name};
+    const ArchiveEntry newest{QStringLiteral("datas_1.cvx"), earlier[1].sha256};
+    const ArchiveEntry oldest{QStringLiteral("datas_2.cvx"), earlier[0].sha256};
+    QCOMPARE(checkBackup({newest, oldest}, names, earlier), QStringList());
+    QCOMPARE(checkBackup({newest}, names, earlier),
+             QStringList(QStringLiteral("the backup has 1 entries, not 2")));
+    QCOMPARE(checkBackup({oldest, newest}, names, earlier).size(), 4);
+    QCOMPARE(checkBackup({newest, {oldest.name, {}}}, names, earlier),
+             QStringList(QStringLiteral("the backup's entry 2 is not 0000000000.cvx")));
+
+    const QString backup = folder.filePath(QStringLiteral("backup.zip"));
+    QFile inner(folder.filePath(earlier[0].name));
+    QVERIFY(inner.open(QIODevice::ReadOnly));
+    writeArchive(backup, {{QStringLiteral("datas_1.cvx"), inner.readAll()}});
+    const auto inside = readBackedUpArchives(backup);
+    QCOMPARE(inside.size(), std::size_t(2));
+    QCOMPARE(inside[1].name, QStringLiteral("EA0000000000000.ozu"));
+    QCOMPARE(inside[1].sha256, Recording(1000, 1000).sha256());
 }
 
 void BenchVerdictTest::findsUnexpectedLines()

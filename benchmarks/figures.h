@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QTextStream>
+
+/// Rows of the tables in which all figures are printed.
+namespace figures {
+
+QString number(double value, int decimals);
+
+void printHead(QTextStream& out);
+/// A ratio and the two figures behind it.
+void printRow(QTextStream& out, const char* what, double ours, double reference, const char* unit,
+              const char* aim);
+
+} // namespace figures
