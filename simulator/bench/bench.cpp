@@ -1,6 +1,7 @@
 #include "bench/bench.h"
 
 #include "bench/badinput.h"
+#include "bench/companions.h"
 #include "bench/statustext.h"
 #include "bench/verbparser.h"
 
@@ -24,9 +25,9 @@ SandboxSettings sandboxFor(const BenchSettings& settings, const Scenario& scenar
     sandbox.station_folder = folder.station();
     sandbox.launcher_folder = folder.launcher();
     sandbox.stick_folder = folder.stick();
-    sandbox.stick_program = QStringLiteral(CORVANE_STICK_PROGRAM);
+    sandbox.stick_program = companions::stickProgram();
     sandbox.control_folder = folder.control();
-    sandbox.tools_folder = QStringLiteral(CORVANE_TOOLS_FOLDER);
+    sandbox.tools_folder = companions::toolsFolder();
     sandbox.testbed_folder = rack.testbedFolder();
     sandbox.download_space_bytes = scenario.download_space_bytes;
     sandbox.window = settings.window;
