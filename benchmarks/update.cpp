@@ -1,13 +1,11 @@
 // Prints what the pods' firmware update costs, as ratios of figures taken in the same run, in a
 // table for the README of this folder: the real program at the bench.
-#include "bench/badinput.h"
 #include "figures.h"
 #include "stationrun.h"
 
 #include <QCoreApplication>
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace {
 
@@ -61,17 +59,9 @@ void printThirty(QTextStream& out)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    try {
-        QTextStream out(stdout);
+    return figures::print([](QTextStream& out) {
         figures::printHead(out);
         printFloor(out);
         printThirty(out);
-    } catch (const BadInput& bad) {
-        QTextStream(stderr) << "failed: " << bad.text() << '\n';
-        return 1;
-    } catch (const std::exception& failure) {
-        QTextStream(stderr) << "failed: " << failure.what() << '\n';
-        return 1;
-    }
-    return 0;
+    });
 }
