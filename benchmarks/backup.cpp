@@ -1,7 +1,6 @@
 // Prints what a backup costs, as ratios of figures taken in the same run, in a table for the README
 // of this folder: the real program at the bench, with 25 archives in store. Works in the folder for
 // temporary files: give it the storage that matters.
-#include "bench/badinput.h"
 #include "bench/earlierarchives.h"
 #include "commontools.h"
 #include "figures.h"
@@ -10,8 +9,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QTemporaryDir>
-
-#include <stdexcept>
 
 namespace {
 
@@ -77,9 +74,8 @@ double toolsSeconds()
     return copyAndPackSeconds(files);
 }
 
-void measureAndPrint()
+void measureAndPrint(QTextStream& out)
 {
-    QTextStream out(stdout);
     figures::printHead(out);
     const Backup backup = measureBackup();
     figures::printRow(out, "backup of 25 archives x 20 MB onto the stick, over `cp` + `zip -6`",
@@ -96,14 +92,5 @@ void measureAndPrint()
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    try {
-        measureAndPrint();
-    } catch (const BadInput& bad) {
-        QTextStream(stderr) << "failed: " << bad.text() << '\n';
-        return 1;
-    } catch (const std::exception& failure) {
-        QTextStream(stderr) << "failed: " << failure.what() << '\n';
-        return 1;
-    }
-    return 0;
+    return figures::print(measureAndPrint);
 }

@@ -2,6 +2,8 @@
 
 #include <QTextStream>
 
+#include <functional>
+
 /// Rows of the tables in which all figures are printed.
 namespace figures {
 
@@ -11,5 +13,8 @@ void printHead(QTextStream& out);
 /// A ratio and the two figures behind it.
 void printRow(QTextStream& out, const char* what, double ours, double reference, const char* unit,
               const char* aim);
+
+/// Has tables printed; the program's exit code. A failure is told and ends them.
+int print(const std::function<void(QTextStream&)>& tables);
 
 } // namespace figures

@@ -2,7 +2,6 @@
 // the README of this folder. The station is the real program, its pods and their bus are the
 // bench's. With --road it leaves out the memory's figures, which take longest. Works in the folder
 // for temporary files: give it the storage that matters.
-#include "bench/badinput.h"
 #include "commontools.h"
 #include "figures.h"
 #include "stationrun.h"
@@ -138,9 +137,8 @@ void printRange(QTextStream& out, const std::vector<Road>& roads)
         << number(roads.back().on_stick_seconds, 1) << " s.\n";
 }
 
-void measureAndPrint(bool with_memory)
+void measureAndPrint(QTextStream& out, bool with_memory)
 {
-    QTextStream out(stdout);
     printHead(out);
     const std::vector<Road> roads = measureRoads();
     const Road& median = roads.at(kRoads / 2);
@@ -156,14 +154,6 @@ void measureAndPrint(bool with_memory)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    try {
-        measureAndPrint(!QCoreApplication::arguments().contains(QStringLiteral("--road")));
-    } catch (const BadInput& bad) {
-        QTextStream(stderr) << "failed: " << bad.text() << '\n';
-        return 1;
-    } catch (const std::exception& failure) {
-        QTextStream(stderr) << "failed: " << failure.what() << '\n';
-        return 1;
-    }
-    return 0;
+    const bool with_memory = !QCoreApplication::arguments().contains(QStringLiteral("--road"));
+    return figures::print([=](QTextStream& out) { measureAndPrint(out, with_memory); });
 }

@@ -43,21 +43,56 @@ StationRun::StationRun(Scenario scenario)
 qint64 StationRun::await(Condition::Kind kind, const QString& text, int number)
 {
     const Condition condition{kind, allPlaces(), text, number};
-    const auto over = [&] { return m_bench.holds(condition) || !m_bench.station().running(); };
+    awaitUntil([&] { return m_bench.holds(condition); });
+    return m_bench.elapsedMs();
+}
+
+void StationRun::awaitUntil(const std::function<bool()>& done)
+{
+    bool over = done();
+    const auto ended = [&] { return over || !m_bench.station().running(); };
     QEventLoop loop;
     QObject::connect(&m_bench, &Bench::changed, &loop, [&] {
-        if (over())
+        over = done();
+        if (ended())
             loop.quit();
     });
     QTimer patience;
     QObject::connect(&patience, &QTimer::timeout, &loop, &QEventLoop::quit);
     patience.start(kPatience);
-    if (!over())
+    if (!ended())
         loop.exec();
-    if (!m_bench.holds(condition))
+    if (!over)
         fail(QStringLiteral("the station ended or took more than %1 minutes for one step")
                  .arg(kPatience.count()));
-    return m_bench.elapsedMs();
+}
+
+std::vector<double> StationRun::awaitUpdates(const SlotSet& slot_set)
+{
+    struct Update
+    {
+        qint64 begun_ms = -1;
+        qint64 done_ms = -1;
+    };
+    std::array<Update, kSlotCount> updates;
+    awaitUntil([&] {
+        bool all_done = true;
+        for (int slot = 0; slot < kSlotCount; ++slot) {
+            const PodReport pod = slot_set.test(slot) ? report(slot) : PodReport();
+            Update& update = updates.at(slot);
+            if (update.begun_ms < 0 && pod.mode == PodMode::Bootloader)
+                update.begun_ms = m_bench.elapsedMs();
+            if (update.done_ms < 0 && isUpdated(pod))
+                update.done_ms = m_bench.elapsedMs();
+            all_done = all_done && (!slot_set.test(slot) || update.done_ms >= 0);
+        }
+        return all_done;
+    });
+    std::vector<double> seconds;
+    for (int slot = 0; slot < kSlotCount; ++slot)
+        if (slot_set.test(slot))
+            seconds.push_back(double(updates.at(slot).done_ms - updates.at(slot).begun_ms) / 1000);
+    return seconds;
 }
 
 bool StationRun::anyReadOut() const

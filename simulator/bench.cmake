@@ -5,6 +5,7 @@ add_library(corvane_bench STATIC
   bench/benchfolder.cpp
   bench/benchstick.cpp
   bench/bytesize.cpp
+  bench/companions.cpp
   bench/earlierarchives.cpp
   bench/firmware.cpp
   bench/interruption.cpp
@@ -36,9 +37,7 @@ add_library(corvane_bench STATIC
 target_compile_definitions(corvane_bench
   PUBLIC QT_NO_KEYWORDS # as the simulated hardware below it
   PRIVATE CORVANE_VERSION="${CORVANE_VERSION}"
-          CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>"
-          CORVANE_STICK_PROGRAM="$<TARGET_FILE:corvane-stick>"
-          CORVANE_TOOLS_FOLDER="${CMAKE_CURRENT_SOURCE_DIR}/tools")
+          CORVANE_PRIVATE_FOLDER="${CORVANE_PRIVATE_FOLDER}")
 target_link_libraries(corvane_bench
   PUBLIC corvane_sim_hardware corvane_sim_stick Qt5::Core Qt5::Gui Qt5::Network
   PRIVATE QuaZip::QuaZip corvane_warnings)
@@ -48,6 +47,15 @@ target_link_libraries(corvane-sim PRIVATE corvane_bench corvane_warnings)
 corvane_know_qt_order(corvane-sim)
 add_dependencies(corvane-sim corvane)
 add_dependencies(corvane_bench corvane-stick)
+
+set(tools "")
+foreach(tool IN ITEMS blkid lsusb mount start-station umount)
+  configure_file(tools/${tool} ${CMAKE_BINARY_DIR}/${CORVANE_PRIVATE_FOLDER}/tools/${tool} COPYONLY)
+  list(APPEND tools tools/${tool})
+endforeach()
+install(TARGETS corvane-sim DESTINATION bin)
+install(PROGRAMS ${tools} DESTINATION ${CORVANE_PRIVATE_FOLDER}/tools)
+install(DIRECTORY scenarios DESTINATION share/corvane-simulator)
 
 # The bench reads the station's panel by the pictures that the station shows.
 set(panel_dir ${CMAKE_CURRENT_BINARY_DIR}/panel)

@@ -20,10 +20,16 @@ add_library(corvane_machine STATIC
   usbredir/redirconnection.cpp
   usbredir/redirlayout.cpp
   usbredir/redirport.cpp)
-target_compile_definitions(corvane_machine
-  PRIVATE CORVANE_BOOT_FOLDER="${CMAKE_CURRENT_SOURCE_DIR}/machine/boot")
 target_link_libraries(corvane_machine
   PUBLIC corvane_bench PkgConfig::USBREDIRPARSER
   PRIVATE corvane_warnings)
 
 target_link_libraries(corvane-sim PRIVATE corvane_machine)
+
+set(boot "")
+foreach(script IN ITEMS init make-initramfs start-station)
+  configure_file(machine/boot/${script} ${CMAKE_BINARY_DIR}/${CORVANE_PRIVATE_FOLDER}/boot/${script}
+    COPYONLY)
+  list(APPEND boot machine/boot/${script})
+endforeach()
+install(PROGRAMS ${boot} DESTINATION ${CORVANE_PRIVATE_FOLDER}/boot)

@@ -12,3 +12,4 @@ add_executable(corvane-stick
   ${CMAKE_SOURCE_DIR}/src/utils/uniquefd.cpp)
 target_include_directories(corvane-stick PRIVATE ${CMAKE_SOURCE_DIR}/src)
 target_link_libraries(corvane-stick PRIVATE corvane_sim_stick PkgConfig::FUSE corvane_warnings)
+corvane_keep_private(corvane-stick)

@@ -1,6 +1,7 @@
 #include "bench/options.h"
 
 #include "bench/badinput.h"
+#include "bench/companions.h"
 #include "bench/slotset.h"
 
 #include <QCommandLineParser>
@@ -25,7 +26,7 @@ void addOptions(QCommandLineParser& parser)
     add("stick-size", "What the stick holds: 64M (usual: as much as this disk has).", "BYTES");
     add("stick-speed", "What the stick takes a second at most: 2M (0: no limit).", "BYTES");
     add("display", "Where the screen is: auto (usual), window, vnc or none.", "KIND");
-    add("station", "The station program (usual: the one built beside the bench).", "PATH");
+    add("station", "The station program (usual: the one that came with the bench).", "PATH");
     add("scenario", "Play a scenario file.", "FILE");
     add("machine", "Run the station in a virtual machine, with a kernel of its own.", "");
     add("firmware", "Put an update package with this image onto the stick.", "FILE");
@@ -129,7 +130,7 @@ Options parseOptions(const QStringList& arguments)
     options.stick = stickOf(parser);
     options.display = displayOf(parser);
     options.station_program = parser.isSet(option("station")) ? parser.value(option("station"))
-                                                              : option(CORVANE_STATION_PROGRAM);
+                                                              : companions::stationProgram();
     options.scenario_file = parser.value(option("scenario"));
     options.machine = parser.isSet(option("machine"));
     options.firmware_file = parser.value(option("firmware"));

@@ -1,5 +1,6 @@
 #include "bench/privateroot.h"
 
+#include "bench/companions.h"
 #include "i2c/serialnumbermemory.h"
 
 namespace {
@@ -12,9 +13,9 @@ SandboxSettings sandboxFor(const BenchSettings& settings, const Scenario& scenar
     sandbox.station_folder = folder.station();
     sandbox.launcher_folder = folder.launcher();
     sandbox.stick_folder = folder.stick();
-    sandbox.stick_program = QStringLiteral(CORVANE_STICK_PROGRAM);
+    sandbox.stick_program = companions::stickProgram();
     sandbox.control_folder = folder.control();
-    sandbox.tools_folder = QStringLiteral(CORVANE_TOOLS_FOLDER);
+    sandbox.tools_folder = companions::toolsFolder();
     sandbox.testbed_folder = bus.testbedDir();
     sandbox.download_space_bytes = scenario.download_space_bytes;
     sandbox.window = settings.window;

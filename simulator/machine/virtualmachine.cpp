@@ -1,5 +1,6 @@
 #include "machine/virtualmachine.h"
 
+#include "bench/companions.h"
 #include "machine/machinearguments.h"
 #include "machine/tool.h"
 #include "usbredir/i2cadapter.h"
@@ -24,7 +25,7 @@ VirtualMachine::VirtualMachine(MachineSettings settings)
     , m_monitor(m_folder.filePath(QStringLiteral("monitor")))
 {
     m_adapter.plug(std::make_unique<I2cAdapter>());
-    runTool(QStringLiteral(CORVANE_BOOT_FOLDER "/make-initramfs"),
+    runTool(companions::bootFolder() + QStringLiteral("/make-initramfs"),
             {m_kernel.version, m_folder.filePath(kInitramfs)});
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_process.setStandardInputFile(QProcess::nullDevice());

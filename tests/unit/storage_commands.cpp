@@ -266,13 +266,16 @@ void StorageCommands::nothingIsLost_data()
     QTest::addColumn<QByteArray>("erase");
     QTest::addColumn<QString>("what");
     QTest::addColumn<QString>("lost");
-    for (const char* lost : {"none", "all", "first", "last", "torn"}) {
-        const QString taken = QLatin1String(lost);
-        const QString kill = QStringLiteral("kill");
-        QTest::addRow("backup, killed, lost %s", lost) << true << QByteArray() << kill << taken;
-        QTest::addRow("erase, killed, lost %s", lost) << false << QByteArray("2") << kill << taken;
-        QTest::addRow("both, killed, lost %s", lost) << true << QByteArray("1") << kill << taken;
-    }
+    const auto killed = [](bool backup, const QByteArray& erase, const char* lost) {
+        QTest::addRow("backup %d, erase '%s', killed, lost %s", backup, erase.constData(), lost)
+            << backup << erase << QStringLiteral("kill") << QString::fromLatin1(lost);
+    };
+    for (const char* lost : {"none", "all", "first", "last", "torn"})
+        killed(true, {}, lost);
+    for (const char* lost : {"none", "all", "first"})
+        killed(false, "2", lost);
+    for (const char* lost : {"none", "all"})
+        killed(true, "1", lost);
     for (const char* fault : {"eio", "enospc", "short"}) {
         const QString how = QString::fromLatin1(fault);
         QTest::addRow("backup, %s", fault) << true << QByteArray() << how << QStringLiteral("none");
