@@ -34,7 +34,7 @@ enum class PodFault {
     OffsetBeyond,     ///< says that it has more of the image than any image can have
     FrameWithoutEnd,  ///< a reply never ends
     ReplyInDrops,     ///< the first reply never ends, and comes a byte a transfer
-    LeavesUnheard,    ///< restarts after the last execution without its reply, once
+    LeavesUnheard,    ///< restarts with its first whole image before it answers the execution
     BootloaderAbsent, ///< does not come back when it is sent into its bootloader
     FirmwareAbsent,   ///< does not come back from its bootloader after the update
 };
