@@ -5,6 +5,7 @@ target_sources(corvane_station PRIVATE
   dfu/dfutransportserial.cpp
   dfu/podupdater.cpp
   dfu/slip.cpp
+  dfu/updatefile.cpp
   downloader/downloader.cpp
   downloader/downloadexception.cpp
   main/archiveticket.cpp

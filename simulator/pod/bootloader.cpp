@@ -51,6 +51,8 @@ BootloaderSettings withFault(BootloaderSettings settings)
         settings.mtu_bytes = kHugeMtuBytes;
     if (settings.fault == PodFault::ObjectSizeOdd)
         settings.limits.data_bytes = kOddObjectBytes;
+    if (settings.fault == PodFault::ObjectSizeZero)
+        settings.limits.data_bytes = 0;
     return settings;
 }
 
@@ -147,7 +149,10 @@ void Bootloader::execute()
 {
     if (m_store.current() == ObjectStore::Type::Data && strikes(PodFault::ExtendedError))
         return reply(Request::Execute, kExtendedError);
-    judge(Request::Execute, m_store.execute());
+    const ObjectStore::Verdict verdict = m_store.execute();
+    if (finished() && strikes(PodFault::LeavesUnheard))
+        return;
+    judge(Request::Execute, verdict);
 }
 
 void Bootloader::select(const QByteArray& arguments)
@@ -158,9 +163,11 @@ void Bootloader::select(const QByteArray& arguments)
     if (!type)
         return refuse(Request::Select, Refusal::UnknownObject);
     m_store.select(*type);
-    const ObjectStore::Position position = m_store.position(*type);
+    ObjectStore::Position position = m_store.position(*type);
     if (*type == ObjectStore::Type::Data && !std::exchange(m_selected_data, true))
         m_report.resumed_at_byte = position.offset_bytes;
+    if (*type == ObjectStore::Type::Data && m_settings.fault == PodFault::OffsetBeyond)
+        position.offset_bytes = kFlashBytes + 1;
     accept(Request::Select, word(m_store.mostBytes(*type)) + bytesOf(position));
 }
 
@@ -212,6 +219,7 @@ void Bootloader::reply(Request request, const QByteArray& result_and_payload)
         m_transfers.push_back(frame);
     }
     m_last_frame = frame;
+    m_endless = m_endless || m_settings.fault == PodFault::ReplyInDrops;
 }
 
 /// Its end comes in the middle of an object: what the host had sent of it is lost.
@@ -234,7 +242,7 @@ bool Bootloader::strikes(PodFault fault)
 int Bootloader::nextTransferBytes(int at_most_bytes) const
 {
     if (m_endless)
-        return at_most_bytes;
+        return m_settings.fault == PodFault::ReplyInDrops ? 1 : at_most_bytes;
     return m_transfers.empty() ? 0 : std::min(m_transfers.front().size(), at_most_bytes);
 }
 

@@ -8,7 +8,7 @@ namespace {
 
 using NamedFault = std::pair<PodFault, QLatin1String>;
 
-const std::array<NamedFault, 26> kNamedFaults{{
+const std::array<NamedFault, 30> kNamedFaults{{
     {PodFault::None, QLatin1String("none")},
     {PodFault::NoAnswer, QLatin1String("no answer")},
     {PodFault::WrongAck, QLatin1String("wrong ack")},
@@ -32,7 +32,11 @@ const std::array<NamedFault, 26> kNamedFaults{{
     {PodFault::MtuTiny, QLatin1String("mtu tiny")},
     {PodFault::MtuHuge, QLatin1String("mtu huge")},
     {PodFault::ObjectSizeOdd, QLatin1String("object size odd")},
+    {PodFault::ObjectSizeZero, QLatin1String("object size zero")},
+    {PodFault::OffsetBeyond, QLatin1String("offset beyond the image")},
     {PodFault::FrameWithoutEnd, QLatin1String("frame without end")},
+    {PodFault::ReplyInDrops, QLatin1String("reply in drops")},
+    {PodFault::LeavesUnheard, QLatin1String("leaves before last reply")},
     {PodFault::BootloaderAbsent, QLatin1String("bootloader absent")},
     {PodFault::FirmwareAbsent, QLatin1String("firmware absent")},
 }};

@@ -30,7 +30,11 @@ enum class PodFault {
     MtuTiny,          ///< an MTU with which no data can be written
     MtuHuge,          ///< the largest MTU that can be said
     ObjectSizeOdd,    ///< a largest data object of 10061 bytes, which divides no usual image
+    ObjectSizeZero,   ///< takes data objects of no bytes
+    OffsetBeyond,     ///< says that it has more of the image than any image can have
     FrameWithoutEnd,  ///< a reply never ends
+    ReplyInDrops,     ///< the first reply never ends, and comes a byte a transfer
+    LeavesUnheard,    ///< restarts with its first whole image before it answers the execution
     BootloaderAbsent, ///< does not come back when it is sent into its bootloader
     FirmwareAbsent,   ///< does not come back from its bootloader after the update
 };

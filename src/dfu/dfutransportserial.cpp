@@ -3,10 +3,9 @@
 #include "dfu/dfuexception.h"
 #include "dfu/dfuprotocol.h"
 #include "dfu/dfureply.h"
+#include "dfu/updatefile.h"
 #include "main/pod.h"
 #include "utils/libusbutils.h"
-#include "utils/storagefile.h"
-#include "utils/zipextraction.h"
 
 #include <QDeadlineTimer>
 #include <QDebug>
@@ -15,8 +14,6 @@
 #include <algorithm>
 #include <array>
 #include <exception>
-#include <fcntl.h>
-#include <zlib.h>
 
 using namespace dfuprotocol;
 
@@ -24,25 +21,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kSendLimit{10000};
 constexpr size_t kReadBytes = 64;
-
-/// The whole file; it was unpacked under the same limit.
-std::vector<uint8_t> contentOf(const std::string& path)
-{
-    const UniqueFd fd = storage::openRegular(QString::fromStdString(path), O_RDONLY);
-    const qint64 size_bytes = fd ? storage::sizeOf(fd.get()) : -1;
-    if (size_bytes < 0 || size_bytes > ZipExtraction::kMaxUnpackedBytes)
-        throw DfuException("Failed to open update file");
-    std::vector<uint8_t> bytes(static_cast<size_t>(size_bytes));
-    if (storage::readBlock(fd.get(), reinterpret_cast<char*>(bytes.data()), size_bytes) !=
-        size_bytes)
-        throw DfuException("Failed to read update file");
-    return bytes;
-}
-
-uint32_t crcOf(const uint8_t* data, size_t length_bytes, uint32_t crc_before = 0)
-{
-    return static_cast<uint32_t>(::crc32(crc_before, data, static_cast<uInt>(length_bytes)));
-}
 
 uint8_t byteOf(uint32_t value, int index)
 {
@@ -71,28 +49,27 @@ void DfuTransportSerial::open()
 
 void DfuTransportSerial::send_init_packet(const std::string& path)
 {
-    const Bytes init = contentOf(path);
+    const UpdateFile init(path);
     select_object(kCommandObject);
-    if (init.size() > m_max_size)
+    if (init.sizeBytes() > m_max_size)
         throw DfuException("Init too big");
     if (try_to_recover_init(init))
         return;
-    create_object(kCommandObject, static_cast<uint32_t>(init.size()));
-    stream_data(init, 0, 0);
+    create_object(kCommandObject, init.sizeBytes());
+    stream_data({init, 0, init.sizeBytes()}, 0, 0);
     execute();
 }
 
 void DfuTransportSerial::send_firmware(const std::string& path)
 {
-    const Bytes firmware = contentOf(path);
+    const UpdateFile firmware(path);
     select_object(kDataObject);
     bool executed = try_to_recover_firm(firmware);
     // 64 bits: the pod's maximum size may be any number of 32.
-    for (uint64_t offset = m_offset; offset < firmware.size(); offset += m_max_size) {
-        const uint64_t end = std::min<uint64_t>(offset + m_max_size, firmware.size());
-        send_object({firmware.data() + offset, firmware.data() + end},
-                    static_cast<uint32_t>(offset));
-        report_progress(firmware.size());
+    for (uint64_t offset = m_offset; offset < firmware.sizeBytes(); offset += m_max_size) {
+        const uint64_t end = std::min<uint64_t>(offset + m_max_size, firmware.sizeBytes());
+        send_object({firmware, static_cast<uint32_t>(offset), static_cast<uint32_t>(end)});
+        report_progress(firmware.sizeBytes());
         executed = true;
     }
     // An empty image, or a pod that holds as many bytes of another one: nothing was updated.
@@ -100,97 +77,99 @@ void DfuTransportSerial::send_firmware(const std::string& path)
         throw DfuException("Failed to send firmware");
 }
 
-void DfuTransportSerial::send_object(const Bytes& object, uint32_t offset)
+void DfuTransportSerial::send_object(const Piece& object)
 {
     try {
-        create_object(kDataObject, static_cast<uint32_t>(object.size()));
-        m_crc = stream_data(object, m_crc, offset);
+        create_object(kDataObject, object.end_byte - object.from_byte);
+        m_crc = stream_data(object, m_crc, object.from_byte);
         execute();
     } catch (...) {
         throw DfuException("Failed to send firmware");
     }
 }
 
-void DfuTransportSerial::report_progress(size_t size_bytes)
+void DfuTransportSerial::report_progress(uint32_t size_bytes)
 {
-    const auto size = static_cast<double>(size_bytes);
+    const double size = size_bytes;
     m_pod.setProgress(static_cast<int>(100 - (size - m_offset) / size * 100));
     emit m_pod.setUpdateProgress(m_pod.getIdx(), m_pod.getProgress());
 }
 
-bool DfuTransportSerial::try_to_recover_init(const Bytes& init)
+bool DfuTransportSerial::try_to_recover_init(const UpdateFile& init)
 {
-    if (m_offset == 0 || m_offset > init.size())
+    if (m_offset == 0 || m_offset > init.sizeBytes())
         return false;
-    const uint32_t expected_crc = crcOf(init.data(), m_offset);
+    const uint32_t expected_crc = init.crcUpTo(m_offset);
     qDebug() << "Crc response: " << m_crc << "Expected crc: " << expected_crc;
     if (m_crc != expected_crc)
         return false;
     // The whole packet again, not only what is missing of it: deliberate.
-    if (m_offset < init.size())
-        stream_data(init, expected_crc, m_offset);
+    if (m_offset < init.sizeBytes())
+        stream_data({init, 0, init.sizeBytes()}, expected_crc, m_offset);
     execute();
     return true;
 }
 
-bool DfuTransportSerial::try_to_recover_firm(const Bytes& firmware)
+bool DfuTransportSerial::try_to_recover_firm(const UpdateFile& firmware)
 {
     if (m_offset == 0)
         return false;
     const uint32_t remainder = m_offset % m_max_size;
-    if (m_offset > firmware.size() || m_crc != crcOf(firmware.data(), m_offset)) {
+    if (m_offset > firmware.sizeBytes() || m_crc != firmware.crcUpTo(m_offset)) {
         // To the remainder itself, not back by it: deliberate.
         resume_at(remainder != 0 ? remainder : m_max_size, firmware);
         return false;
     }
-    if (remainder != 0 && m_offset != firmware.size() && !complete_object(firmware))
+    if (remainder != 0 && m_offset != firmware.sizeBytes() && !complete_object(firmware))
         return false;
     execute();
-    report_progress(firmware.size());
+    report_progress(firmware.sizeBytes());
     return true;
 }
 
 /// False when the object that the pod had begun has to be sent anew.
-bool DfuTransportSerial::complete_object(const Bytes& firmware)
+bool DfuTransportSerial::complete_object(const UpdateFile& firmware)
 {
     const uint32_t begun = m_offset;
     const uint32_t begun_crc = m_crc;
     const uint32_t remainder = begun % m_max_size;
     const uint64_t object_end = uint64_t{begun} - remainder + m_max_size;
-    const uint64_t end = std::min<uint64_t>(object_end, firmware.size());
+    const auto end = static_cast<uint32_t>(std::min<uint64_t>(object_end, firmware.sizeBytes()));
     try {
-        m_crc = stream_data({firmware.data() + begun, firmware.data() + end}, begun_crc, begun);
-        m_offset = static_cast<uint32_t>(end);
+        m_crc = stream_data({firmware, begun, end}, begun_crc, begun);
+        m_offset = end;
         return true;
     } catch (...) {
+        // Where the object begins, whatever part of its rest the last checksum says has arrived.
         resume_at(begun - remainder, firmware);
         return false;
     }
 }
 
-void DfuTransportSerial::resume_at(uint32_t offset, const Bytes& firmware)
+void DfuTransportSerial::resume_at(uint32_t offset, const UpdateFile& firmware)
 {
-    m_offset = static_cast<uint32_t>(std::min<size_t>(offset, firmware.size()));
-    m_crc = crcOf(firmware.data(), m_offset);
+    m_offset = std::min(offset, firmware.sizeBytes());
+    m_crc = firmware.crcUpTo(m_offset);
 }
 
-uint32_t DfuTransportSerial::stream_data(const Bytes& data, uint32_t crc, uint32_t offset)
+uint32_t DfuTransportSerial::stream_data(const Piece& piece, uint32_t crc, uint32_t offset)
 {
-    for (size_t at = 0; at < data.size(); at += m_chunk_bytes) {
-        const size_t length_bytes = std::min(m_chunk_bytes, data.size() - at);
-        write_chunk(data.data() + at, length_bytes);
-        crc = crcOf(data.data() + at, length_bytes, crc);
-        offset += static_cast<uint32_t>(length_bytes);
+    for (uint32_t at = piece.from_byte; at < piece.end_byte; at += m_chunk_bytes) {
+        const uint32_t length_bytes = std::min(m_chunk_bytes, piece.end_byte - at);
+        const QByteArray chunk = piece.file.read(at, length_bytes);
+        write_chunk(chunk);
+        crc = UpdateFile::continuedCrc(crc, chunk);
+        offset += length_bytes;
     }
     calculate_checksum();
     validate_crc(crc, offset);
     return crc;
 }
 
-void DfuTransportSerial::write_chunk(const uint8_t* data, size_t length_bytes)
+void DfuTransportSerial::write_chunk(const QByteArray& chunk)
 {
     m_tx_buffer.assign(1, kWrite);
-    m_tx_buffer.insert(m_tx_buffer.end(), data, data + length_bytes);
+    m_tx_buffer.insert(m_tx_buffer.end(), chunk.begin(), chunk.end());
     send_message(m_tx_buffer);
 }
 

@@ -2,6 +2,8 @@
 
 #include "dfu/slip.h"
 
+#include <QByteArray>
+
 #include <chrono>
 #include <cstdint>
 #include <initializer_list>
@@ -10,6 +12,7 @@
 
 class Pod;
 class QDeadlineTimer;
+class UpdateFile;
 
 /// Speaks the bootloader's protocol (dfuprotocol.h) with one pod and resumes what an earlier
 /// attempt left half done. Made for one update, on the pod's worker thread, which it blocks: at
@@ -46,28 +49,36 @@ private:
     void calculate_checksum();
     void execute();
 
-    void write_chunk(const uint8_t* data, size_t length_bytes);
-    /// Sends `data` behind what the pod has; `crc` and `offset` are of that. The result is the CRC
+    /// A part of a file of the package, which is read only as it is sent: a pod may ask for objects
+    /// as large as the image, and thirty may do so at once.
+    struct Piece
+    {
+        const UpdateFile& file;
+        uint32_t from_byte;
+        uint32_t end_byte;
+    };
+    void write_chunk(const QByteArray& chunk);
+    /// Sends a piece behind what the pod has; `crc` and `offset` are of that. The result is the CRC
     /// of all of it.
-    uint32_t stream_data(const Bytes& data, uint32_t crc, uint32_t offset);
+    uint32_t stream_data(const Piece& piece, uint32_t crc, uint32_t offset);
     void validate_crc(uint32_t crc, uint32_t offset) const;
 
     /// True when the init packet was completed and executed.
-    bool try_to_recover_init(const Bytes& init);
+    bool try_to_recover_init(const UpdateFile& init);
     /// True when a piece that the pod had was executed. Leaves m_offset where to go on.
-    bool try_to_recover_firm(const Bytes& firmware);
-    bool complete_object(const Bytes& firmware);
-    void resume_at(uint32_t offset, const Bytes& firmware);
-    void send_object(const Bytes& object, uint32_t offset);
-    void report_progress(size_t size_bytes);
+    bool try_to_recover_firm(const UpdateFile& firmware);
+    bool complete_object(const UpdateFile& firmware);
+    void resume_at(uint32_t offset, const UpdateFile& firmware);
+    void send_object(const Piece& object);
+    void report_progress(uint32_t size_bytes);
 
     Pod& m_pod;
     const std::chrono::milliseconds m_reply_limit;
     slip::Slip m_slip;
-    size_t m_chunk_bytes = 0; ///< of data in one write request, from the MTU
-    uint32_t m_max_size = 0;  ///< bytes of one object, from the last select
-    uint32_t m_crc = 0;       ///< what the pod reported last, or what recovery made of it
-    uint32_t m_offset = 0;    ///< bytes; likewise
-    Bytes m_tx_buffer;        ///< the request being built
-    Bytes m_response;         ///< payload of the last reply
+    uint32_t m_chunk_bytes = 0; ///< of data in one write request, from the MTU
+    uint32_t m_max_size = 0;    ///< bytes of one object, from the last select
+    uint32_t m_crc = 0;         ///< what the pod reported last, or what recovery made of it
+    uint32_t m_offset = 0;      ///< bytes; likewise
+    Bytes m_tx_buffer;          ///< the request being built
+    Bytes m_response;           ///< payload of the last reply
 };

@@ -6,11 +6,15 @@
 #include "utils/libusbutils.h"
 
 #include <QDir>
+#include <QFile>
 #include <QSignalSpy>
 #include <QThread>
 #include <QtTest>
 
+#include <sys/resource.h>
+
 #include <algorithm>
+#include <limits>
 #include <random>
 
 using namespace std::chrono_literals;
@@ -36,6 +40,14 @@ int openHandles()
     return open_nodes - nodes.size();
 }
 
+/// The most memory that this process has ever had at once.
+qint64 peakBytes()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss * qint64(1024);
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(PodFault)
@@ -54,10 +66,17 @@ private slots:
     void faultyBootloaders();
     void resumes_data();
     void resumes();
+    void cannotResume_data();
+    void cannotResume();
     void halfAnInitPacketIsSentAgainInFull();
+    void foreignInitPacketsAreReplaced_data();
+    void foreignInitPacketsAreReplaced();
+    void largeFilesAreNotHeldInMemory_data();
+    void largeFilesAreNotHeldInMemory();
     void packagesWithoutAnImage_data();
     void packagesWithoutAnImage();
     void stopRequestEndsAnUpdate();
+    void stopRequestEndsAReplyInDrops();
     void updatesLeaveNothingOpen();
 
 private:
@@ -140,10 +159,12 @@ void DfuSession::faultyBootloaders_data()
     row(PodFault::MtuHuge);
     row(PodFault::ObjectSizeOdd);
     row(PodFault::MtuTiny, "MTU too small");
+    row(PodFault::ObjectSizeZero, "Maximum object size is 0");
+    row(PodFault::ReplyInDrops, "Error on get message");
     for (const PodFault fault :
          {PodFault::ReplyLost, PodFault::WrongOpcode, PodFault::ExtendedError,
           PodFault::CrcWrongOnce, PodFault::OffsetWrong, PodFault::DisconnectAtByte,
-          PodFault::FrameWithoutEnd})
+          PodFault::OffsetBeyond, PodFault::FrameWithoutEnd, PodFault::LeavesUnheard})
         row(fault, "Failed to send firmware");
 }
 
@@ -158,61 +179,86 @@ void DfuSession::faultyBootloaders()
     const UpdateBench::Package package = UpdateBench::plainPackage(effective);
     UpdateBench::unpack(package);
     Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
-    QCOMPARE(
-        update(pod, fault == PodFault::ReplyLost ? kShortWait : DfuTransportSerial::kReplyLimit),
-        failure);
-    QCOMPARE(m_bench->updated(kSlot, package), failure.isEmpty());
+    const bool unending = fault == PodFault::ReplyLost || fault == PodFault::ReplyInDrops;
+    QCOMPARE(update(pod, unending ? kShortWait : DfuTransportSerial::kReplyLimit), failure);
+    // Of a pod that leaves unheard the station cannot know that it has everything.
+    QCOMPARE(m_bench->updated(kSlot, package),
+             failure.isEmpty() || fault == PodFault::LeavesUnheard);
 }
 
 void DfuSession::resumes_data()
 {
     QTest::addColumn<int>("executed_bytes");
     QTest::addColumn<int>("half_bytes");
-    QTest::addColumn<bool>("garbage"); // instead of the image's bytes
-    QTest::addColumn<int>("image_bytes");
-    QTest::addColumn<QByteArray>("failure");
-    const QByteArray failed("Failed to send firmware");
-    QTest::newRow("whole objects") << 8192 << 0 << false << 20'000 << QByteArray();
-    QTest::newRow("within an object") << 4096 << 1000 << false << 20'000 << QByteArray();
-    QTest::newRow("within the first") << 0 << 1 << false << 20'000 << QByteArray();
-    QTest::newRow("within the last") << 16384 << 100 << false << 20'000 << QByteArray();
-    QTest::newRow("an object not executed yet") << 4096 << 4096 << false << 20'000 << QByteArray();
-    QTest::newRow("all but the last execution") << 16384 << 3616 << false << 20'000 << QByteArray();
-    // The rule goes on at the remainder itself, where the bootloader is not.
-    QTest::newRow("other bytes") << 4096 << 1000 << true << 20'000 << failed;
-    QTest::newRow("other bytes, whole objects") << 8192 << 0 << true << 20'000 << failed;
-    // And when the remainder is the whole image, there is nothing to go on with.
-    QTest::newRow("as many bytes of another image") << 0 << 1000 << true << 1000 << failed;
-    QTest::newRow("an empty image") << 0 << 0 << false << 0 << failed;
+    QTest::addColumn<PodFault>("fault");
+    QTest::addColumn<int>("sent_bytes");
+    const auto row = [](const char* what, int executed_bytes, int half_bytes, int sent_bytes,
+                        PodFault fault = PodFault::None) {
+        QTest::newRow(what) << executed_bytes << half_bytes << fault << sent_bytes;
+    };
+    row("whole objects", 8192, 0, 11'808);
+    row("within an object", 4096, 1000, 14'904);
+    row("within the first", 0, 1, 19'999);
+    row("within the last", 16384, 100, 3516);
+    row("an object not executed yet", 4096, 4096, 11'808);
+    row("all but the last execution", 16384, 3616, 0);
+    // What is left of the object arrives wrong: all of it is sent anew.
+    row("within an object, and wrong", 8192, 1000, 3096 + 11'808, PodFault::CrcWrongOnce);
+    row("within the last, and wrong", 16384, 100, 3516 + 3616, PodFault::OffsetWrong);
 }
 
 void DfuSession::resumes()
 {
     QFETCH(int, executed_bytes);
     QFETCH(int, half_bytes);
-    QFETCH(bool, garbage);
-    QFETCH(int, image_bytes);
-    QFETCH(QByteArray, failure);
-    PodSettings settings = UpdateBench::podInBootloader();
-    UpdateBench::Package package =
-        UpdateBench::plainPackage(settings.bootloader, std::max(image_bytes, 1));
+    QFETCH(PodFault, fault);
+    QFETCH(int, sent_bytes);
+    PodSettings settings = UpdateBench::podInBootloader(fault);
+    const UpdateBench::Package package = UpdateBench::plainPackage(settings.bootloader);
     settings.flash.init_packet = package.init;
-    const QByteArray there = garbage ? QByteArray(20'000, 'g') : package.image;
-    settings.flash.image = there.left(executed_bytes);
-    settings.bootloader.half_received = there.mid(executed_bytes, half_bytes);
-    package.image.truncate(image_bytes);
+    settings.flash.image = package.image.left(executed_bytes);
+    settings.bootloader.half_received = package.image.mid(executed_bytes, half_bytes);
     UpdateBench::unpack(package);
 
     Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
     const QSignalSpy shown(&pod, &Pod::setUpdateProgress);
-    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), failure);
-    QCOMPARE(m_bench->updated(kSlot, package), failure.isEmpty());
-    if (!failure.isEmpty())
-        return;
+    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray());
+    QVERIFY(m_bench->updated(kSlot, package));
     QCOMPARE(shown.last().last().toInt(), 100);
-    const PodReport report = m_bench->bus().report(kSlot);
-    QCOMPARE(report.bootloader.image_bytes, quint64(image_bytes - executed_bytes - half_bytes));
+    QCOMPARE(m_bench->bus().report(kSlot).bootloader.image_bytes, quint64(sent_bytes));
     QCOMPARE(m_bench->refusals(kSlot), 0);
+}
+
+void DfuSession::cannotResume_data()
+{
+    QTest::addColumn<int>("executed_bytes");
+    QTest::addColumn<int>("half_bytes");
+    QTest::addColumn<int>("image_bytes");
+    // The rule goes on at the remainder itself, where the bootloader is not.
+    QTest::newRow("other bytes") << 4096 << 1000 << 20'000;
+    QTest::newRow("other bytes, whole objects") << 8192 << 0 << 20'000;
+    // And when the remainder is the whole image, there is nothing to go on with.
+    QTest::newRow("as many bytes of another image") << 0 << 1000 << 1000;
+    QTest::newRow("an empty image") << 0 << 0 << 0;
+}
+
+void DfuSession::cannotResume()
+{
+    QFETCH(int, executed_bytes);
+    QFETCH(int, half_bytes);
+    QFETCH(int, image_bytes);
+    PodSettings settings = UpdateBench::podInBootloader();
+    UpdateBench::Package package =
+        UpdateBench::plainPackage(settings.bootloader, std::max(image_bytes, 1));
+    settings.flash.init_packet = package.init;
+    settings.flash.image = QByteArray(executed_bytes, 'g');
+    settings.bootloader.half_received = QByteArray(half_bytes, 'g');
+    package.image.truncate(image_bytes);
+    UpdateBench::unpack(package);
+
+    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray("Failed to send firmware"));
+    QVERIFY(!m_bench->updated(kSlot, package));
 }
 
 void DfuSession::halfAnInitPacketIsSentAgainInFull()
@@ -241,6 +287,50 @@ void DfuSession::halfAnInitPacketIsSentAgainInFull()
     Pod pod(kSlot, device, m_bench->screen());
     QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray("Error operation"));
     QVERIFY(m_bench->refusals(kSlot) > 0);
+}
+
+void DfuSession::foreignInitPacketsAreReplaced_data()
+{
+    QTest::addColumn<int>("more_bytes"); // than the package's, in the pod
+    QTest::newRow("as long") << 0;
+    QTest::newRow("shorter") << -5;
+    QTest::newRow("longer") << 5;
+}
+
+void DfuSession::foreignInitPacketsAreReplaced()
+{
+    QFETCH(int, more_bytes);
+    PodSettings settings = UpdateBench::podInBootloader();
+    UpdateBench::Package package = UpdateBench::plainPackage(settings.bootloader);
+    package.init = InitPacket::describing(package.image, "version 2").toBytes();
+    settings.flash.init_packet = QByteArray(package.init.size() + more_bytes, 'f');
+    UpdateBench::unpack(package);
+    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray());
+    QVERIFY(m_bench->updated(kSlot, package));
+}
+
+void DfuSession::largeFilesAreNotHeldInMemory_data()
+{
+    QTest::addColumn<QByteArray>("failure");
+    QTest::newRow("dfu/app.dat") << QByteArray("Init too big");
+    QTest::newRow("dfu/app.bin") << QByteArray("Failed to send firmware"); // larger than the pod
+}
+
+void DfuSession::largeFilesAreNotHeldInMemory()
+{
+    QFETCH(QByteArray, failure);
+    constexpr qint64 kLargeBytes = qint64(64) * 1024 * 1024;
+    PodSettings settings = UpdateBench::podInBootloader();
+    settings.bootloader.limits.data_bytes = std::numeric_limits<quint32>::max();
+    UpdateBench::unpack(UpdateBench::plainPackage({}, 1000));
+    QVERIFY(QFile::resize(QLatin1String(QTest::currentDataTag()), kLargeBytes));
+    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    const qint64 before_bytes = peakBytes();
+    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), failure);
+    QVERIFY(peakBytes() - before_bytes < kLargeBytes / 2);
+    // The image is refused as one object; a packet that is too big is not even begun.
+    QCOMPARE(m_bench->refusals(kSlot), failure == "Init too big" ? 0 : 1);
 }
 
 void DfuSession::packagesWithoutAnImage_data()
@@ -286,6 +376,23 @@ void DfuSession::stopRequestEndsAnUpdate()
     QVERIFY(worker->wait());
     QCOMPARE(failure, QByteArray("Update interrupted"));
     QCOMPARE(m_bench->bus().report(kSlot).bootloader.bus_bytes, quint64(0));
+}
+
+void DfuSession::stopRequestEndsAReplyInDrops()
+{
+    const PodSettings settings = UpdateBench::podInBootloader(PodFault::ReplyInDrops);
+    UpdateBench::unpack(UpdateBench::plainPackage(settings.bootloader));
+    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    QByteArray failure;
+    const std::unique_ptr<QThread> worker(
+        QThread::create([&] { failure = update(pod, DfuTransportSerial::kReplyLimit); }));
+    worker->start();
+    // Its first request is out: what it does next is to read.
+    while (m_bench->bus().report(kSlot).bootloader.bus_bytes == 0)
+        QThread::yieldCurrentThread();
+    worker->requestInterruption();
+    QVERIFY(worker->wait());
+    QCOMPARE(failure, QByteArray("Update interrupted"));
 }
 
 void DfuSession::updatesLeaveNothingOpen()

@@ -109,6 +109,8 @@ public:
         if (selected.size() != 13)
             return false;
         const int object_bytes = int(qFromLittleEndian<quint32>(selected.constData() + 1));
+        if (object_bytes == 0)
+            return false;
         for (; from < image.size(); from += object_bytes) {
             const QByteArray object = image.mid(from, object_bytes);
             const QByteArray expected = kOk + positionAfter(image.left(from + object.size()));
@@ -176,6 +178,7 @@ private Q_SLOTS:
     void keepsOrDropsTheImageByItsInitPacket();
     void faults_data();
     void faults();
+    void saysMoreThanItHas();
     void thePodGoesThereAndBack();
     void thePodStaysAway();
 };
@@ -412,7 +415,10 @@ void SimulatorBootloader::faults_data()
     QTest::newRow("mtu tiny") << 2;
     QTest::newRow("mtu huge") << 0;
     QTest::newRow("object size odd") << 0;
+    QTest::newRow("object size zero") << 2;
     QTest::newRow("frame without end") << 2;
+    QTest::newRow("reply in drops") << 2;
+    QTest::newRow("leaves before last reply") << 1;
 }
 
 void SimulatorBootloader::faults()
@@ -427,6 +433,16 @@ void SimulatorBootloader::faults()
         ++failed;
     QCOMPARE(failed, failures);
     QCOMPARE(refusalText(bootloader.report().refusals), QString());
+}
+
+void SimulatorBootloader::saysMoreThanItHas()
+{
+    BootloaderSettings settings;
+    settings.fault = PodFault::OffsetBeyond;
+    Bootloader bootloader(settings, inBootloader());
+    Host host(bootloader);
+    QCOMPARE(host.ask(kSelectData), kOk + word(4096) + word(kFlashBytes + 1) + word(0));
+    QCOMPARE(bootloader.report().resumed_at_byte, 0U);
 }
 
 void SimulatorBootloader::thePodGoesThereAndBack()
@@ -474,6 +490,13 @@ void SimulatorBootloader::thePodStaysAway()
     QVERIFY(!Host(disconnects).update(imageOf(10'000)));
     QVERIFY(disconnects.vanished());
     QCOMPARE(disconnects.flash().image, imageOf(10'000).left(4096));
+
+    PodModel leaves_unheard = podWith(PodFault::LeavesUnheard, true);
+    QVERIFY(!Host(leaves_unheard).update(imageOf(100)));
+    QVERIFY(!leaves_unheard.onBus() && !leaves_unheard.vanished());
+    leaves_unheard.restart();
+    QVERIFY(isUpdated(leaves_unheard.report()));
+    QCOMPARE(leaves_unheard.flash().firmware_sha256, sha256(imageOf(100)));
 
     // A host that does not take the last reply does not keep it from restarting.
     PodModel unheard = podWith(PodFault::ReplyLost, true);
