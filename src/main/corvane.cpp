@@ -57,7 +57,8 @@ bool unpackFirmware(const QString& package)
         return false;
     }
     QDir folder(kFirmwareFolder);
-    const QStringList files = folder.entryList(QDir::Files, QDir::Unsorted);
+    const QStringList files =
+        folder.entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Unsorted);
     const bool has_manifest = files.contains(QStringLiteral("manifest.json"));
     qDebug() << files.size() << has_manifest;
     // Exactly manifest, init packet and image: a package with more is deliberately refused.

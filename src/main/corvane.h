@@ -36,6 +36,7 @@ public:
         QPointer<Pod> pod;
         QPointer<QThread> workThread;
         UsbDeviceRef device; ///< as which the pod is served at present, or was before it restarted
+        bool left = false;   ///< that device is off the bus: the pod is between its two modes
         /// By when a pod that was told to restart has to be back.
         QDeadlineTimer return_limit{QDeadlineTimer::Forever};
 
@@ -43,6 +44,8 @@ public:
         /// `dfu`: the device is a pod's bootloader.
         void start(int idx, const UsbDeviceRef& dev, Corvane& controller, UIBackEnd& backend,
                    bool dfu);
+        /// The pod is on the bus as this device.
+        void serveAs(const UsbDeviceRef& dev);
         /// Forgets both, however long they take to wind down: the place is free for the next pod.
         void clean();
         bool occupied() const { return !pod.isNull() && !workThread.isNull(); }

@@ -11,7 +11,7 @@ void Corvane::device_slot_ts::start(int idx, const UsbDeviceRef& dev, Corvane& c
     auto* const newcomer = new Pod(idx, dev, backend, dfu, controller.new_firmware);
     workThread = thread;
     pod = newcomer;
-    device = dev;
+    serveAs(dev);
     newcomer->moveToThread(thread);
 
     connect(thread, &QThread::started, newcomer, &Pod::tasks, Qt::QueuedConnection);
@@ -49,10 +49,16 @@ void Corvane::device_slot_ts::start(int idx, const UsbDeviceRef& dev, Corvane& c
     thread->start();
 }
 
+void Corvane::device_slot_ts::serveAs(const UsbDeviceRef& dev)
+{
+    device = dev;
+    left = false;
+    return_limit = QDeadlineTimer(QDeadlineTimer::Forever);
+}
+
 void Corvane::device_slot_ts::clean()
 {
     pod.clear();
     workThread.clear();
-    device = UsbDeviceRef();
-    return_limit = QDeadlineTimer(QDeadlineTimer::Forever);
+    serveAs(UsbDeviceRef());
 }

@@ -20,17 +20,15 @@ constexpr uint16_t kBootloaderProduct = 0x521F;
 constexpr auto kStartDelay = 1000ms;
 constexpr auto kLoopPause = 10ms;
 constexpr auto kWindDownLimit = 2s;
-/// A restart takes a pod a few seconds, a new image to be put in place included. One that stays
-/// away was pulled or is broken, and its place must serve the next.
-constexpr auto kReturnLimit = 15s;
 /// A wake-up can be swallowed by a worker that handles events just then; nothing waits longer for
 /// it.
 constexpr timeval kEventWait{0, 100'000};
 
 } // namespace
 
-Discovery::Discovery(Corvane& corvane)
+Discovery::Discovery(Corvane& corvane, std::chrono::milliseconds return_limit)
     : m_corvane(corvane)
+    , m_return_limit(return_limit)
     , m_usb(std::make_shared<UsbContext>())
 {
     qRegisterMetaType<UsbDeviceRef>();
@@ -183,8 +181,7 @@ void Discovery::onArrival(int idx, const UsbDeviceRef& dev)
     }
     if (!slot.pod->getUpdating())
         return;
-    slot.device = dev;
-    slot.return_limit = QDeadlineTimer(QDeadlineTimer::Forever);
+    slot.serveAs(dev);
     emit slot.pod->setUpdateProgress(idx, 101);
     emit slot.pod->updateDone(dev);
     slot.pod->setUpdating(false);
@@ -192,10 +189,13 @@ void Discovery::onArrival(int idx, const UsbDeviceRef& dev)
 
 void Discovery::onRemoval(int idx, const UsbDeviceRef& dev)
 {
-    const auto& slot = m_corvane.device_slots.at(idx);
-    // The device that left may not be the one served: two can report for one place. And a pod that
-    // is being updated only goes to come back in its other mode.
-    if (!slot.occupied() || slot.device.get() != dev.get() || slot.pod->getUpdating())
+    auto& slot = m_corvane.device_slots.at(idx);
+    // The device that left may not be the one served: two can report for one place.
+    if (!slot.occupied() || slot.device.get() != dev.get())
+        return;
+    slot.left = true;
+    // A pod that is being updated only goes to come back in its other mode.
+    if (slot.pod->getUpdating())
         return;
     endPod(idx);
     emit podConnectionEvent();
@@ -209,8 +209,10 @@ void Discovery::onDfuArrival(int idx, const UsbDeviceRef& dev)
         emit podConnectionEvent(); // and, deliberately, no podConnection
         return;
     }
-    slot.device = dev;
-    slot.return_limit = QDeadlineTimer(QDeadlineTimer::Forever);
+    // Another pod's: two can report for one place.
+    if (!slot.pod->getUpdating())
+        return;
+    slot.serveAs(dev);
     emit slot.pod->launchDfu(dev);
 }
 
@@ -218,9 +220,15 @@ void Discovery::onDfuArrival(int idx, const UsbDeviceRef& dev)
 /// the worker can say whether this is the end of an update or a pod that was pulled.
 void Discovery::onDfuRemoval(int idx, const UsbDeviceRef& dev)
 {
-    const auto& slot = m_corvane.device_slots.at(idx);
+    auto& slot = m_corvane.device_slots.at(idx);
     if (!slot.occupied() || slot.device.get() != dev.get())
         return;
+    slot.left = true;
+    // Its update has not begun, or was given up.
+    if (!slot.pod->getUpdating()) {
+        endPod(idx);
+        return;
+    }
     m_held.at(idx).emplace();
     emit slot.pod->bootloaderLeft(dev);
 }
@@ -229,9 +237,14 @@ void Discovery::onUpdateJudged(int idx, const UsbDeviceRef& dev, bool done)
 {
     if (m_corvane.device_slots.at(idx).device.get() != dev.get())
         return;
-    const auto held = std::exchange(m_held.at(idx), std::nullopt);
     if (!done)
         endPod(idx);
+    replayHeld(idx);
+}
+
+void Discovery::replayHeld(int idx)
+{
+    const auto held = std::exchange(m_held.at(idx), std::nullopt);
     for (const Hotplug& hotplug : held.value_or(std::vector<Hotplug>()))
         serve(idx, hotplug);
 }
@@ -241,19 +254,33 @@ void Discovery::awaitReturn(int idx, const UsbDeviceRef& dev)
     auto& slot = m_corvane.device_slots.at(idx);
     // It may have come back already, as another device.
     if (slot.device.get() == dev.get())
-        slot.return_limit = QDeadlineTimer(kReturnLimit);
+        slot.return_limit = QDeadlineTimer(m_return_limit);
 }
 
 void Discovery::giveOverduePlacesBack()
 {
     for (int idx = 0; idx < Corvane::kSlotCount; ++idx) {
         const auto& slot = m_corvane.device_slots.at(idx);
-        if (!slot.occupied() || !slot.return_limit.hasExpired())
-            continue;
+        if (slot.occupied() && slot.return_limit.hasExpired())
+            endOverdue(idx);
+    }
+}
+
+void Discovery::endOverdue(int idx)
+{
+    auto& slot = m_corvane.device_slots.at(idx);
+    if (slot.left) {
         qInfo() << "Pod did not come back from its restart, index:" << idx;
         endPod(idx);
         emit podConnectionEvent();
+        replayHeld(idx);
+        return;
     }
+    qInfo() << "Pod did not restart, index:" << idx;
+    slot.return_limit = QDeadlineTimer(QDeadlineTimer::Forever);
+    // Still plugged in: its removal is that of any pod now.
+    slot.pod->setUpdating(false);
+    emit slot.pod->setSyncProgress(idx, -2);
 }
 
 void Discovery::startPod(int idx, const UsbDeviceRef& dev, bool dfu)
@@ -280,7 +307,6 @@ void Discovery::endPod(int idx)
     slot.workThread->requestInterruption();
     emit slot.pod->finished();
     slot.clean();
-    m_held.at(idx).reset();
     --m_corvane.nb_pods_connected;
     emit m_corvane.podConnection(idx, false);
 }

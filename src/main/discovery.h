@@ -26,7 +26,12 @@ class Discovery : public QObject
     Q_OBJECT
 
 public:
-    explicit Discovery(Corvane& corvane);
+    /// How long a restart may take. Seconds are usual, but a large image has to be put in place,
+    /// and a broken neighbour on the hub holds up the enumeration. A pod that stays away longer was
+    /// pulled or is broken, and its place must serve the next.
+    static constexpr std::chrono::milliseconds kReturnLimit = std::chrono::minutes(1);
+
+    explicit Discovery(Corvane& corvane, std::chrono::milliseconds return_limit = kReturnLimit);
     ~Discovery() override;
     Discovery(const Discovery&) = delete;
     Discovery& operator=(const Discovery&) = delete;
@@ -74,7 +79,9 @@ private:
     /// The pod in this place is to leave the bus and come back.
     void awaitReturn(int idx, const UsbDeviceRef& dev);
     void onUpdateJudged(int idx, const UsbDeviceRef& dev, bool done);
+    void replayHeld(int idx);
     void giveOverduePlacesBack();
+    void endOverdue(int idx);
 
     bool registerCallbacks();
     bool registerCallback(uint16_t product, libusb_hotplug_callback_handle& handle);
@@ -84,6 +91,7 @@ private:
     void windDown();
 
     Corvane& m_corvane;
+    const std::chrono::milliseconds m_return_limit;
     std::shared_ptr<UsbContext> m_usb;
     libusb_hotplug_callback_handle m_handle = 0;
     libusb_hotplug_callback_handle m_handle_dfu = 0;

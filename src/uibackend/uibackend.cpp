@@ -60,9 +60,11 @@ void UIBackEnd::setChargingState(int idx, int state)
 
 void UIBackEnd::setPodConnection(int idx, bool connected)
 {
-    // A pod that came in its bootloader is never shown as connected, and leaves all the same.
-    const bool leaves_update = !connected && m_upd_progress[idx] != kNeverSent;
-    if (!change(m_pod_connection[idx], connected) && !leaves_update)
+    // A pod that came in its bootloader is never shown as connected, and leaves all the same: also
+    // when its update failed before the first percent.
+    const bool leaves_gauge =
+        !connected && (m_upd_progress[idx] != kNeverSent || m_sync_progress[idx] != kNeverSent);
+    if (!change(m_pod_connection[idx], connected) && !leaves_gauge)
         return;
     // What the last pod showed is not what this one shows: its first values count again.
     m_sync_progress[idx] = m_upd_progress[idx] = m_charging_states[idx] = kNeverSent;

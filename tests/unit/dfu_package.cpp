@@ -132,6 +132,11 @@ void DfuPackage::isTakenOrLeft_data()
     QTest::newRow("good") << goodPackage() << QStringList(QStringLiteral("New firmware on usbkey"));
     QTest::newRow("an extra file")
         << packageOf({"manifest.json", "app.bin", "app.dat", "readme.txt"}) << invalid;
+    QTest::newRow("an extra file, hidden")
+        << packageOf({"manifest.json", "app.bin", "app.dat", ".readme"}) << invalid;
+    QTest::newRow("a folder besides")
+        << packageOf({"manifest.json", "app.bin", "app.dat", "notes/readme.txt"})
+        << QStringList(QStringLiteral("New firmware on usbkey"));
     QTest::newRow("a file missing") << packageOf({"manifest.json", "app.bin"}) << invalid;
     QTest::newRow("no manifest") << packageOf({"a", "app.bin", "app.dat"}) << invalid;
     QTest::newRow("nothing in it") << packageOf({}) << invalid;

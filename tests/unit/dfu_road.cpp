@@ -1,25 +1,51 @@
+#include "dfu/podupdater.h"
 #include "main/corvane.h"
 #include "main/discovery.h"
+#include "main/pod.h"
 #include "support/updatebench.h"
+#include "utils/libusbutils.h"
 
 #include <QSignalSpy>
 #include <QThread>
 #include <QtTest>
 
+#include <future>
+#include <memory>
+#include <utility>
+
 namespace {
 
-constexpr int kPatientMs = 30'000;
+using namespace std::chrono_literals;
+
+constexpr auto kPatience = 30s;
+constexpr int kPatientMs = std::chrono::milliseconds(kPatience).count();
+constexpr auto kShortLimit = 100ms;
+constexpr int kArrived = LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED;
+constexpr int kLeft = LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT;
+
+/// Runs it on the receiver's thread, behind what is queued there. By a signal, since the thread
+/// sanitizer is told of the order that these keep.
+template <typename Act>
+void queueOn(QObject* receiver, Act act)
+{
+    QObject sender;
+    QObject::connect(&sender, &QObject::objectNameChanged, receiver, act, Qt::QueuedConnection);
+    sender.setObjectName(QStringLiteral("said"));
+}
 
 /// Discovery and the slots on their threads, and pods in their bootloaders.
 class Station
 {
 public:
-    explicit Station(UIBackEnd& backend)
+    using Slot = Corvane::device_slot_ts;
+
+    explicit Station(UIBackEnd& backend,
+                     std::chrono::milliseconds return_limit = Discovery::kReturnLimit)
         : m_corvane(backend)
     {
         QObject::connect(&m_corvane, &Corvane::podConnection, &backend,
                          &UIBackEnd::setPodConnection);
-        m_discovery = std::make_unique<Discovery>(m_corvane);
+        m_discovery = std::make_unique<Discovery>(m_corvane, return_limit);
         m_discovery->moveToThread(&m_thread);
         QObject::connect(&m_thread, &QThread::started, m_discovery.get(), &Discovery::Start);
         m_thread.start();
@@ -36,12 +62,79 @@ public:
     Station& operator=(Station&&) = delete;
 
     int podsConnected() const { return m_corvane.nb_pods_connected; }
+    void report(const UsbDeviceRef& device, int event) { emit m_discovery->hotplug(device, event); }
+
+    /// On discovery's thread, between two rounds of its loop: all that was reported before is done,
+    /// and all that `act` reports is done before the loop looks at its limits.
+    template <typename Act>
+    void inSlot(int idx, Act act)
+    {
+        std::promise<void> done;
+        queueOn(m_discovery.get(), [&] {
+            act(m_corvane.device_slots.at(size_t(idx)));
+            done.set_value();
+        });
+        done.get_future().wait();
+    }
+    UsbDeviceRef device(int idx)
+    {
+        UsbDeviceRef device;
+        inSlot(idx, [&](const Slot& slot) { device = slot.device; });
+        return device;
+    }
 
 private:
     Corvane m_corvane;
     std::unique_ptr<Discovery> m_discovery;
     QThread m_thread;
 };
+
+/// Keeps a pod's worker from all that is queued behind this, until it is released.
+class HeldWorker
+{
+public:
+    HeldWorker(Station& station, int idx)
+    {
+        station.inSlot(idx, [this](const Station::Slot& slot) {
+            QObject::connect(slot.pod, &QObject::destroyed,
+                             [gone = m_gone_promise] { gone->set_value(); });
+            queueOn(slot.pod, [go = m_go.get_future().share()] { go.wait(); });
+        });
+    }
+    ~HeldWorker() { release(); }
+    HeldWorker(const HeldWorker&) = delete;
+    HeldWorker& operator=(const HeldWorker&) = delete;
+    HeldWorker(HeldWorker&&) = delete;
+    HeldWorker& operator=(HeldWorker&&) = delete;
+
+    void release()
+    {
+        if (!std::exchange(m_released, true))
+            m_go.set_value();
+    }
+    /// The pod is no more: all that it had to say was said.
+    bool gone() { return m_gone.wait_for(kPatience) == std::future_status::ready; }
+
+private:
+    std::promise<void> m_go;
+    bool m_released = false;
+    std::shared_ptr<std::promise<void>> m_gone_promise = std::make_shared<std::promise<void>>();
+    std::future<void> m_gone = m_gone_promise->get_future();
+};
+
+PodSettings emptyPod()
+{
+    PodSettings settings = UpdateBench::podInBootloader();
+    settings.flash.in_bootloader = false;
+    return settings;
+}
+
+/// As its worker does when the pod is to restart.
+void tellToRestart(const Station::Slot& slot)
+{
+    slot.pod->setUpdating(true);
+    emit slot.pod->restarting(slot.device);
+}
 
 } // namespace
 
@@ -56,9 +149,18 @@ private slots:
     void cleanup();
 
     void updatedPodComesBackAndCharges();
-    void podsThatLeave();
+    void podThatLeavesAndReturns();
+    void updateThatFailsAtOnce();
+    void neverSeenAgain();
+    void placeWaitsForTheWorker();
+    void silentWorkerIsOverruled();
+    void limitOfRestarts();
+    void onlyAnUpdatedPodComesBack();
+    void isUpdatingBeforeItRestarts();
 
 private:
+    UsbDeviceRef plugFailing(int idx);
+
     std::unique_ptr<UpdateBench> m_bench;
     UpdateBench::Package m_package;
 };
@@ -100,13 +202,12 @@ void DfuRoad::updatedPodComesBackAndCharges()
     QCOMPARE(station.podsConnected(), 0);
 }
 
-void DfuRoad::podsThatLeave()
+void DfuRoad::podThatLeavesAndReturns()
 {
     QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
     QSignalSpy vanished(&m_bench->bus(), &UsbBus::podVanished);
     const Station station(m_bench->screen());
     m_bench->bus().plug(0, UpdateBench::podInBootloader(PodFault::DisconnectAtByte));
-    m_bench->bus().plug(1, UpdateBench::podInBootloader(PodFault::FirmwareAbsent));
     QTRY_VERIFY_WITH_TIMEOUT(vanished.contains({0}), kPatientMs);
 
     // Put back at once, while the station may still be asking how the update ended.
@@ -117,12 +218,160 @@ void DfuRoad::podsThatLeave()
     QTRY_VERIFY_WITH_TIMEOUT(m_bench->updated(0, m_package), kPatientMs);
     QCOMPARE(m_bench->bus().report(0).bootloader.resumed_at_byte, 8192U);
     QCOMPARE(connection.takeFirst(), QVariantList({0, false}));
+    QCOMPARE(station.podsConnected(), 1);
+}
 
-    // Updated, but never seen again: its place is given back all the same.
+void DfuRoad::updateThatFailsAtOnce()
+{
+    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
+    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
+    const Station station(m_bench->screen());
+    // The second one in that place must be seen to fail, too.
+    for (int round = 1; round <= 2; ++round) {
+        m_bench->bus().plug(2, UpdateBench::podInBootloader(PodFault::MtuTiny));
+        QTRY_COMPARE_WITH_TIMEOUT(progress.size(), round, kPatientMs);
+        QCOMPARE(progress.last(), QVariantList({2, -2}));
+        m_bench->bus().unplug(2);
+        QTRY_COMPARE_WITH_TIMEOUT(connection.size(), round, kPatientMs);
+        QCOMPARE(connection.last(), QVariantList({2, false}));
+    }
+}
+
+void DfuRoad::neverSeenAgain()
+{
+    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
+    const Station station(m_bench->screen(), kShortLimit);
+    m_bench->bus().plug(1, UpdateBench::podInBootloader(PodFault::FirmwareAbsent));
     QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
     QCOMPARE(connection.last(), QVariantList({1, false}));
     QVERIFY(m_bench->updated(1, m_package));
+    QCOMPARE(station.podsConnected(), 0);
+}
+
+/// A pod in its bootloader, which has failed when this returns: its worker is idle. Another device
+/// than the one that discovery has, in the same place.
+UsbDeviceRef DfuRoad::plugFailing(int idx)
+{
+    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
+    UsbDeviceRef other = m_bench->plug(idx, UpdateBench::podInBootloader(PodFault::MtuTiny));
+    const bool failed = progress.wait(kPatientMs);
+    return failed ? other : UsbDeviceRef();
+}
+
+void DfuRoad::placeWaitsForTheWorker()
+{
+    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
+    Station station(m_bench->screen());
+    const UsbDeviceRef next = plugFailing(0);
+    const UsbDeviceRef first = station.device(0);
+    HeldWorker worker(station, 0);
+    station.report(first, kLeft);
+    station.report(next, kArrived);
+    QCOMPARE(station.device(0).get(), first.get());
     QCOMPARE(station.podsConnected(), 1);
+
+    worker.release();
+    QVERIFY(worker.gone());
+    QCOMPARE(station.device(0).get(), next.get());
+    QCOMPARE(station.podsConnected(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
+    QCOMPARE(connection.last(), QVariantList({0, false}));
+}
+
+void DfuRoad::silentWorkerIsOverruled()
+{
+    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
+    Station station(m_bench->screen(), kShortLimit);
+    const UsbDeviceRef next = plugFailing(0);
+    const UsbDeviceRef first = station.device(0);
+    HeldWorker worker(station, 0);
+    station.report(first, kLeft);
+    station.report(next, kArrived);
+    station.inSlot(0, tellToRestart);
+    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
+    QCOMPARE(station.device(0).get(), next.get());
+
+    // What it says at last, of a pod that is long gone, is not about the one that sits there now.
+    worker.release();
+    QVERIFY(worker.gone());
+    station.inSlot(0, [&](const Station::Slot& slot) {
+        emit slot.pod->restarting(first);
+        QVERIFY(slot.return_limit.isForever());
+        QCOMPARE(slot.device.get(), next.get());
+    });
+    QCOMPARE(station.podsConnected(), 1);
+}
+
+void DfuRoad::limitOfRestarts()
+{
+    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
+    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
+    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
+    Station station(m_bench->screen(), kShortLimit);
+    const UsbDeviceRef bootloader = plugFailing(0);
+    const UsbDeviceRef updated = m_bench->plug(1, emptyPod());
+    m_bench->bus().plug(2, emptyPod());
+    m_bench->bus().plug(3, emptyPod());
+    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 6, kPatientMs); // each begun, each full
+    connection.clear();
+
+    // Two come back, one does not hear, one leaves for good; the limits pass in this order.
+    for (int idx = 0; idx <= 3; ++idx) {
+        station.inSlot(idx, [&](const Station::Slot& slot) {
+            tellToRestart(slot);
+            if (idx == 0)
+                station.report(bootloader, kArrived);
+            if (idx == 1)
+                station.report(updated, kArrived);
+            if (idx == 3)
+                station.report(slot.device, kLeft);
+        });
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
+    QCOMPARE(connection.last(), QVariantList({3, false}));
+    QCOMPARE(station.device(0).get(), bootloader.get());
+    QCOMPARE(station.device(1).get(), updated.get());
+    QCOMPARE(station.podsConnected(), 3);
+
+    QTRY_COMPARE_WITH_TIMEOUT(progress.last(), QVariantList({2, -2}), kPatientMs);
+    m_bench->bus().unplug(2);
+    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 2, kPatientMs);
+    QCOMPARE(connection.last(), QVariantList({2, false}));
+}
+
+void DfuRoad::onlyAnUpdatedPodComesBack()
+{
+    Station station(m_bench->screen());
+    const UsbDeviceRef other = plugFailing(0);
+    const UsbDeviceRef first = station.device(0);
+    station.inSlot(0, [](const Station::Slot& slot) { slot.pod->setUpdating(false); });
+    station.report(other, kArrived);
+    QCOMPARE(station.device(0).get(), first.get());
+
+    // And its removal needs no word of the worker.
+    const HeldWorker worker(station, 0);
+    station.report(first, kLeft);
+    QVERIFY(station.device(0).get() == nullptr);
+    QCOMPARE(station.podsConnected(), 0);
+}
+
+void DfuRoad::isUpdatingBeforeItRestarts()
+{
+    std::atomic<const Pod*> told{nullptr};
+    std::atomic<bool> updating{false};
+    // On the bus's thread, which has taken the command and not yet said so.
+    connect(
+        &m_bench->bus(), &UsbBus::podEvent, &m_bench->bus(),
+        [&] { updating = told.load() != nullptr && told.load()->getUpdating(); },
+        Qt::DirectConnection);
+    const UsbDeviceRef device = m_bench->plug(0, emptyPod());
+    Pod pod(0, device, m_bench->screen());
+    libusb_device_handle* handle = nullptr;
+    LibUsbUtils().openDevice(device.get(), handle);
+    pod.setDevHandle(handle);
+    told = &pod;
+    PodUpdater::putInDfu(pod);
+    QVERIFY(updating);
 }
 
 QTEST_GUILESS_MAIN(DfuRoad)

@@ -72,12 +72,18 @@ void UIBackEndTest::connectionIsEmittedOnChange()
     QCOMPARE(spy.at(1), (QVariantList{6, true}));
     QCOMPARE(spy.at(2), (QVariantList{5, false}));
 
-    // The next pod in the place fails as the last one did: its gauge must say so too.
+    // The next pod in the place fails as the last one did: its gauge must say so too. Neither is
+    // shown as connected, as those that come in their bootloader are not.
     QSignalSpy progress(&back_end, &UIBackEnd::podSyncProgressChanged);
     back_end.setPodSyncProgress(5, -2);
-    back_end.setPodConnection(5, true);
+    back_end.setPodConnection(5, false);
+    QCOMPARE(spy.size(), 4);
+    QCOMPARE(spy.at(3), (QVariantList{5, false}));
     back_end.setPodSyncProgress(5, -2);
     QCOMPARE(progress.size(), 2);
+    back_end.setPodConnection(5, true);
+    back_end.setPodSyncProgress(5, -2);
+    QCOMPARE(progress.size(), 3);
 }
 
 void UIBackEndTest::codeIsEmittedOnChange_data()
