@@ -294,10 +294,10 @@ void DfuRoad::silentWorkerIsOverruled()
     // What it says at last, of a pod that is long gone, is not about the one that sits there now.
     worker.release();
     QVERIFY(worker.gone());
+    QCOMPARE(station.device(0).get(), next.get());
     station.inSlot(0, [&](const Station::Slot& slot) {
         emit slot.pod->restarting(first);
         QVERIFY(slot.return_limit.isForever());
-        QCOMPARE(slot.device.get(), next.get());
     });
     QCOMPARE(station.podsConnected(), 1);
 }
@@ -332,6 +332,9 @@ void DfuRoad::limitOfRestarts()
     QCOMPARE(station.device(0).get(), bootloader.get());
     QCOMPARE(station.device(1).get(), updated.get());
     QCOMPARE(station.podsConnected(), 3);
+    // Those that are back have no limit any more.
+    station.inSlot(0, [](const Station::Slot& slot) { QVERIFY(slot.pod->getUpdating()); });
+    QVERIFY(!progress.contains({1, -2}));
 
     QTRY_COMPARE_WITH_TIMEOUT(progress.last(), QVariantList({2, -2}), kPatientMs);
     m_bench->bus().unplug(2);
