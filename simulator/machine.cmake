@@ -27,7 +27,7 @@ target_link_libraries(corvane_machine
 target_link_libraries(corvane-sim PRIVATE corvane_machine)
 
 set(boot "")
-foreach(script IN ITEMS init make-initramfs start-station)
+foreach(script IN ITEMS init make-initramfs prepare-installation start-station)
   configure_file(machine/boot/${script} ${CMAKE_BINARY_DIR}/${CORVANE_PRIVATE_FOLDER}/boot/${script}
     COPYONLY)
   list(APPEND boot machine/boot/${script})

@@ -10,6 +10,7 @@
 namespace {
 
 constexpr qint64 kBlockBytes = 65536;
+const QString kInfos = QStringLiteral("infos.log");
 
 QByteArray digestOfCurrentEntry(QuaZip& archive)
 {
@@ -74,6 +75,12 @@ std::vector<ArchiveEntry> readArchive(const QString& path, QStringList& problems
     return entries;
 }
 
+QByteArray readInfos(const QString& path)
+{
+    QuaZipFile file(path, kInfos);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 bool holdsRecording(const std::vector<ArchiveEntry>& entries, const KnownRecording& recording)
 {
     return std::any_of(entries.begin(), entries.end(), [&recording](const ArchiveEntry& entry) {
@@ -86,7 +93,7 @@ QStringList checkArchive(const std::vector<ArchiveEntry>& entries,
                          const std::vector<KnownRecording>& known)
 {
     QStringList problems;
-    if (entries.empty() || entries.front().name != QLatin1String("infos.log"))
+    if (entries.empty() || entries.front().name != kInfos)
         problems += QStringLiteral("the information file is not the first entry");
     for (const KnownRecording& recording : required)
         if (!holdsRecording(entries, recording))

@@ -106,8 +106,9 @@ struct Expectations
 {
     SlotSet archived; ///< whose last recording must be in the archive, whole
     SlotSet erased;
-    SlotSet kept;    ///< plugged or not, their recording must still be in them
-    SlotSet updated; ///< run the scenario's firmware and refused nothing on the way
+    SlotSet kept;              ///< plugged or not, their recording must still be in them
+    SlotSet updated;           ///< run the scenario's firmware and refused nothing on the way
+    QStringList infos_contain; ///< texts in the archive's information file
     QStringList log_contains;
     QStringList log_lacks;
     QStringList warnings; ///< texts that make a warning an expected one

@@ -256,6 +256,8 @@ Expectations readExpectations(const JsonPlace& place)
         {key("erased"), [&](const JsonPlace& value) { expect.erased = value.slotSet(); }},
         {key("kept"), [&](const JsonPlace& value) { expect.kept = value.slotSet(); }},
         {key("updated"), [&](const JsonPlace& value) { expect.updated = value.slotSet(); }},
+        {key("infos contain"),
+         [&](const JsonPlace& value) { expect.infos_contain = value.texts(); }},
         {key("log contains"), [&](const JsonPlace& value) { expect.log_contains = value.texts(); }},
         {key("log lacks"), [&](const JsonPlace& value) { expect.log_lacks = value.texts(); }},
         {key("warnings"), [&](const JsonPlace& value) { expect.warnings = value.texts(); }},

@@ -45,6 +45,14 @@ void checkExport(const Bench& bench, const Expectations& expect, Verdict& verdic
                                 .arg(*expect.entries);
 }
 
+void checkInfos(const Bench& bench, const Expectations& expect, Verdict& verdict)
+{
+    const QString infos = QString::fromUtf8(readInfos(archiveOf(bench, expect)));
+    for (const QString& text : expect.infos_contain)
+        if (!infos.contains(text))
+            verdict.problems += QStringLiteral("the archive's information lacks '%1'").arg(text);
+}
+
 void checkNothingLost(const Bench& bench, Verdict& verdict)
 {
     Entries entries;
@@ -190,6 +198,7 @@ Verdict judge(const Bench& bench, const Expectations& expect)
 {
     Verdict verdict;
     checkExport(bench, expect, verdict);
+    checkInfos(bench, expect, verdict);
     checkNothingLost(bench, verdict);
     checkEarlier(bench, expect, verdict);
     checkFiles(bench, expect, verdict);

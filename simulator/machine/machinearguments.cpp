@@ -45,8 +45,10 @@ void addComputer(CommandLine& line, const MachineParts& parts)
     line.add("m", QStringLiteral("1024"));
     line.add("kernel", parts.kernel_image);
     line.add("initrd", parts.initramfs);
-    line.add("append", QStringLiteral("console=ttyS0 quiet panic=-1 mitigations=off station=%1")
-                           .arg(parts.station_program));
+    const QString station = parts.packages.isEmpty()
+                                ? QStringLiteral("station=%1").arg(parts.station_program)
+                                : QStringLiteral("packages=%1").arg(parts.packages);
+    line.add("append", QStringLiteral("console=ttyS0 quiet panic=-1 mitigations=off ") + station);
 }
 
 void addScreen(CommandLine& line, const MachineParts& parts)

@@ -11,6 +11,7 @@ struct MachineParts
     QString kernel_image;
     QString initramfs;
     QString station_program; ///< on the root that host and machine share
+    QString packages;        ///< a folder there; if any, they are installed under systemd instead
     QString opt_image;
     QString stick_image;
     quint32 stick_bytes_per_second = 0; ///< written to it; 0: no limit

@@ -6,12 +6,12 @@
 #include <QDir>
 
 MachineSite::MachineSite(const BenchSettings& settings, const Scenario& scenario,
-                         const BenchFolder& folder)
+                         const BenchFolder& folder, const QString& packages)
     : m_disk(folder, QDir(folder.path()).filePath(QStringLiteral("opt.img")))
     , m_machine({settings.station_program, m_disk.image(),
                  QDir(folder.path()).filePath(QStringLiteral("stick.img")),
                  scenario.stick.settings.bytes_per_second,
-                 QDir(folder.path()).filePath(QStringLiteral("console.log"))})
+                 QDir(folder.path()).filePath(QStringLiteral("console.log")), packages})
     , m_report(m_machine.shell())
     , m_stick(folder.stick(), scenario.stick, m_machine, m_report)
     , m_station(

@@ -14,12 +14,16 @@
 class MachineSite : public Site
 {
 public:
-    MachineSite(const BenchSettings& settings, const Scenario& scenario, const BenchFolder& folder);
+    /// The station is installed from the folder with packages, or else the program as it was built.
+    MachineSite(const BenchSettings& settings, const Scenario& scenario, const BenchFolder& folder,
+                const QString& packages = {});
 
     PodBus& places() override { return m_machine.pods(); }
     BenchStick& stick() override { return m_stick; }
     Station& station() override { return m_station; }
     QString screenSocket() const override { return m_machine.screenSocket(); }
+
+    MachineShell& shell() { return m_machine.shell(); }
 
 private:
     void unpack() const;

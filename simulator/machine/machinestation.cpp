@@ -80,7 +80,8 @@ void MachineStation::startProgram()
     for (int slot = 0; slot < PodBus::kSlotCount; ++slot)
         if (m_machine.pods().plugged(slot))
             m_machine.shell().run(waitForPod(slot));
-    m_machine.shell().run(QStringLiteral("start_station"));
+    m_machine.shell().run(m_machine.installsStation() ? QStringLiteral("install_station")
+                                                      : QStringLiteral("start_station"));
 }
 
 void MachineStation::endRun()

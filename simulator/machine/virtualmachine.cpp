@@ -92,6 +92,7 @@ QStringList VirtualMachine::arguments() const
     parts.kernel_image = m_kernel.image;
     parts.initramfs = m_folder.filePath(kInitramfs);
     parts.station_program = m_settings.station_program;
+    parts.packages = m_settings.packages;
     parts.opt_image = m_settings.opt_image;
     parts.stick_image = m_settings.stick_image;
     parts.stick_bytes_per_second = m_settings.stick_bytes_per_second;

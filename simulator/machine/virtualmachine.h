@@ -18,6 +18,7 @@ struct MachineSettings
     QString stick_image;                ///< must be there when the machine starts
     quint32 stick_bytes_per_second = 0; ///< written to it; 0: no limit
     QString console_log;                ///< what the kernel says
+    QString packages; ///< the folder of those to install; empty: the program as it was built
 };
 
 /// A station's computer, emulated whole: a stock kernel on the root of this machine, which it
@@ -44,6 +45,8 @@ public:
     PodPorts& pods() { return m_pods; }
     MachineShell& shell() { return m_shell; }
     QmpClient& monitor() { return m_monitor; }
+    /// Under systemd, by packages.
+    bool installsStation() const { return !m_settings.packages.isEmpty(); }
     QString screenSocket() const { return m_folder.filePath(QStringLiteral("screen")); }
     QString stickImage() const { return m_settings.stick_image; }
     bool stickInserted() const { return m_stick_inserted; }

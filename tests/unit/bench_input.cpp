@@ -238,8 +238,8 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
         "demo.json: steps[0].station: unknown 'sleep'; a station can: kill, quit, restart");
     row("expect", R"({"name": "t", "steps": [], "expect": {"luck": 1}})",
         "demo.json: expect: unknown 'luck'; known are: archived, backup, entries, erased, erased "
-        "archives, exit code, kept, local archives, log contains, log lacks, never run, on stick, "
-        "panel never, stick holds, stick lacks, updated, warnings");
+        "archives, exit code, infos contain, kept, local archives, log contains, log lacks, never "
+        "run, on stick, panel never, stick holds, stick lacks, updated, warnings");
     row("texts", R"({"name": "t", "steps": [], "expect": {"log lacks": [1]}})",
         "demo.json: expect.log lacks[0]: a text is needed here");
 }
