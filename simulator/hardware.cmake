@@ -26,7 +26,7 @@ add_library(corvane_sim_hardware STATIC
   ${CMAKE_CURRENT_LIST_DIR}/usb/usbbus.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/usbdescription.cpp
   ${CMAKE_CURRENT_LIST_DIR}/usb/usbdevice.cpp
-  ${CMAKE_SOURCE_DIR}/src/utils/uniquefd.cpp)
+  ${CMAKE_SOURCE_DIR}/src/storage/uniquefd.cpp)
 target_include_directories(corvane_sim_hardware
   PUBLIC ${CMAKE_CURRENT_LIST_DIR} ${CMAKE_SOURCE_DIR}/src)
 target_link_libraries(corvane_sim_hardware

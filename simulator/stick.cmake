@@ -9,7 +9,7 @@ add_executable(corvane-stick
   stick/main.cpp
   stick/medium.cpp
   stick/operations.cpp
-  ${CMAKE_SOURCE_DIR}/src/utils/uniquefd.cpp)
+  ${CMAKE_SOURCE_DIR}/src/storage/uniquefd.cpp)
 target_include_directories(corvane-stick PRIVATE ${CMAKE_SOURCE_DIR}/src)
 target_link_libraries(corvane-stick PRIVATE corvane_sim_stick PkgConfig::FUSE corvane_warnings)
 corvane_keep_private(corvane-stick)

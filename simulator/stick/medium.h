@@ -1,8 +1,8 @@
 #pragma once
 
 #include "stick/insertionmark.h"
+#include "storage/uniquefd.h"
 #include "usb/pacer.h"
-#include "utils/uniquefd.h"
 
 #include <sys/statvfs.h>
 #include <sys/types.h>

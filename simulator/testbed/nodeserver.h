@@ -1,7 +1,7 @@
 #pragma once
 
+#include "storage/uniquefd.h"
 #include "testbed/nodehandler.h"
-#include "utils/uniquefd.h"
 
 #include <QString>
 

@@ -1,7 +1,7 @@
 #include "dfu/dfumanifest.h"
 
 #include "dfu/dfuinvalidupdatefile.h"
-#include "utils/zipextraction.h"
+#include "storage/zipextraction.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,8 +1,8 @@
 #include "dfu/updatefile.h"
 
 #include "dfu/dfuexception.h"
-#include "utils/storagefile.h"
-#include "utils/zipextraction.h"
+#include "storage/storagefile.h"
+#include "storage/zipextraction.h"
 
 #include <algorithm>
 #include <fcntl.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "utils/uniquefd.h"
+#include "storage/uniquefd.h"
 
 #include <QByteArray>
 

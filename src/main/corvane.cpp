@@ -1,14 +1,14 @@
 #include "main/corvane.h"
 
 #include "main/discovery.h"
+#include "storage/archiveaddition.h"
+#include "storage/storagefile.h"
 #include "uibackend/uibackend.h"
-#include "utils/archiveaddition.h"
 #include "utils/backupgenerator.h"
 #include "utils/childprocess.h"
 #include "utils/filesaver.h"
 #include "utils/interruptiblesleep.h"
 #include "utils/serialnumberchip.h"
-#include "utils/storagefile.h"
 #include "utils/usbcmdutils.h"
 #include "utils/ziputils.h"
 

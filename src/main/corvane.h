@@ -1,7 +1,7 @@
 #pragma once
 
 #include "main/archiveticket.h"
-#include "utils/usbcontext.h"
+#include "usb/usbcontext.h"
 #include "utils/usbkeyutils.h"
 
 #include <QByteArray>

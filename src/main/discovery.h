@@ -1,7 +1,7 @@
 #pragma once
 
 #include "main/corvane.h"
-#include "utils/usbcontext.h"
+#include "usb/usbcontext.h"
 
 #include <QDeadlineTimer>
 #include <QObject>

@@ -1,6 +1,6 @@
 #include "utils/filesaver.h"
 
-#include "utils/storagefile.h"
+#include "storage/storagefile.h"
 #include "utils/ziputils.h"
 
 #include <QDebug>

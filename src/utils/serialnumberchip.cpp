@@ -1,6 +1,6 @@
 #include "utils/serialnumberchip.h"
 
-#include "utils/uniquefd.h"
+#include "storage/uniquefd.h"
 
 #include <QDebug>
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "utils/usbcmdutils.h"
 
-#include "utils/storagefile.h"
+#include "storage/storagefile.h"
 
 #include <QDebug>
 #include <QDir>

@@ -1,7 +1,7 @@
 #include "utils/usbkeyutils.h"
 
+#include "storage/storagefile.h"
 #include "utils/childprocess.h"
-#include "utils/storagefile.h"
 
 #include <QDir>
 #include <QFile>

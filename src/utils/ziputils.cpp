@@ -1,10 +1,10 @@
 #include "utils/ziputils.h"
 
-#include "utils/archiveaddition.h"
-#include "utils/archivedevice.h"
-#include "utils/storagefile.h"
-#include "utils/zipdirectory.h"
-#include "utils/zipextraction.h"
+#include "storage/archiveaddition.h"
+#include "storage/archivedevice.h"
+#include "storage/storagefile.h"
+#include "storage/zipdirectory.h"
+#include "storage/zipextraction.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -2,9 +2,9 @@
 // each argument is one step, its parts divided by colons. Tells each answer on standard output,
 // then creates a file, so that the plan can also strike right after an answer was given.
 #include "main/corvane.h"
+#include "storage/archiveaddition.h"
+#include "storage/storagefile.h"
 #include "uibackend/uibackend.h"
-#include "utils/archiveaddition.h"
-#include "utils/storagefile.h"
 #include "utils/ziputils.h"
 
 #include <QStringList>

@@ -2,7 +2,7 @@
 
 #include "uibackend/uibackend.h"
 #include "usb/usbbus.h"
-#include "utils/usbcontext.h"
+#include "usb/usbcontext.h"
 
 #include <QByteArray>
 #include <QTemporaryDir>

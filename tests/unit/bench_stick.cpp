@@ -1,5 +1,5 @@
 #include "bench/servedstick.h"
-#include "utils/uniquefd.h"
+#include "storage/uniquefd.h"
 
 #include <QProcess>
 #include <QTemporaryDir>

@@ -1,5 +1,5 @@
 #include "corvanelogger.h"
-#include "utils/uniquefd.h"
+#include "storage/uniquefd.h"
 
 #include <QFile>
 #include <QTemporaryFile>

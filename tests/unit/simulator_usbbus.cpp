@@ -1,7 +1,7 @@
 #include "i2c/serialnumbermemory.h"
 #include "pod/initpacket.h"
+#include "storage/uniquefd.h"
 #include "usb/usbbus.h"
-#include "utils/uniquefd.h"
 
 #include <QSignalSpy>
 #include <QtTest>

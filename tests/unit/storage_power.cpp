@@ -1,5 +1,5 @@
 // What the storage holds when it fails, or the power goes, at any one of its calls.
-#include "utils/archiveaddition.h"
+#include "storage/archiveaddition.h"
 #include "utils/ziputils.h"
 
 #include <QDir>

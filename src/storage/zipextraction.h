@@ -1,6 +1,6 @@
 #pragma once
 
-#include "utils/zipdirectory.h"
+#include "storage/zipdirectory.h"
 
 #include <QStringList>
 

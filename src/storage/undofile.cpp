@@ -1,6 +1,6 @@
-#include "utils/undofile.h"
+#include "storage/undofile.h"
 
-#include "utils/storagefile.h"
+#include "storage/storagefile.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,6 +1,6 @@
-#include "utils/zipdirectory.h"
+#include "storage/zipdirectory.h"
 
-#include "utils/storagefile.h"
+#include "storage/storagefile.h"
 
 #include <QtEndian>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "utils/undorecord.h"
-#include "utils/uniquefd.h"
+#include "storage/undorecord.h"
+#include "storage/uniquefd.h"
 
 #include <QString>
 

@@ -1,7 +1,7 @@
-#include "utils/archivedevice.h"
+#include "storage/archivedevice.h"
 
-#include "utils/archiveaddition.h"
-#include "utils/storagefile.h"
+#include "storage/archiveaddition.h"
+#include "storage/storagefile.h"
 
 #include <algorithm>
 #include <unistd.h>

@@ -1,8 +1,3 @@
-target_sources(corvane_station PRIVATE
-  corvanelogger.cpp
-  launcherhandover.cpp
-  uibackend/uibackend.cpp)
-
 # The screens and their pictures, under ":/qml" and ":/img". The library is static: a program that
 # shows them calls Q_INIT_RESOURCE(screens) first.
 set(CORVANE_SCREENS main StartupScreen Corvane Pod InfoWindow Theme)

@@ -1,4 +1,4 @@
-#include "utils/usbcontext.h"
+#include "usb/usbcontext.h"
 
 #include <utility>
 

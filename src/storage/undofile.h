@@ -1,6 +1,6 @@
 #pragma once
 
-#include "utils/undorecord.h"
+#include "storage/undorecord.h"
 
 #include <optional>
 

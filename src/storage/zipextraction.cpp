@@ -1,6 +1,6 @@
-#include "utils/zipextraction.h"
+#include "storage/zipextraction.h"
 
-#include "utils/storagefile.h"
+#include "storage/storagefile.h"
 
 #include <QDir>
 #include <QSet>

@@ -1,4 +1,4 @@
-#include "utils/storagefile.h"
+#include "storage/storagefile.h"
 
 #include <QFile>
 #include <QFileInfo>

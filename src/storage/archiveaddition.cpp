@@ -1,7 +1,7 @@
-#include "utils/archiveaddition.h"
+#include "storage/archiveaddition.h"
 
-#include "utils/storagefile.h"
-#include "utils/undofile.h"
+#include "storage/storagefile.h"
+#include "storage/undofile.h"
 
 #include <QDebug>
 

@@ -1,4 +1,4 @@
-#include "utils/undorecord.h"
+#include "storage/undorecord.h"
 
 #include <QCryptographicHash>
 #include <QDataStream>

@@ -1,4 +1,4 @@
-#include "utils/uniquefd.h"
+#include "storage/uniquefd.h"
 
 #include <unistd.h>
 
