@@ -8,7 +8,6 @@ add_library(corvane_bench STATIC
   bench/companions.cpp
   bench/earlierarchives.cpp
   bench/firmware.cpp
-  bench/interruption.cpp
   bench/jsonplace.cpp
   bench/options.cpp
   bench/podplan.cpp
@@ -33,7 +32,8 @@ add_library(corvane_bench STATIC
   bench/stickcontent.cpp
   bench/stickparser.cpp
   bench/verbparser.cpp
-  bench/verdict.cpp)
+  bench/verdict.cpp
+  ${CMAKE_SOURCE_DIR}/src/interruption.cpp)
 target_compile_definitions(corvane_bench
   PUBLIC QT_NO_KEYWORDS # as the simulated hardware below it
   PRIVATE CORVANE_VERSION="${CORVANE_VERSION}"

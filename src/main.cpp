@@ -1,6 +1,8 @@
 #include "corvanelogger.h"
+#include "interruption.h"
 #include "launcherhandover.h"
 #include "main/corvane.h"
+#include "stationlock.h"
 #include "uibackend/uibackend.h"
 
 #include <QDebug>
@@ -26,6 +28,23 @@ void enterInstallationDir()
     qDebug().noquote().nospace() << "New working dir: " << QDir::currentPath();
 }
 
+/// A station that nobody can see would still obey the stick, and take what is on it.
+bool hasScreen()
+{
+    if (QGuiApplication::primaryScreen() != nullptr)
+        return true;
+    qCritical("No screen: the station does not start");
+    return false;
+}
+
+bool isAlone(const StationLock& lock)
+{
+    if (lock.held())
+        return true;
+    qCritical().noquote() << "Another station works in" << QDir::currentPath();
+    return false;
+}
+
 } // namespace
 
 // Outside of any namespace: the macro declares the resource's own function.
@@ -47,6 +66,9 @@ int main(int argc, char* argv[])
     QGuiApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     const QGuiApplication application(argc, argv);
     enterInstallationDir();
+    const StationLock lock;
+    if (!hasScreen() || !isAlone(lock))
+        return EXIT_FAILURE;
 
     UIBackEnd uibackend;
     auto* const controller = new Corvane(uibackend);
@@ -59,6 +81,9 @@ int main(int argc, char* argv[])
         controller, &Corvane::workersAbandoned, controller, [&] { workers_abandoned = true; },
         Qt::DirectConnection);
     controller_thread.start();
+    const Interruption interruption;
+    QObject::connect(&interruption, &Interruption::requested, &application,
+                     &QCoreApplication::quit);
 
     const int exit_code = showScreens(uibackend);
 

@@ -184,10 +184,16 @@ QString Bench::act(const verb::Quit& /*quit*/)
     m_quitting = true;
     m_quit_patience.start();
     if (m_window)
-        m_site->station().terminate();
+        act(verb::StopStation());
     else
         touchQuitCorner();
     Q_EMIT changed();
+    return {};
+}
+
+QString Bench::act(const verb::StopStation& /*stop*/)
+{
+    m_site->station().terminate();
     return {};
 }
 

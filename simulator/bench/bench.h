@@ -72,6 +72,7 @@ private:
     QString act(const verb::Touch& touch);
     QString act(const verb::Screenshot& screenshot);
     QString act(const verb::Quit& quit);
+    QString act(const verb::StopStation& stop);
     QString act(const verb::KillStation& kill);
     QString act(const verb::RestartStation& restart);
     QString act(const verb::Status& status);

@@ -1,11 +1,11 @@
 #include "bench/badinput.h"
-#include "bench/interruption.h"
 #include "bench/options.h"
 #include "bench/prompt.h"
 #include "bench/scenarioparser.h"
 #include "bench/scenariorunner.h"
 #include "bench/screenserver.h"
 #include "bench/verdict.h"
+#include "interruption.h"
 #include "machine/machinesite.h"
 
 #include <QCoreApplication>

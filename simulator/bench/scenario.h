@@ -47,6 +47,10 @@ struct Screenshot
 struct Quit
 {
 };
+/// By signal, as a service manager asks.
+struct StopStation
+{
+};
 struct KillStation
 {
 };
@@ -62,8 +66,8 @@ struct Help
 } // namespace verb
 
 using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::Touch,
-                          verb::Screenshot, verb::Quit, verb::KillStation, verb::RestartStation,
-                          verb::Status, verb::Help>;
+                          verb::Screenshot, verb::Quit, verb::StopStation, verb::KillStation,
+                          verb::RestartStation, verb::Status, verb::Help>;
 
 /// What a step waits for. Conditions are about how things stand, not about a moment, so none can be
 /// missed: of a place's present or last pod, of all lines logged so far, of the picture now shown.

@@ -137,6 +137,7 @@ verb::Screenshot screenshotOf(const JsonPlace& place)
 Verb stationVerbOf(const JsonPlace& place)
 {
     static const QMap<QString, Verb> verbs{{key("quit"), verb::Quit{}},
+                                           {key("stop"), verb::StopStation{}},
                                            {key("kill"), verb::KillStation{}},
                                            {key("restart"), verb::RestartStation{}}};
     const QString name = place.text();

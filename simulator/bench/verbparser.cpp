@@ -93,6 +93,7 @@ const QMap<QString, Reader>& readers()
         {QStringLiteral("touch"), touchOf},
         {QStringLiteral("screenshot"), screenshotOf},
         {QStringLiteral("status"), plainVerb<verb::Status>},
+        {QStringLiteral("stop"), plainVerb<verb::StopStation>},
         {QStringLiteral("kill"), plainVerb<verb::KillStation>},
         {QStringLiteral("restart"), plainVerb<verb::RestartStation>},
         {QStringLiteral("quit"), plainVerb<verb::Quit>},
@@ -121,6 +122,7 @@ QString verbHelp()
         "touch X Y              touch the screen\n"
         "screenshot FILE        save what the screen shows\n"
         "status                 every place, the stick and the panel\n"
+        "stop                   ask the station to end, by signal\n"
         "kill, restart          cut the station's power; start it again\n"
         "quit                   end the station and the bench\n");
 }

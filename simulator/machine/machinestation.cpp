@@ -51,7 +51,7 @@ void MachineStation::kill()
 
 void MachineStation::terminate()
 {
-    m_machine.shell().run(QStringLiteral("pkill -x corvane"));
+    m_machine.shell().run(QStringLiteral("kill $(pidof corvane)"));
 }
 
 bool MachineStation::running() const

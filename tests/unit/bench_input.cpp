@@ -235,7 +235,7 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
         "demo.json: steps[0].touch[0]: a whole number from 0 to 479 is needed here");
     row("touch", withSteps(R"({"touch": [1]})"), "demo.json: steps[0].touch: a touch is [x, y]");
     row("station", withSteps(R"({"station": "sleep"})"),
-        "demo.json: steps[0].station: unknown 'sleep'; a station can: kill, quit, restart");
+        "demo.json: steps[0].station: unknown 'sleep'; a station can: kill, quit, restart, stop");
     row("expect", R"({"name": "t", "steps": [], "expect": {"luck": 1}})",
         "demo.json: expect: unknown 'luck'; known are: archived, backup, entries, erased, erased "
         "archives, exit code, infos contain, kept, local archives, log contains, log lacks, never "

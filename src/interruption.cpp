@@ -1,4 +1,4 @@
-#include "bench/interruption.h"
+#include "interruption.h"
 
 #include <sys/eventfd.h>
 

@@ -7,8 +7,9 @@
 
 #include <memory>
 
-/// Turns SIGINT, SIGTERM and SIGHUP into a Qt signal, so that a bench that is interrupted cleans up
-/// after itself. One at a time; lives on the main thread. A second signal kills as usual.
+/// Turns SIGINT, SIGTERM and SIGHUP into a Qt signal, so that a program that is asked to end can do
+/// so in order. One at a time; lives on the main thread, made after the application, whose platform
+/// may handle these signals in ways of its own. A second signal kills as usual.
 class Interruption : public QObject
 {
     Q_OBJECT
