@@ -27,14 +27,14 @@ constexpr int kAttempts = 3;
 constexpr qint64 kSpaceReserveBytes = qint64(16) * 1024 * 1024;
 constexpr auto kPauseAfterWrongDigest = 15s;
 
-[[noreturn]] void fail(const char* message, int code)
+[[noreturn]] void fail(const char* message, DownloadException::Code code)
 {
     throw DownloadException(QLatin1String(message), code);
 }
 
 [[noreturn]] void failInterrupted()
 {
-    fail("Download interrupted", 264);
+    fail("Download interrupted", DownloadException::Interrupted);
 }
 
 bool send(Pod& pod, uint8_t command)
@@ -59,7 +59,7 @@ public:
         , m_stream(path.toStdString(), std::ios::out | std::ios::binary | std::ios::trunc)
     {
         if (!m_stream.is_open() || !m_stream.good())
-            fail("Failed to open file", 260);
+            fail("Failed to open file", DownloadException::FileFailed);
     }
 
     void write(const uint8_t* bytes, uint32_t length_bytes)
@@ -80,7 +80,7 @@ private:
     [[noreturn]] void giveUp() const
     {
         QFile::resize(m_path, 0);
-        fail("Failed to write file", 260);
+        fail("Failed to write file", DownloadException::FileFailed);
     }
 
     QString m_path;
@@ -105,7 +105,7 @@ QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
         const uint32_t chunk = std::min(remaining, kChunkBytes);
         if (LibUsbUtils().readData(pod.getDevHandle(), buffer.data(), static_cast<int>(chunk),
                                    podprotocol::kTimeoutMs) < 1)
-            fail("Failed to read pod datas", 261);
+            fail("Failed to read pod datas", DownloadException::DataNotRead);
         // A short read deliberately counts as whole: the digest is what tells.
         remaining -= chunk;
         file.write(buffer.data(), chunk);
@@ -125,7 +125,7 @@ void claimDataFile(Pod& pod)
     case ArchiveTicket::Claim::Stopped:
         failInterrupted();
     case ArchiveTicket::Claim::Impossible:
-        fail("Failed to open file", 260);
+        fail("Failed to open file", DownloadException::FileFailed);
     }
 }
 
@@ -134,7 +134,7 @@ void requireSpaceFor(const Pod& pod, uint32_t size_bytes)
 {
     const QStorageInfo storage(QFileInfo(pod.getOzuFilePath()).path());
     if (storage.isValid() && storage.bytesAvailable() < qint64{size_bytes} + kSpaceReserveBytes)
-        fail("Not enough space for pod datas", 260);
+        fail("Not enough space for pod datas", DownloadException::FileFailed);
 }
 
 QByteArray readDigest(Pod& pod)
@@ -176,9 +176,9 @@ bool Downloader::downloadPodData(Pod& pod)
 void Downloader::sendReadCommand(Pod& pod)
 {
     if (!send(pod, podprotocol::kReadData))
-        fail("Failed to write read data command", 256);
+        fail("Failed to write read data command", DownloadException::CommandNotWritten);
     if (!readAck(pod))
-        fail("Failed to get ack (Read datas)", 257);
+        fail("Failed to get ack (Read datas)", DownloadException::NoAck);
 }
 
 uint32_t Downloader::readSize(Pod& pod)
@@ -186,7 +186,7 @@ uint32_t Downloader::readSize(Pod& pod)
     std::array<uint8_t, 4> size{};
     if (LibUsbUtils().readData(pod.getDevHandle(), size.data(), size.size(),
                                podprotocol::kTimeoutMs) < 1)
-        fail("Failed to get size", 258);
+        fail("Failed to get size", DownloadException::NoSize);
     return uint32_big_decode(size.data());
 }
 
@@ -219,8 +219,8 @@ bool Downloader::readOut(Pod& pod, uint32_t size_bytes)
 void Downloader::erasePod(Pod& pod)
 {
     if (!send(pod, podprotocol::kErase))
-        fail("Failed to write erase data", 263);
+        fail("Failed to write erase data", DownloadException::EraseNotWritten);
     if (!readAck(pod))
-        fail("Failed to get ack (Erase pod)", 257);
+        fail("Failed to get ack (Erase pod)", DownloadException::NoAck);
     qInfo() << "Erase successful from pod at index:" << pod.getIdx();
 }

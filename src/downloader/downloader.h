@@ -7,9 +7,7 @@ class Pod;
 /// Reads a pod's recording into its data file and erases the pod. No state; runs on the pod's
 /// worker thread, which it blocks: at most 10 s a transfer, 15 s after a wrong digest.
 ///
-/// Failures are thrown as DownloadException: 256 command not written · 257 no ack · 258 no size ·
-/// 260 data file not opened, no room for it, or not written · 261 data not read · 263 erase not
-/// written · 264 the worker thread was asked to stop.
+/// Failures are thrown as DownloadException; what was read so far then stays in the data file.
 class Downloader
 {
 public:

@@ -1,19 +1,19 @@
 #pragma once
 
-#include <QString>
+#include "utils/codedexception.h"
 
-#include <exception>
-
-/// Failure of a pod's read-out or erase. Thrown by value, codes 256 to 264 (see Downloader).
-class DownloadException : public std::exception
+/// Failure of a pod's read-out or erase.
+class DownloadException : public CodedException
 {
 public:
-    DownloadException(const QString& msg, const int& code);
-
-    QString msg() const { return m_msg; }
-    int getErrorCode() const { return m_error_code; }
-
-private:
-    QString m_msg;
-    int m_error_code;
+    enum Code : int {
+        CommandNotWritten = 256,
+        NoAck = 257,
+        NoSize = 258,
+        FileFailed = 260, ///< not opened, no room for it, or not written
+        DataNotRead = 261,
+        EraseNotWritten = 263,
+        Interrupted = 264, ///< the worker thread was asked to stop
+    };
+    using CodedException::CodedException;
 };

@@ -24,7 +24,8 @@ void claimAcmInterface(libusb_device_handle* handle, int interface)
         libusb_detach_kernel_driver(handle, interface);
     const int error = libusb_claim_interface(handle, interface);
     if (error != LIBUSB_SUCCESS)
-        throw LibUsbUtilsException(withErrorName("Error claiming interface: ", error), 3);
+        throw LibUsbUtilsException(withErrorName("Error claiming interface: ", error),
+                                   LibUsbUtilsException::InterfaceNotClaimed);
 }
 
 } // namespace
@@ -32,26 +33,31 @@ void claimAcmInterface(libusb_device_handle* handle, int interface)
 void LibUsbUtils::openDevice(libusb_device* dev, libusb_device_handle*& handle)
 {
     if (libusb_open(dev, &handle) != LIBUSB_SUCCESS)
-        throw LibUsbUtilsException(QStringLiteral("Failed to open device"), 1);
+        throw LibUsbUtilsException(QStringLiteral("Failed to open device"),
+                                   LibUsbUtilsException::OpenFailed);
     if (libusb_kernel_driver_active(handle, 0) != 0 &&
         libusb_detach_kernel_driver(handle, 0) != LIBUSB_SUCCESS)
-        throw LibUsbUtilsException(QStringLiteral("Error detaching kernel driver"), 2);
+        throw LibUsbUtilsException(QStringLiteral("Error detaching kernel driver"),
+                                   LibUsbUtilsException::DriverNotDetached);
     if (libusb_claim_interface(handle, 0) != LIBUSB_SUCCESS)
-        throw LibUsbUtilsException(QStringLiteral("Error claiming interface"), 3);
+        throw LibUsbUtilsException(QStringLiteral("Error claiming interface"),
+                                   LibUsbUtilsException::InterfaceNotClaimed);
 }
 
 void LibUsbUtils::configACM(libusb_device* dev, libusb_device_handle*& handle)
 {
     int error = libusb_open(dev, &handle);
     if (error != LIBUSB_SUCCESS)
-        throw LibUsbUtilsException(withErrorName("Failed to open device: ", error), 1);
+        throw LibUsbUtilsException(withErrorName("Failed to open device: ", error),
+                                   LibUsbUtilsException::OpenFailed);
     claimAcmInterface(handle, 0);
     claimAcmInterface(handle, 1);
 
     // SET_CONTROL_LINE_STATE: wValue bit 0 is DTR, bit 1 is RTS.
     error = libusb_control_transfer(handle, 0x21, 0x22, 0x0003, 0, nullptr, 0, 0);
     if (error != LIBUSB_SUCCESS)
-        throw LibUsbUtilsException(withErrorName("Error during control transfer: ", error), 5);
+        throw LibUsbUtilsException(withErrorName("Error during control transfer: ", error),
+                                   LibUsbUtilsException::ControlTransferFailed);
 
     // SET_LINE_CODING: dwDTERate 115200 little-endian, 1 stop bit, no parity, 8 data bits. Pods
     // work at any coding, so its result deliberately does not count.
@@ -62,9 +68,11 @@ void LibUsbUtils::configACM(libusb_device* dev, libusb_device_handle*& handle)
 void LibUsbUtils::closeDevice(libusb_device_handle*& handle)
 {
     if (handle == nullptr)
-        throw LibUsbUtilsException(QStringLiteral("Error closing device, dev handle is null"), 4);
+        throw LibUsbUtilsException(QStringLiteral("Error closing device, dev handle is null"),
+                                   LibUsbUtilsException::NotClosed);
     if (libusb_release_interface(handle, 0) != LIBUSB_SUCCESS)
-        throw LibUsbUtilsException(QStringLiteral("Error releasing interface"), 4);
+        throw LibUsbUtilsException(QStringLiteral("Error releasing interface"),
+                                   LibUsbUtilsException::NotClosed);
     // Interface 1, where it was claimed too, is given back by libusb_close.
     libusb_attach_kernel_driver(handle, 0);
     libusb_close(handle);

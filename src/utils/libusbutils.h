@@ -10,10 +10,8 @@
 /// 0x81 (in). Stateless and reentrant: different handles may be used on different threads, one
 /// handle only on one. Time-outs are milliseconds; libusb takes 0 for an unlimited wait.
 ///
-/// Opening and closing throw LibUsbUtilsException:
-///   1 open failed · 2 kernel driver not detached · 3 interface not claimed ·
-///   4 not closed · 5 control transfer failed
-/// A failed transfer is logged (6 write, 7 read) and returned as -1, never thrown.
+/// Opening and closing throw LibUsbUtilsException. A failed transfer is logged (6 write, 7 read)
+/// and returned as -1, never thrown.
 class LibUsbUtils
 {
 public:

@@ -1,19 +1,17 @@
 #pragma once
 
-#include <QString>
+#include "utils/codedexception.h"
 
-#include <exception>
-
-/// Failure of opening, claiming or closing a pod. Thrown by value, codes 1 to 5 (see LibUsbUtils).
-class LibUsbUtilsException : public std::exception
+/// Failure of opening, claiming or closing a pod.
+class LibUsbUtilsException : public CodedException
 {
 public:
-    LibUsbUtilsException(const QString& msg, const int& code);
-
-    QString msg() const { return m_msg; }
-    int getErrorCode() const { return m_error_code; }
-
-private:
-    QString m_msg;
-    int m_error_code;
+    enum Code : int {
+        OpenFailed = 1,
+        DriverNotDetached = 2,
+        InterfaceNotClaimed = 3,
+        NotClosed = 4,
+        ControlTransferFailed = 5,
+    };
+    using CodedException::CodedException;
 };
