@@ -3,6 +3,7 @@
 #include "downloader/downloadexception.h"
 #include "downloader/podprotocol.h"
 #include "main/pod.h"
+#include "main/progress.h"
 #include "utils/interruptiblesleep.h"
 #include "utils/libusbutils.h"
 
@@ -169,7 +170,7 @@ bool Downloader::downloadPodData(Pod& pod)
             failInterrupted();
     }
     // Deliberately true: a recording that the pod itself cannot read back right is still kept.
-    emit pod.setSyncProgress(pod.getIdx(), -1);
+    emit pod.setSyncProgress(pod.getIdx(), progress::kWrongDigest);
     return true;
 }
 

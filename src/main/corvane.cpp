@@ -1,6 +1,7 @@
 #include "main/corvane.h"
 
 #include "main/discovery.h"
+#include "main/progress.h"
 #include "storage/archiveaddition.h"
 #include "storage/storagefile.h"
 #include "uibackend/uibackend.h"
@@ -39,8 +40,6 @@ const QString kBackupName = QStringLiteral("backup.zip");
 const QString kUpdateMarker = QStringLiteral("corvane.zip");
 const QString kBackupCommand = QStringLiteral("cmd_gen_backup.txt");
 const QString kEraseCommand = QStringLiteral("cmd_erase_datas.txt");
-
-enum SyncCode { CopyFailed = -2, Syncing = -1, Copied = 0, NoUsbKey = 1, WaitingForPods = 2 };
 
 /// The whole content as it stands, empty when there is no such file.
 QByteArray contentOf(const QString& path)

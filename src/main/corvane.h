@@ -75,8 +75,7 @@ public slots:
 signals:
     void fileZipped(bool success, int idx); ///< to every pod; each acts on its own index
     void podConnection(int idx, bool connected);
-    void
-    syncDone(int code); ///< -2 copy failed, -1 syncing, 0 copied, 1 no USB key, 2 waiting for pods
+    void syncDone(int code); ///< a SyncCode
     void updateDone(int code);
     /// The last signal of taskLoop when a worker sat in a blocked transfer for longer than a quit
     /// waits: its thread still runs.

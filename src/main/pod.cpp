@@ -4,6 +4,7 @@
 #include "downloader/downloader.h"
 #include "downloader/downloadexception.h"
 #include "downloader/podprotocol.h"
+#include "main/progress.h"
 #include "uibackend/uibackend.h"
 #include "utils/interruptiblesleep.h"
 #include "utils/libusbutils.h"
@@ -33,6 +34,7 @@ Pod::Pod(int idx, UsbDeviceRef dev, UIBackEnd& uibackend, bool dfu_mode, bool ne
     connect(this, &Pod::setSyncProgress, &m_uibackend, &UIBackEnd::setPodSyncProgress);
     connect(this, &Pod::setUpdateProgress, &m_uibackend, &UIBackEnd::setPodUpdateProgress);
     connect(this, &Pod::setChargingState, &m_uibackend, &UIBackEnd::setChargingState);
+    // Direct, on the worker: both emissions return when the charging loop has ended.
     connect(this, &Pod::syncDone, this, &Pod::chargingLoop);
     connect(this, &Pod::podEmpty, this, &Pod::chargingLoop);
     connect(this, &Pod::launchDfu, this, &Pod::startDfu);
@@ -109,8 +111,10 @@ void Pod::downloadData()
             emit dataReady(m_ozu_file_path, m_idx);
         } else {
             m_ticket->release(); // a first read-out may have claimed the name
+            // Charges the pod and returns hours later, or when it has left. The gauge shows it as
+            // charging meanwhile, so the progress deliberately comes last.
             emit podEmpty();
-            emit setSyncProgress(m_idx, 101);
+            emit setSyncProgress(m_idx, progress::kFinished);
         }
     } catch (...) {
         m_ticket->release();
@@ -131,7 +135,7 @@ void Pod::erasePod(bool /*erase*/, int idx)
         return;
     }
     m_ticket->release();
-    emit setSyncProgress(m_idx, -2);
+    emit setSyncProgress(m_idx, progress::kFailed);
     emit syncInProgress(true);
 }
 
@@ -142,8 +146,8 @@ void Pod::eraseArchived()
     m_ticket->release();
     try {
         Downloader().erasePod(*this);
-        emit setSyncProgress(m_idx, 101);
-        emit syncDone();
+        emit setSyncProgress(m_idx, progress::kFinished);
+        emit syncDone(); // as podEmpty, returns when the pod is full or has left
     } catch (...) {
         // The recording is in the archive: the handler's taking back is balanced in advance.
         emit syncInProgress(false);
@@ -190,8 +194,8 @@ void Pod::startDfu(const UsbDeviceRef& dev)
         PodUpdater::updatePod(*this);
         if (getUpdateDone())
             emit restarting(m_dev);
-        else
-            emit setSyncProgress(m_idx, -2); // or the gauge would stand at the last percentage
+        else // or the gauge would stand at the last percentage
+            emit setSyncProgress(m_idx, progress::kFailed);
     } catch (...) {
         errorHandler();
     }
@@ -212,7 +216,7 @@ void Pod::chargeUpdated(const UsbDeviceRef& dev)
 
 void Pod::errorHandler()
 {
-    emit setSyncProgress(m_idx, -2);
+    emit setSyncProgress(m_idx, progress::kFailed);
     try {
         throw;
     } catch (const DownloadException& e) {

@@ -68,10 +68,10 @@ public slots:
     void chargeUpdated(const UsbDeviceRef& dev);
 
 signals:
-    void setSyncProgress(int idx,
-                         int value); ///< 0 to 100 %, 101 finished, -1 wrong digest, -2 failed
-    void setUpdateProgress(int idx, int value); ///< 0 to 100 %, 101 finished
-    void setChargingState(int idx, int state);  ///< the pod's own status byte; 22 once at the start
+    // 0 to 100 percent, or a value of namespace progress.
+    void setSyncProgress(int idx, int value);
+    void setUpdateProgress(int idx, int value);
+    void setChargingState(int idx, int state); ///< the pod's own status byte; 22 once at the start
     void dataReady(QString path, int idx);
     void finished();
     void syncInProgress(bool failed); ///< false begins a synchronisation, true takes it back
