@@ -28,6 +28,8 @@ constexpr int kAttempts = 3;
 constexpr qint64 kSpaceReserveBytes = qint64(16) * 1024 * 1024;
 constexpr auto kPauseAfterWrongDigest = 15s;
 
+constexpr auto kNamePollInterval = 100ms;
+
 [[noreturn]] void fail(const char* message, DownloadException::Code code)
 {
     throw DownloadException(QLatin1String(message), code);
@@ -36,6 +38,11 @@ constexpr auto kPauseAfterWrongDigest = 15s;
 [[noreturn]] void failInterrupted()
 {
     fail("Download interrupted", DownloadException::Interrupted);
+}
+
+[[noreturn]] void failToOpen()
+{
+    fail("Failed to open file", DownloadException::FileFailed);
 }
 
 bool send(Pod& pod, uint8_t command)
@@ -60,7 +67,7 @@ public:
         , m_stream(path.toStdString(), std::ios::out | std::ios::binary | std::ios::trunc)
     {
         if (!m_stream.is_open() || !m_stream.good())
-            fail("Failed to open file", DownloadException::FileFailed);
+            failToOpen();
     }
 
     void write(const uint8_t* bytes, uint32_t length_bytes)
@@ -118,16 +125,17 @@ QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
     return digest.result();
 }
 
+/// Pods of one name take turns, or the archive would be given the other one's bytes.
 void claimDataFile(Pod& pod)
 {
-    switch (pod.claimDataFile()) {
-    case ArchiveTicket::Claim::Held:
-        return;
-    case ArchiveTicket::Claim::Stopped:
-        failInterrupted();
-    case ArchiveTicket::Claim::Impossible:
-        fail("Failed to open file", DownloadException::FileFailed);
+    auto result = pod.claimDataFile();
+    while (result == DataFileClaim::Result::Taken) {
+        if (!sleepUnlessInterrupted(kNamePollInterval))
+            failInterrupted();
+        result = pod.claimDataFile();
     }
+    if (result == DataFileClaim::Result::Impossible)
+        failToOpen();
 }
 
 /// A pod that announces more than there is room for must not fill the disk for the others.
@@ -185,6 +193,7 @@ void Downloader::sendReadCommand(Pod& pod)
 uint32_t Downloader::readSize(Pod& pod)
 {
     std::array<uint8_t, 4> size{};
+    // As in the data, a short read deliberately counts as whole; what did not come is 0.
     if (LibUsbUtils().readData(pod.getDevHandle(), size.data(), size.size(),
                                podprotocol::kTimeoutMs) < 1)
         fail("Failed to get size", DownloadException::NoSize);
@@ -202,8 +211,9 @@ void Downloader::dropEmptyAnswer(Pod& pod, uint32_t size_bytes)
 bool Downloader::readOut(Pod& pod, uint32_t size_bytes)
 {
     claimDataFile(pod);
-    requireSpaceFor(pod, size_bytes);
+    // Opened first: what it held of an earlier read-out must not count as taken.
     DataFile file(pod.getOzuFilePath());
+    requireSpaceFor(pod, size_bytes);
     const QByteArray calculated = copyData(pod, size_bytes, file);
 
     const QByteArray received = readDigest(pod);

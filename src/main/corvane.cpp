@@ -284,12 +284,12 @@ void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
     discovery_thread.wait();
 }
 
-void Corvane::zipFile(const QString& file_path, int idx, ArchiveTicket* ticket)
+void Corvane::zipFile(const QString& file_path, int idx,
+                      const std::shared_ptr<ArchiveTicket>& ticket)
 {
     const bool success = ZipUtils::addFile(m_current_zip_path, file_path);
     // Before the broadcast, which is what makes the pod look at its ticket.
-    const bool pod_gone =
-        ticket != nullptr && ticket->settle(success) == ArchiveTicket::Answer::Abandoned;
+    const bool pod_there = ticket->answer.give(success);
     emit fileZipped(success, idx);
     if (success) {
         qDebug().noquote() << "Zipped file:" << file_path;
@@ -297,7 +297,7 @@ void Corvane::zipFile(const QString& file_path, int idx, ArchiveTicket* ticket)
         return;
     }
     qDebug() << "Zip failed";
-    if (pod_gone)
+    if (!pod_there)
         nbPodsInSync(true); // what the pod would have done on the answer
 }
 

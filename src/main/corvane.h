@@ -65,9 +65,9 @@ public:
 public slots:
     /// Runs until the thread is asked to stop (QThread::requestInterruption, then quit).
     void taskLoop();
-    /// Adds a pod's data file to the current archive and answers with fileZipped; the ticket, when
-    /// the pod has one, is settled before.
-    void zipFile(const QString& file_path, int idx, ArchiveTicket* ticket = nullptr);
+    /// Adds a pod's data file to the current archive and answers, first in its ticket, then with
+    /// fileZipped.
+    void zipFile(const QString& file_path, int idx, const std::shared_ptr<ArchiveTicket>& ticket);
     void podIsEmpty();
     void nbPodsInSync(bool failed);
     void updateInfowWindow();

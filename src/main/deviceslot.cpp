@@ -35,11 +35,13 @@ void Corvane::device_slot_ts::start(int idx, const UsbDeviceRef& dev, Corvane& c
     connect(
         thread, &QObject::destroyed, thread, [] { qDebug() << "QThread destroyed"; },
         Qt::DirectConnection);
-    // The ticket travels with the queued call, so that it outlives the pod.
+    // The ticket travels with the queued call, so that it outlives the pod. After the answer nobody
+    // needs the file: freed here, its room is there for the very next addition.
     connect(
         newcomer, &Pod::dataReady, &controller,
         [&controller, ticket = newcomer->ticket()](const QString& path, int index) {
-            controller.zipFile(path, index, ticket.get());
+            controller.zipFile(path, index, ticket);
+            ticket->file.release();
         },
         Qt::QueuedConnection);
     connect(&controller, &Corvane::fileZipped, newcomer, &Pod::erasePod, Qt::QueuedConnection);

@@ -11,7 +11,6 @@
 #include "utils/libusbutilsexception.h"
 
 #include <QDebug>
-#include <QFile>
 #include <QThread>
 
 using namespace std::chrono_literals;
@@ -49,7 +48,7 @@ Pod::~Pod()
     disconnectScreen();
     // A refusal that came too late to be acted on must still be taken off the count, or the panel
     // would wait for this pod for ever.
-    if (m_ticket->abandon() == ArchiveTicket::Answer::Refused && !m_answered)
+    if (m_ticket->answer.abandon() == std::optional(false) && !m_answered)
         emit syncInProgress(true);
     LibUsbUtils().forceCloseDevice(m_dev_handle);
     qDebug() << "Pod destructor";
@@ -110,14 +109,15 @@ void Pod::downloadData()
         if (Downloader().downloadPodData(*this)) {
             emit dataReady(m_ozu_file_path, m_idx);
         } else {
-            m_ticket->release(); // a first read-out may have claimed the name
+            m_ticket->file.release(); // of a first read-out that was not empty
             // Charges the pod and returns hours later, or when it has left. The gauge shows it as
             // charging meanwhile, so the progress deliberately comes last.
             emit podEmpty();
             emit setSyncProgress(m_idx, progress::kFinished);
         }
     } catch (...) {
-        m_ticket->release();
+        // What was read so far stays while the pod does, but no other pod must wait for it.
+        m_ticket->file.yield();
         errorHandler();
         LibUsbUtils().forceCloseDevice(m_dev_handle);
     }
@@ -126,24 +126,20 @@ void Pod::downloadData()
 void Pod::erasePod(bool /*erase*/, int idx)
 {
     // The broadcast only wakes: what it says may be about the pod that sat here before.
-    const ArchiveTicket::Answer answer = m_ticket->answer();
-    if (idx != m_idx || m_answered || answer == ArchiveTicket::Answer::Pending)
+    const std::optional<bool> added = m_ticket->answer.added();
+    if (idx != m_idx || m_answered || !added)
         return;
     m_answered = true;
-    if (answer == ArchiveTicket::Answer::Added) {
+    if (*added) {
         eraseArchived();
         return;
     }
-    m_ticket->release();
     emit setSyncProgress(m_idx, progress::kFailed);
     emit syncInProgress(true);
 }
 
 void Pod::eraseArchived()
 {
-    // The archive has it: a copy in "tmp" would only take space from the next pods.
-    QFile::remove(m_ozu_file_path);
-    m_ticket->release();
     try {
         Downloader().erasePod(*this);
         emit setSyncProgress(m_idx, progress::kFinished);
@@ -194,7 +190,8 @@ void Pod::startDfu(const UsbDeviceRef& dev)
         PodUpdater::updatePod(*this);
         if (getUpdateDone())
             emit restarting(m_dev);
-        else // or the gauge would stand at the last percentage
+        else
+            // Or the gauge would stand at the last percentage.
             emit setSyncProgress(m_idx, progress::kFailed);
     } catch (...) {
         errorHandler();

@@ -50,8 +50,8 @@ public:
     /// "tmp/" + 15 hexadecimal digits + ".ozu"; "tmp/" alone before the identifier is known.
     QString getOzuFilePath() const { return m_ozu_file_path; }
 
-    /// Makes the data file this pod's own, waiting for another pod of the same name.
-    ArchiveTicket::Claim claimDataFile() { return m_ticket->claim(m_ozu_file_path); }
+    /// Makes the data file this pod's own unless another pod of the same name has it.
+    DataFileClaim::Result claimDataFile() { return m_ticket->file.claim(m_ozu_file_path); }
     std::shared_ptr<ArchiveTicket> ticket() const { return m_ticket; }
     /// Thread-safe. Discovery, at removal: from then on nothing of this pod reaches the screen.
     void disconnectScreen();

@@ -1,12 +1,20 @@
 # Each scenario plays the real station at the bench to its end; the bench judges it.
 foreach(scenario IN ITEMS
     backup backupfull backuppower backuppulled bounce diskfull faults firmware firmwareescaped
-    firmwareunheard powerloss quit sizes stick stop updatemarker)
+    firmwareunheard powerloss quit sharedname sizes stick stop updatemarker)
   add_test(NAME scenario_${scenario}
     COMMAND corvane-sim --once --scenario ${CMAKE_CURRENT_LIST_DIR}/${scenario}.json)
   set_tests_properties(scenario_${scenario} PROPERTIES
     ENVIRONMENT "${CORVANE_SANITIZER_ENVIRONMENT}")
 endforeach()
+
+# The bench's folder, the station's within, on a small disk of its own.
+add_test(NAME scenario_nearlyfull
+  COMMAND bwrap --dev-bind / / --size 50331648 --tmpfs /opt --setenv TMPDIR /opt --die-with-parent
+    --unshare-user --uid 0 --gid 0 --cap-add CAP_SYS_ADMIN
+    $<TARGET_FILE:corvane-sim> --once --scenario ${CMAKE_CURRENT_LIST_DIR}/nearlyfull.json)
+set_tests_properties(scenario_nearlyfull PROPERTIES
+  ENVIRONMENT "${CORVANE_SANITIZER_ENVIRONMENT}")
 
 corvane_add_test(scenario_churn SOURCES scenarios/churn.cpp LIBRARIES corvane_bench)
 target_compile_definitions(scenario_churn

@@ -1,4 +1,3 @@
-#include "main/archiveticket.h"
 #include "main/corvane.h"
 #include "main/pod.h"
 #include "uibackend/uibackend.h"
@@ -9,11 +8,22 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QThread>
 
 #include <memory>
 
-using Claim = ArchiveTicket::Claim;
+using Claim = DataFileClaim::Result;
+
+namespace {
+
+const QString kPath = QStringLiteral("0123456789ABCDE.ozu");
+
+bool write(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
+} // namespace
 
 /// Which answer of the controller may erase which pod, and who may write which data file: a pod
 /// erased on another one's word would be a recording lost.
@@ -27,7 +37,8 @@ private slots:
     void refusalIsCountedBackExactlyOnce_data();
     void refusalIsCountedBackExactlyOnce();
     void sameFileNameTakesTurns();
-    void stopRequestEndsTheWaitForAName();
+    void yieldedFileBelongsToWhoTakesItNext();
+    void fileOutlivesItsPodUntilTheAnswer();
     void serialNumberIsWholeOrEmpty();
 
 private:
@@ -51,7 +62,7 @@ void ControllerAnswers::podActsOnItsOwnAnswerAlone()
     pod.erasePod(false, 4);
     QCOMPARE(shown.size(), 0);
 
-    pod.ticket()->settle(false);
+    pod.ticket()->answer.give(false);
     pod.erasePod(true, 5); // another slot's
     QCOMPARE(shown.size(), 0);
     pod.erasePod(true, 4); // late, and wrong about this pod's file, which was refused
@@ -82,7 +93,7 @@ void ControllerAnswers::refusalIsCountedBackExactlyOnce()
 
     if (pod_leaves_first)
         pod.reset();
-    if (ticket->settle(false) == ArchiveTicket::Answer::Abandoned)
+    if (!ticket->answer.give(false))
         ++taken_back; // the controller's part
     if (pod_hears_the_answer)
         pod->erasePod(false, 0);
@@ -92,41 +103,49 @@ void ControllerAnswers::refusalIsCountedBackExactlyOnce()
 
 void ControllerAnswers::sameFileNameTakesTurns()
 {
-    const QString path = QStringLiteral("0123456789ABCDE.ozu");
-    ArchiveTicket first;
-    QCOMPARE(first.claim(path), Claim::Held);
-    QCOMPARE(first.claim(path), Claim::Held); // a second read-out of the same pod
+    DataFileClaim first;
+    DataFileClaim second;
+    QCOMPARE(first.claim(kPath), Claim::Held);
+    QCOMPARE(first.claim(kPath), Claim::Held); // a second read-out of the same pod
+    QCOMPARE(second.claim(kPath), Claim::Taken);
+    QVERIFY(write(kPath, "of the first"));
 
-    std::atomic<bool> settled{false};
-    std::atomic<bool> after_settling{false};
-    const std::unique_ptr<QThread> other(QThread::create([&] {
-        ArchiveTicket second;
-        if (second.claim(path) == Claim::Held)
-            after_settling = settled.load();
-    }));
-    other->start();
-    settled = true;
-    first.settle(true);
     first.release();
-    QVERIFY(other->wait());
-    QVERIFY(after_settling);
-    QCOMPARE(ArchiveTicket().claim(path), Claim::Held);
-    // Two pods that share a name must not both write because neither could lock it.
-    QCOMPARE(ArchiveTicket().claim(QStringLiteral("no-such-folder/file.ozu")), Claim::Impossible);
+    QVERIFY(!QFile::exists(kPath));
+    QCOMPARE(second.claim(kPath), Claim::Held);
+    first.release(); // no longer its own
+    QVERIFY(QFile::exists(kPath));
+    // Two pods that share a name must not both write because neither could make the file.
+    QCOMPARE(first.claim(QStringLiteral("no-such-folder/file.ozu")), Claim::Impossible);
 }
 
-void ControllerAnswers::stopRequestEndsTheWaitForAName()
+void ControllerAnswers::yieldedFileBelongsToWhoTakesItNext()
 {
-    const QString path = QStringLiteral("0123456789ABCDE.ozu");
-    ArchiveTicket holder;
-    QCOMPARE(holder.claim(path), Claim::Held);
-    std::atomic<Claim> claim{Claim::Held};
-    const std::unique_ptr<QThread> other(
-        QThread::create([&] { claim = ArchiveTicket().claim(path); }));
-    other->start();
-    other->requestInterruption();
-    QVERIFY(other->wait());
-    QCOMPARE(claim.load(), Claim::Stopped);
+    auto failed = std::make_unique<DataFileClaim>();
+    QCOMPARE(failed->claim(kPath), Claim::Held);
+    failed->yield();
+    QVERIFY(QFile::exists(kPath));
+
+    auto next = std::make_unique<DataFileClaim>();
+    QCOMPARE(next->claim(kPath), Claim::Held);
+    failed.reset();
+    QVERIFY(QFile::exists(kPath));
+    next->yield();
+    next.reset(); // nobody took it
+    QVERIFY(!QFile::exists(kPath));
+}
+
+/// The controller may come to the file long after its pod was pulled.
+void ControllerAnswers::fileOutlivesItsPodUntilTheAnswer()
+{
+    auto pod = std::make_unique<Pod>(0, UsbDeviceRef(), m_backend);
+    auto queued = pod->ticket();
+    QCOMPARE(queued->file.claim(kPath), Claim::Held);
+    pod.reset();
+    QVERIFY(QFile::exists(kPath));
+    QCOMPARE(DataFileClaim().claim(kPath), Claim::Taken); // plugged in again, elsewhere
+    queued.reset();
+    QVERIFY(!QFile::exists(kPath));
 }
 
 void ControllerAnswers::serialNumberIsWholeOrEmpty()
