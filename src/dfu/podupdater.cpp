@@ -38,5 +38,6 @@ void PodUpdater::updatePod(Pod& pod)
         pod.setUpdateDone(true);
     } catch (const DfuException& e) {
         qDebug() << e.what();
+        qWarning() << "Not updated:" << e.what() << "on pod at index" << pod.getIdx();
     }
 }

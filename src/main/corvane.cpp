@@ -20,6 +20,9 @@
 #include <QThread>
 #include <QTimer>
 
+#include <cerrno>
+#include <system_error>
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -69,6 +72,16 @@ bool unpackFirmware(const QString& package)
     // Or a pod that is plugged in in its bootloader would be given what was just refused.
     folder.removeRecursively();
     return false;
+}
+
+/// Why `archive` refused `file`. What is wrong with the archive itself is no error of the system;
+/// then ENOENT is merely that of the record of an addition cut short, which was looked for first.
+QString reasonFor(const QString& archive, const QString& file, int error)
+{
+    const bool both_there = QFile::exists(archive) && QFile::exists(file);
+    if (error == 0 || (error == ENOENT && both_there))
+        return QStringLiteral("archive damaged or full");
+    return QString::fromStdString(std::generic_category().message(error));
 }
 
 void runTool(const QString& program, const QStringList& arguments = {})
@@ -287,7 +300,9 @@ void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
 void Corvane::zipFile(const QString& file_path, int idx,
                       const std::shared_ptr<ArchiveTicket>& ticket)
 {
+    errno = 0;
     const bool success = ZipUtils::addFile(m_current_zip_path, file_path);
+    const int error = errno;
     // Before the broadcast, which is what makes the pod look at its ticket.
     const bool pod_there = ticket->answer.give(success);
     emit fileZipped(success, idx);
@@ -297,6 +312,9 @@ void Corvane::zipFile(const QString& file_path, int idx,
         return;
     }
     qDebug() << "Zip failed";
+    qWarning().noquote() << "Not archived:" << file_path << "in" << m_current_zip_path
+                         << "reason:" << reasonFor(m_current_zip_path, file_path, error)
+                         << "on pod at index" << idx;
     if (!pod_there)
         nbPodsInSync(true); // what the pod would have done on the answer
 }

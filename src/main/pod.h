@@ -14,7 +14,8 @@ class UIBackEnd;
 
 /// One plugged-in pod. Made by discovery, moved to a worker thread of its own and deleted there
 /// after `finished`; what discovery calls is marked, all else belongs to that thread.
-/// Owns the open libusb handle. Every failure ends in errorHandler: a log line, progress -2.
+/// Owns the open libusb handle. A failure is progress::kFailed and a warning that names the place:
+/// errorHandler's for what is thrown, the controller's and the updater's for what they refuse.
 class Pod : public QObject
 {
     Q_OBJECT

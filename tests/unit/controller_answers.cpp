@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -36,6 +37,7 @@ private slots:
     void podActsOnItsOwnAnswerAlone();
     void refusalIsCountedBackExactlyOnce_data();
     void refusalIsCountedBackExactlyOnce();
+    void refusalTellsPodFileAndReason();
     void sameFileNameTakesTurns();
     void yieldedFileBelongsToWhoTakesItNext();
     void fileOutlivesItsPodUntilTheAnswer();
@@ -99,6 +101,19 @@ void ControllerAnswers::refusalIsCountedBackExactlyOnce()
         pod->erasePod(false, 0);
     pod.reset();
     QCOMPARE(taken_back, 1);
+}
+
+void ControllerAnswers::refusalTellsPodFileAndReason()
+{
+    Corvane controller(m_backend);
+    const QSignalSpy answered(&controller, &Corvane::fileZipped);
+    const auto ticket = std::make_shared<ArchiveTicket>();
+    QTest::ignoreMessage(QtDebugMsg, "Zip failed");
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral(
+                                           "data.ozu .*No such file.* on pod at index 7$")));
+    controller.zipFile(QStringLiteral("data.ozu"), 7, ticket); // before there is an archive
+    QCOMPARE(ticket->answer.added(), std::optional(false));
+    QCOMPARE(answered.first(), QVariantList({false, 7}));
 }
 
 void ControllerAnswers::sameFileNameTakesTurns()
