@@ -27,8 +27,7 @@ FileSaver::FileSaver(const QString& dir, QString extension, int maxFiles)
     , m_dir_path(dir)
     , m_max_files(maxFiles)
 {
-    if (!m_dir.exists() && QDir().mkdir(dir))
-        storage::syncFolderOf(dir); // archives are only as safe as their folder's own name
+    storage::makeFolder(dir);
     m_current_file_path = pathOf(getLastFileName());
     cleanLocalBackups();
 }
@@ -98,5 +97,5 @@ QString FileSaver::nameAfter(const QString& last)
 void FileSaver::wipe()
 {
     m_dir.removeRecursively();
-    QDir().mkpath(m_dir_path);
+    storage::makeFolder(m_dir_path);
 }

@@ -69,7 +69,7 @@ void removeAll()
 {
     qDebug() << "Removing all datas";
     QDir(kDatas).removeRecursively();
-    QDir().mkdir(kDatas);
+    storage::makeFolder(kDatas);
 }
 
 void removeOldest(uint count)
