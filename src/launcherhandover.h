@@ -19,8 +19,10 @@ protected:
     virtual bool copy(const QString& from, const QString& to);
     virtual bool remove(const QString& path);
     virtual bool rename(const QString& from, const QString& to);
+    virtual bool flush(const QString& path);
 
 private:
+    bool wasCutShort() const;
     bool setOldAside();
 
     const QString m_current;
