@@ -1,4 +1,5 @@
 #include "main/corvane.h"
+#include "support/testfiles.h"
 #include "support/zipbytes.h"
 #include "uibackend/uibackend.h"
 
@@ -10,6 +11,8 @@
 
 #include <memory>
 
+using testfiles::write;
+using testfiles::writeTool;
 using zipbytes::Entry;
 
 namespace {
@@ -29,19 +32,6 @@ void hear(QtMsgType type, const QMessageLogContext& /*context*/, const QString& 
     const QMutexLocker lock(&g_said_guard);
     if (type == QtInfoMsg && of_package)
         g_said.append(message);
-}
-
-bool write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
-bool makeTool(const QString& name, const QByteArray& script)
-{
-    const QString path = QStringLiteral("/opt/tools/") + name;
-    return write(path, "#!/bin/sh\n" + script + '\n') &&
-           QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
 Entry entry(const char* name)
@@ -101,8 +91,9 @@ private:
 void DfuPackage::initTestCase()
 {
     QVERIFY(QDir().mkpath(QStringLiteral("/opt/tools")));
-    QVERIFY(makeTool(QStringLiteral("mount"), "exec /bin/mount --bind /opt/stick \"$2\""));
-    QVERIFY(makeTool(QStringLiteral("umount"), "exec /bin/umount \"$1\""));
+    QVERIFY(
+        writeTool(QStringLiteral("/opt/tools/mount"), "exec /bin/mount --bind /opt/stick \"$2\""));
+    QVERIFY(writeTool(QStringLiteral("/opt/tools/umount"), "exec /bin/umount \"$1\""));
     qputenv("PATH", "/opt/tools:" + qgetenv("PATH"));
     m_handler = qInstallMessageHandler(hear);
 }
@@ -114,7 +105,7 @@ void DfuPackage::cleanupTestCase()
 
 void DfuPackage::init()
 {
-    QVERIFY(makeTool(QStringLiteral("blkid"), "echo /dev/sda1: TYPE=vfat"));
+    QVERIFY(writeTool(QStringLiteral("/opt/tools/blkid"), "echo /dev/sda1: TYPE=vfat"));
     QVERIFY(QDir(kStick).removeRecursively() && QDir().mkpath(kStick));
     const QString station = QStringLiteral("/opt/Corvane");
     QVERIFY(QDir(station).removeRecursively() && QDir().mkpath(station));
@@ -173,7 +164,7 @@ void DfuPackage::isNoLinkAndNoFolder()
 
 void DfuPackage::noStick()
 {
-    QVERIFY(makeTool(QStringLiteral("blkid"), "true"));
+    QVERIFY(writeTool(QStringLiteral("/opt/tools/blkid"), "true"));
     QVERIFY(write(kPackage, goodPackage()));
     startStation();
     QCOMPARE(g_said, QStringList(QStringLiteral("Failed to mount usbkey")));

@@ -1,4 +1,5 @@
 // What archives hold, how their entries are named, and what of a stranger's archive is refused.
+#include "support/testfiles.h"
 #include "support/zipbytes.h"
 #include "utils/ziputils.h"
 
@@ -11,23 +12,13 @@
 
 #include <sys/stat.h>
 
+using testfiles::contentOf;
+using testfiles::write;
 using zipbytes::Entry;
 
 namespace {
 
 const QString kArchive = QStringLiteral("a.cvx");
-
-bool write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// The paths of everything below a folder, links and hidden files too.
 QStringList allBelow(const QString& folder)
