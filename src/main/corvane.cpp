@@ -227,15 +227,11 @@ void Corvane::startNewArchive(FileSaver& saver)
 {
     saver.createNewFile();
     const QString path = saver.getCurrentFilePath();
-    const bool created = ZipUtils::createZip(path);
-    if (created && ZipUtils::addFile(path, kInfosPath)) {
+    if (ZipUtils::createZip(path, kInfosPath)) {
         m_current_zip_path = path;
         return;
     }
     qCritical().noquote() << "No new archive at" << path;
-    // An archive without its information file must never be filled, nor push older ones out.
-    if (created)
-        ZipUtils::deleteZip(path);
     if (path == m_current_zip_path)
         m_current_zip_path.clear();
 }

@@ -55,8 +55,9 @@ void FileSaver::createNewFile()
     const QString last = getLastFileName();
     const QStringList entries = ZipUtils::listFiles(pathOf(last));
     qDebug() << "Last zip files count:" << entries.size();
-    // A single entry is the information file; were it a recording, it must not be replaced.
-    if (entries == QStringList(kInfosEntry))
+    // What is current will be made anew: it must hold the information file and no recording, and a
+    // foreign archive that sorts last says nothing about it.
+    if (pathOf(last) == m_current_file_path && entries == QStringList(kInfosEntry))
         return;
     m_current_file_path = pathOf(nameAfter(last));
     qDebug().noquote() << "Current zip" << m_current_file_path;

@@ -152,6 +152,16 @@ bool ZipUtils::createZip(const QString& zipPath)
     return false;
 }
 
+bool ZipUtils::createZip(const QString& zipPath, const QString& filePath)
+{
+    if (createZip(zipPath) && addFile(zipPath, filePath))
+        return true;
+    // Also when it was only the flush that failed: each archive that is of no use takes a number
+    // and, in time, the place of one with recordings.
+    deleteZip(zipPath);
+    return false;
+}
+
 bool ZipUtils::deleteZip(const QString& zipPath)
 {
     return std::remove(QFile::encodeName(zipPath).constData()) == 0;

@@ -5,6 +5,7 @@
 #include "storage/archiveaddition.h"
 #include "storage/storagefile.h"
 #include "uibackend/uibackend.h"
+#include "utils/filesaver.h"
 #include "utils/ziputils.h"
 
 #include <QStringList>
@@ -24,6 +25,14 @@ bool obeyStick()
     return QMetaObject::invokeMethod(&station, "checkUsbCmd") && shown == 0;
 }
 
+/// As the station begins an archive.
+bool beginArchive()
+{
+    FileSaver saver(QStringLiteral("datas"), QStringLiteral(".cvx"), 25);
+    saver.createNewFile();
+    return ZipUtils::createZip(saver.getCurrentFilePath(), QStringLiteral("tmp/infos.log"));
+}
+
 bool run(const QStringList& step)
 {
     const QString& verb = step.at(0);
@@ -31,6 +40,8 @@ bool run(const QStringList& step)
         return ZipUtils::addFile(step.at(1), step.at(2));
     if (verb == QLatin1String("create"))
         return ZipUtils::createZip(step.at(1));
+    if (verb == QLatin1String("begin"))
+        return beginArchive();
     if (verb == QLatin1String("copy"))
         return storage::copyFile(step.at(1), step.at(2));
     if (verb == QLatin1String("commands"))

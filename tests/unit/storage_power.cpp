@@ -58,6 +58,7 @@ private slots:
     void recoveryLeavesTheRestAlone();
     void newArchiveIsNeverHalfMade_data();
     void newArchiveIsNeverHalfMade();
+    void archivesStayWhenNoneCanBeBegun();
     void copyIsWholeOrNone_data();
     void copyIsWholeOrNone();
 
@@ -321,6 +322,27 @@ void StoragePower::newArchiveIsNeverHalfMade()
         QVERIFY(held == empty || !created.answers.startsWith(u'y'));
         QCOMPARE(QDir(QStringLiteral("datas")).entryList(QDir::Files).size(), 1);
     }
+}
+
+void StoragePower::archivesStayWhenNoneCanBeBegun()
+{
+    const QDir datas(QStringLiteral("datas"));
+    for (int number = 1; number < 25; ++number) {
+        const QString name = QStringLiteral("%1.cvx").arg(number, 10, 10, QLatin1Char('0'));
+        QVERIFY(QFile::copy(kArchive, datas.filePath(name)));
+    }
+    const QString last = datas.filePath(QStringLiteral("0000000024.cvx"));
+    QVERIFY(ZipUtils::addFile(last, QStringLiteral("tmp/a.ozu")));
+    const QStringList before = datas.entryList(QDir::Files);
+
+    const QVector<QString> often(30, QStringLiteral("begin"));
+    QCOMPARE(run(often.toList(), QStringLiteral("1+:folder")).answers, QString(30, u'n'));
+    QCOMPARE(datas.entryList(QDir::Files), before);
+
+    QCOMPARE(run({QStringLiteral("begin")}).answers, QStringLiteral("y"));
+    QCOMPARE(ZipUtils::listFiles(QStringLiteral("datas/0000000025.cvx")),
+             QStringList(QStringLiteral("infos.log")));
+    QCOMPARE(datas.entryList(QDir::Files).mid(0, 25), before);
 }
 
 void StoragePower::copyIsWholeOrNone_data()
