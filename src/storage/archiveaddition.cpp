@@ -64,6 +64,14 @@ bool ArchiveAddition::begin()
     return m_size_bytes >= 0;
 }
 
+bool ArchiveAddition::fits(qint64 archive_bytes) const
+{
+    if (archive_bytes <= kMaxArchiveBytes)
+        return true;
+    qWarning().noquote() << "Archive full:" << m_undo.archive_path;
+    return false;
+}
+
 bool ArchiveAddition::protectFrom(qint64 offset)
 {
     m_undo.tail_offset = std::min(offset, m_undo.old_size_bytes);
@@ -83,7 +91,7 @@ bool ArchiveAddition::writeAt(qint64 offset, const QByteArray& data)
     if (m_failed)
         return false;
     const qint64 end = offset + data.size();
-    const bool written = end <= kMaxArchiveBytes && (m_protected || protectFrom(offset)) &&
+    const bool written = fits(end) && (m_protected || protectFrom(offset)) &&
                          offset >= m_undo.tail_offset &&
                          storage::writeAllAt(m_fd.get(), offset, data.constData(), data.size());
     m_failed = !written;

@@ -130,7 +130,11 @@ bool addUnder(const QString& zipPath, const QString& filePath, const QString& en
     if (name.isEmpty())
         return false;
     const UniqueFd source = storage::openRegular(filePath, O_RDONLY);
-    if (!source || storage::sizeOf(source.get()) > kMaxEntryBytes)
+    if (!source)
+        return false;
+    // How small a file gets is known only when it has been written, so it counts in full.
+    const qint64 file_bytes = storage::sizeOf(source.get());
+    if (file_bytes > kMaxEntryBytes || !addition.hasRoomFor(file_bytes))
         return false;
     ArchiveDevice device(addition);
     return device.open(QIODevice::ReadWrite) &&
