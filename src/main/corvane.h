@@ -85,15 +85,10 @@ signals:
 private:
     void init();
     QByteArray getEUI48();
-    /// Unpacks an update package on the stick into "dfu".
     void checkNewFirmware();
     void writeInfosFile();
     void checkUpdateMarker();
-    Q_INVOKABLE void checkUsbCmd(); ///< by its name, for the tests that cut it short
-    void backupToUsbKey();
-    /// Logs what stands on the stick under that name and is no file.
-    bool usbKeyHolds(const QString& name) const;
-    void umountUsbKey();
+    void checkUsbCmd();
     /// Stays with the archive at hand when a new one cannot be made.
     void startNewArchive(FileSaver& saver);
     void serveTimers(Discovery& discovery, FileSaver& saver);
