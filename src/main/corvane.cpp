@@ -38,8 +38,9 @@ QByteArray contentOf(const QString& path)
 
 } // namespace
 
-Corvane::Corvane(UIBackEnd& backend)
+Corvane::Corvane(UIBackEnd& backend, std::chrono::milliseconds archive_interval)
     : uibackend(backend)
+    , m_archive_interval(archive_interval)
 {
 }
 
@@ -132,6 +133,18 @@ void Corvane::startNewArchive(FileSaver& saver)
         m_current_zip_path.clear();
 }
 
+void Corvane::archiveTimeout(FileSaver& saver)
+{
+    // The stick is given the current archive alone: with a new one, a stick that comes late would
+    // get an empty file, and the panel would show that all is copied.
+    if (m_nb_pods_exported != m_nb_pods_zipped) {
+        qDebug().noquote() << "Not yet on a stick, so it stays:" << m_current_zip_path;
+        return;
+    }
+    startNewArchive(saver);
+    qDebug().noquote() << "Timeout new file:" << m_current_zip_path;
+}
+
 void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
 {
     QThread discovery_thread;
@@ -145,15 +158,12 @@ void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
     discovery_timer.start(kDiscoveryDelay);
 
     QTimer archive_timer;
-    archive_timer.setInterval(3h);
+    archive_timer.setInterval(m_archive_interval);
     archive_timer.setTimerType(Qt::VeryCoarseTimer);
     // A station in use keeps one archive: only three hours without a plug or unplug begin the next.
     connect(&discovery, &Discovery::podConnectionEvent, &archive_timer,
             qOverload<>(&QTimer::start));
-    connect(&archive_timer, &QTimer::timeout, this, [&] {
-        startNewArchive(saver);
-        qDebug().noquote() << "Timeout new file:" << m_current_zip_path;
-    });
+    connect(&archive_timer, &QTimer::timeout, this, [&] { archiveTimeout(saver); });
 
     QTimer panel_timer;
     panel_timer.setInterval(kPanelInterval);
@@ -245,6 +255,7 @@ void Corvane::exportArchive()
     }
     ChildProcess::run(QStringLiteral("sync"));
     m_saved_to_usb = true;
+    m_nb_pods_exported = m_nb_pods_zipped;
     if (m_usbkey.umountKey() != 0)
         qDebug() << "Failed to unmount usb key";
     emit syncDone(Copied);
