@@ -26,8 +26,8 @@ constexpr qint64 kMaxEntryBytes = 0xFFFFFFFE;
 /// A length of 16 bits, to which the library cuts without a word.
 constexpr int kMaxNameBytes = 0xFFFF;
 
-/// A name in the archive's own folder, so that a rename can replace the archive in one step;
-/// hidden, so that one left by a power cut is never taken for a data file.
+/// In the archive's own folder, for a rename to replace the archive in one step. Hidden: a draft
+/// that a loss of power leaves there is not taken for a data file.
 QString draftPath(const QString& zipPath)
 {
     const QFileInfo info(zipPath);
