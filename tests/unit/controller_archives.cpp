@@ -35,13 +35,17 @@ void hear(QtMsgType /*type*/, const QMessageLogContext& /*context*/, const QStri
     g_timeouts += begun || message.startsWith(QLatin1String("Not yet on a stick"));
 }
 
-/// The station on its own thread, without pods.
+const QString kRecording = QStringLiteral("tmp/x.ozu");
+
+/// The station on its own thread. One pod was read as soon as the first archive was there.
 class Station
 {
 public:
     Station()
     {
         m_corvane.moveToThread(&m_thread);
+        QObject::connect(
+            &m_thread, &QThread::started, &m_corvane, [this] { archive(); }, Qt::QueuedConnection);
         QObject::connect(&m_thread, &QThread::started, &m_corvane, &Corvane::taskLoop);
         QObject::connect(
             &m_corvane, &Corvane::syncDone, &m_corvane, [this](int code) { panel = code; },
@@ -59,20 +63,17 @@ public:
         m_thread.wait();
     }
 
-    /// As soon as the first archive is there.
-    void archive(const QString& recording)
-    {
-        QMetaObject::invokeMethod(&m_corvane, [this, recording] {
-            write(recording, "recording");
-            m_corvane.nbPodsInSync(false);
-            const auto ticket = std::make_shared<ArchiveTicket>();
-            m_corvane.zipFile(recording, 0, ticket.get());
-        });
-    }
-
     std::atomic<int> panel{WaitingForPods};
 
 private:
+    void archive()
+    {
+        write(kRecording, "recording");
+        m_corvane.nbPodsInSync(false);
+        const auto ticket = std::make_shared<ArchiveTicket>();
+        m_corvane.zipFile(kRecording, 0, ticket.get());
+    }
+
     UIBackEnd m_backend;
     Corvane m_corvane{m_backend, 1s};
     QThread m_thread;
@@ -106,7 +107,6 @@ void ControllerArchives::lateStickGetsTheRecordings()
 {
     constexpr int kLimitMs = 60000;
     auto station = std::make_unique<Station>();
-    station->archive(QStringLiteral("tmp/x.ozu"));
     QTRY_VERIFY_WITH_TIMEOUT(g_timeouts >= 2 && station->panel == NoUsbKey, kLimitMs);
     QVERIFY(writeTool(QStringLiteral("/opt/blkid"), "echo /dev/sda1:"));
     QTRY_COMPARE_WITH_TIMEOUT(station->panel.load(), int(Copied), kLimitMs);
