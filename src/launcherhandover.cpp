@@ -1,5 +1,7 @@
 #include "launcherhandover.h"
 
+#include "storage/storagefile.h"
+
 #include <QFile>
 
 LauncherHandover::LauncherHandover(const QString& directory)
@@ -11,24 +13,30 @@ LauncherHandover::LauncherHandover(const QString& directory)
 
 void LauncherHandover::run()
 {
-    if (!QFile::exists(m_new) || !setOldAside())
+    if (!QFile::exists(m_new) || !(wasCutShort() || setOldAside()))
         return;
 
-    if (rename(m_new, m_current)) {
-        remove(m_old);
-        return;
-    }
+    const bool replaced = rename(m_new, m_current);
     // Deliberately without delay or limit: a station must never be left without a launcher file.
-    while (!copy(m_old, m_current)) {
+    while (!replaced && !copy(m_old, m_current)) {
     }
+    flush(m_current);
+    if (replaced)
+        remove(m_old);
+}
+
+/// The power went after the old launcher was set aside: only the new one's rename is left to do.
+bool LauncherHandover::wasCutShort() const
+{
+    return !QFile::exists(m_current) && QFile::exists(m_old);
 }
 
 bool LauncherHandover::setOldAside()
 {
-    // A hand-over that was cut short leaves its safety copy behind, and a copy never overwrites.
-    if (QFile::exists(m_current))
-        QFile::remove(m_old);
-    return copy(m_current, m_old) && remove(m_current);
+    // A copy never overwrites, and one that was cut short is still there.
+    QFile::remove(m_old);
+    // From the removal on, these two are all there is of a launcher.
+    return copy(m_current, m_old) && flush(m_old) && flush(m_new) && remove(m_current);
 }
 
 bool LauncherHandover::copy(const QString& from, const QString& to)
@@ -44,4 +52,9 @@ bool LauncherHandover::remove(const QString& path)
 bool LauncherHandover::rename(const QString& from, const QString& to)
 {
     return QFile::rename(from, to);
+}
+
+bool LauncherHandover::flush(const QString& path)
+{
+    return storage::syncFile(path) && storage::syncFolderOf(path);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "stationpaths.h"
+
 #include <QString>
 
 /// Completes a pending replacement of the launcher program that is installed beside the station.
@@ -9,7 +11,7 @@ class LauncherHandover
 {
 public:
     /// `directory` ends in a slash.
-    explicit LauncherHandover(const QString& directory = QStringLiteral("/opt/CorvaneLauncher/"));
+    explicit LauncherHandover(const QString& directory = stationpaths::kLauncher);
     virtual ~LauncherHandover() = default;
 
     void run();
@@ -19,8 +21,10 @@ protected:
     virtual bool copy(const QString& from, const QString& to);
     virtual bool remove(const QString& path);
     virtual bool rename(const QString& from, const QString& to);
+    virtual bool flush(const QString& path);
 
 private:
+    bool wasCutShort() const;
     bool setOldAside();
 
     const QString m_current;

@@ -3,6 +3,7 @@
 #include "launcherhandover.h"
 #include "main/corvane.h"
 #include "stationlock.h"
+#include "stationpaths.h"
 #include "uibackend/uibackend.h"
 
 #include <QDebug>
@@ -18,12 +19,10 @@
 
 namespace {
 
-const QString kInstallationDir = QStringLiteral("/opt/Corvane");
-
 void enterInstallationDir()
 {
     qDebug().noquote().nospace() << "Current working dir: " << QDir::currentPath();
-    const bool success = QDir::setCurrent(kInstallationDir);
+    const bool success = QDir::setCurrent(stationpaths::kStation);
     qDebug().nospace() << "Setting working dir, success: " << success;
     qDebug().noquote().nospace() << "New working dir: " << QDir::currentPath();
 }

@@ -2,6 +2,7 @@
 
 #include "dfu/dfumanifest.h"
 #include "dfu/dfutransportserial.h"
+#include "dfu/updatepackage.h"
 
 #include <QFile>
 
@@ -13,7 +14,7 @@ constexpr qint64 kMaxManifestBytes = qint64(64) * 1024;
 /// Empty when there is none.
 QByteArray readManifest()
 {
-    QFile file(QStringLiteral("dfu/manifest.json"));
+    QFile file(UpdatePackage::manifestPath());
     return file.open(QIODevice::ReadOnly | QIODevice::Text) ? file.read(kMaxManifestBytes)
                                                             : QByteArray();
 }
@@ -24,8 +25,8 @@ Dfu::Dfu(Pod& pod)
     : m_pod(pod)
 {
     const DfuManifest manifest = DfuManifest::parse(readManifest());
-    m_bin_file = QStringLiteral("dfu/") + manifest.bin_file;
-    m_dat_file = QStringLiteral("dfu/") + manifest.dat_file;
+    m_bin_file = UpdatePackage::pathOf(manifest.bin_file);
+    m_dat_file = UpdatePackage::pathOf(manifest.dat_file);
 }
 
 void Dfu::dfu_send_image()

@@ -20,7 +20,7 @@ public:
     uint32_t sizeBytes() const { return m_size_bytes; }
     /// Exactly so many bytes from the given one on.
     QByteArray read(uint32_t from_byte, uint32_t length_bytes) const;
-    /// Of the first bytes.
+    /// The CRC-32 of the bytes before `end_byte`.
     uint32_t crcUpTo(uint32_t end_byte) const;
 
     /// The CRC-32 of what `crc` is of, and of these bytes behind it.

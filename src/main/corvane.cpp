@@ -2,15 +2,15 @@
 
 #include "main/discovery.h"
 #include "main/progress.h"
+#include "main/stickcommands.h"
+#include "stationpaths.h"
 #include "storage/archiveaddition.h"
-#include "storage/storagefile.h"
 #include "uibackend/uibackend.h"
 #include "utils/backupgenerator.h"
 #include "utils/childprocess.h"
 #include "utils/filesaver.h"
 #include "utils/interruptiblesleep.h"
 #include "utils/serialnumberchip.h"
-#include "utils/usbcmdutils.h"
 #include "utils/ziputils.h"
 
 #include <QDebug>
@@ -28,50 +28,16 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto kDiscoveryDelay = 3500ms;
-constexpr auto kArchiveInterval = 3h;
 constexpr auto kPanelInterval = 2000ms;
-constexpr auto kToolLimit = 30s;
 constexpr int kMaxArchives = 25;
 
-const QString kInfosPath = QStringLiteral("tmp/infos.log");
-const QString kStationVersionPath = QStringLiteral("/opt/Corvane/version");
-const QString kLauncherVersionPath = QStringLiteral("/opt/CorvaneLauncher/version");
-const QString kFirmwareFolder = QStringLiteral("dfu");
-const QString kFirmwarePackage = QStringLiteral("app.zip");
 const QString kExportName = QStringLiteral("QVX_DATAS.cvx");
-const QString kBackupName = QStringLiteral("backup.zip");
-const QString kUpdateMarker = QStringLiteral("corvane.zip");
-const QString kBackupCommand = QStringLiteral("cmd_gen_backup.txt");
-const QString kEraseCommand = QStringLiteral("cmd_erase_datas.txt");
 
 /// The whole content as it stands, empty when there is no such file.
 QByteArray contentOf(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// False, and nothing of it left, when it is no package for pods.
-bool unpackFirmware(const QString& package)
-{
-    if (!ZipUtils::extractZip(package, kFirmwareFolder)) {
-        qInfo() << "Failed to unzip firmware";
-        return false;
-    }
-    QDir folder(kFirmwareFolder);
-    const QStringList files =
-        folder.entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::Unsorted);
-    const bool has_manifest = files.contains(QStringLiteral("manifest.json"));
-    qDebug() << files.size() << has_manifest;
-    // Exactly manifest, init packet and image: a package with more is deliberately refused.
-    if (files.size() == 3 && has_manifest) {
-        qInfo() << "New firmware on usbkey";
-        return true;
-    }
-    qInfo() << "Invalid update package";
-    // Or a pod that is plugged in in its bootloader would be given what was just refused.
-    folder.removeRecursively();
-    return false;
 }
 
 /// Why `archive` refused `file`. What is wrong with the archive itself is no error of the system;
@@ -84,15 +50,11 @@ QString reasonFor(const QString& archive, const QString& file, int error)
     return QString::fromStdString(std::generic_category().message(error));
 }
 
-void runTool(const QString& program, const QStringList& arguments = {})
-{
-    ChildProcess::run(program, arguments, kToolLimit);
-}
-
 } // namespace
 
-Corvane::Corvane(UIBackEnd& backend)
+Corvane::Corvane(UIBackEnd& backend, std::chrono::milliseconds archive_interval)
     : uibackend(backend)
+    , m_archive_interval(archive_interval)
 {
 }
 
@@ -105,9 +67,9 @@ void Corvane::init()
     // Before anything reads "datas": an addition cut short by the power is put back.
     if (!ArchiveAddition::recover())
         qCritical() << "An archive waits to be put back";
-    QDir(kFirmwareFolder).removeRecursively();
-    QDir(QStringLiteral("tmp")).removeRecursively();
-    QDir().mkdir(QStringLiteral("tmp"));
+    QDir(stationpaths::kFirmware).removeRecursively();
+    QDir(stationpaths::kWork).removeRecursively();
+    QDir().mkdir(stationpaths::kWork);
 
     connect(this, &Corvane::podConnection, &uibackend, &UIBackEnd::setPodConnection);
     connect(this, &Corvane::syncDone, &uibackend, &UIBackEnd::setSyncDone);
@@ -125,38 +87,21 @@ QByteArray Corvane::getEUI48()
 
 void Corvane::writeInfosFile()
 {
-    const QByteArray version = contentOf(kStationVersionPath);
-    QFile infos(kInfosPath);
+    const QByteArray version = contentOf(stationpaths::kVersion);
+    QFile infos(stationpaths::kInfos);
     if (infos.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         infos.write("Serial number: " + m_eui48.toHex().toUpper());
-        infos.write("\r\nBootloader version: " + contentOf(kLauncherVersionPath));
+        infos.write("\r\nBootloader version: " + contentOf(stationpaths::kLauncherVersion));
         infos.write("\r\nCorvane version: " + version);
     }
     qInfo().noquote().nospace() << "Version: " << version;
-}
-
-void Corvane::checkNewFirmware()
-{
-    if (m_usbkey.mountKey() != 0) {
-        qInfo() << "Failed to mount usbkey";
-        return;
-    }
-    const QString package = m_usbkey.pathOf(kFirmwarePackage);
-    new_firmware = usbKeyHolds(kFirmwarePackage) && unpackFirmware(package);
-    // Once taken it goes, or the next start would update all pods again.
-    if (new_firmware && !storage::removeFile(package))
-        qWarning() << "The update package cannot be removed from the stick";
-    if (m_usbkey.umountKey() != 0)
-        qInfo() << "Failed to umount usbkey";
-    else if (!new_firmware)
-        qInfo() << "No new firmware";
 }
 
 void Corvane::taskLoop()
 {
     init();
     Discovery discovery(*this);
-    FileSaver saver(QStringLiteral("datas"), QStringLiteral(".cvx"), kMaxArchives);
+    FileSaver saver(stationpaths::kArchives, QStringLiteral(".cvx"), kMaxArchives);
     checkUpdateMarker();
     checkUsbCmd();
     if (!sleepUnlessInterrupted(2000ms))
@@ -167,89 +112,51 @@ void Corvane::taskLoop()
         emit workersAbandoned();
 }
 
-/// The launcher has installed what the marker stands for: the panel need not ask for pods.
+void Corvane::checkNewFirmware()
+{
+    new_firmware = StickCommands(m_usbkey).takeFirmware();
+}
+
 void Corvane::checkUpdateMarker()
 {
-    // Without a marker the stick stays mounted, for the command files.
-    if (m_usbkey.mountKey() != 0 || !usbKeyHolds(kUpdateMarker))
-        return;
-    m_just_updated = true;
-    runTool(QStringLiteral("sync"));
-    m_no_backup = true;
-    if (QFile::remove(m_usbkey.pathOf(kUpdateMarker)))
-        qDebug() << "corvane.zip deleted";
-    umountUsbKey();
+    // The panel need not ask for pods then.
+    m_just_updated = StickCommands(m_usbkey).takeUpdateMarker();
+    m_no_backup = m_just_updated;
 }
 
 void Corvane::checkUsbCmd()
 {
-    qDebug() << "Checking usb commands...";
-    if (m_usbkey.mountKey() != 0)
-        return;
-    if (usbKeyHolds(kBackupCommand))
-        backupToUsbKey();
-    if (usbKeyHolds(kEraseCommand)) {
-        UsbCmdUtils().cmdEraseDatas(m_usbkey.pathOf(kEraseCommand));
-        m_no_backup = true;
-    }
-    umountUsbKey();
-}
-
-void Corvane::backupToUsbKey()
-{
-    qDebug() << "Generating backup";
-    emit syncDone(Syncing);
-    const bool complete = BackupGenerator::generateBackup(kBackupName);
-    // Also an incomplete one: the stick then holds what could still be read.
-    const bool copied = m_usbkey.copyFileToUsbKey(kBackupName, kBackupName);
-    // Obeyed a second time, the command would replace this backup by one of what is left here.
-    const bool consumed = storage::removeFile(m_usbkey.pathOf(kBackupCommand));
-    if (!copied || !complete) {
-        qWarning() << "No backup:" << (copied ? "an archive is missing" : "not on the stick");
-        BackupGenerator::discardBackup();
-        emit syncDone(CopyFailed);
-        return;
-    }
-    m_saved_to_usb = true;
-    m_backup_saved = true;
-    qDebug() << "Backup saved";
-    if (consumed)
-        BackupGenerator::deleteBackedUpFiles();
-    else
-        qWarning() << "The backup command cannot be removed, so the local archives stay";
-    runTool(QStringLiteral("sync"));
-    emit syncDone(Copied);
-}
-
-bool Corvane::usbKeyHolds(const QString& name) const
-{
-    const auto entry = m_usbkey.lookUp(name);
-    if (entry == UsbKeyUtils::Entry::Other)
-        qWarning().noquote() << "Left alone, not a plain file:" << m_usbkey.pathOf(name);
-    return entry == UsbKeyUtils::Entry::File;
-}
-
-void Corvane::umountUsbKey()
-{
-    if (m_usbkey.umountKey() != 0)
-        qInfo() << "Failed to umount usbkey";
+    StickCommands commands(m_usbkey);
+    connect(&commands, &StickCommands::syncDone, this, &Corvane::syncDone);
+    const auto obeyed = commands.obey();
+    m_saved_to_usb = obeyed.backup_saved;
+    m_backup_saved = obeyed.backup_saved;
+    m_no_backup = m_no_backup || obeyed.erased;
 }
 
 void Corvane::startNewArchive(FileSaver& saver)
 {
     saver.createNewFile();
     const QString path = saver.getCurrentFilePath();
-    const bool created = ZipUtils::createZip(path);
-    if (created && ZipUtils::addFile(path, kInfosPath)) {
+    if (ZipUtils::createZip(path, stationpaths::kInfos)) {
         m_current_zip_path = path;
         return;
     }
     qCritical().noquote() << "No new archive at" << path;
-    // An archive without its information file must never be filled, nor push older ones out.
-    if (created)
-        ZipUtils::deleteZip(path);
     if (path == m_current_zip_path)
         m_current_zip_path.clear();
+}
+
+void Corvane::archiveTimeout(FileSaver& saver)
+{
+    // The stick is given the current archive alone: with a new one, a stick that comes late would
+    // get an empty file, and the panel would show that all is copied.
+    if (m_nb_pods_exported != m_nb_pods_zipped) {
+        qDebug().noquote() << "Not yet on a stick, so it stays:" << m_current_zip_path;
+        return;
+    }
+    startNewArchive(saver);
+    qDebug().noquote() << "Timeout new file:" << m_current_zip_path;
 }
 
 void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
@@ -265,20 +172,15 @@ void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
     discovery_timer.start(kDiscoveryDelay);
 
     QTimer archive_timer;
-    archive_timer.setInterval(kArchiveInterval);
+    archive_timer.setInterval(m_archive_interval);
     archive_timer.setTimerType(Qt::VeryCoarseTimer);
-    const auto restart = qOverload<>(&QTimer::start);
-    connect(&archive_timer, &QTimer::timeout, &archive_timer, restart);
     // A station in use keeps one archive: only three hours without a plug or unplug begin the next.
-    connect(&discovery, &Discovery::podConnectionEvent, &archive_timer, restart);
-    connect(&archive_timer, &QTimer::timeout, this, [&] {
-        startNewArchive(saver);
-        qDebug().noquote() << "Timeout new file:" << m_current_zip_path;
-    });
+    connect(&discovery, &Discovery::podConnectionEvent, &archive_timer,
+            qOverload<>(&QTimer::start));
+    connect(&archive_timer, &QTimer::timeout, this, [&] { archiveTimeout(saver); });
 
     QTimer panel_timer;
     panel_timer.setInterval(kPanelInterval);
-    connect(&panel_timer, &QTimer::timeout, &panel_timer, restart);
     connect(&panel_timer, &QTimer::timeout, this, [&] {
         if (m_current_zip_path.isEmpty())
             startNewArchive(saver);
@@ -347,7 +249,7 @@ void Corvane::updateInfowWindow()
     if (m_saved_to_usb)
         return;
     if (isIdle() && !m_just_updated)
-        runTool(QStringLiteral("lsusb"), {QStringLiteral("-v")});
+        ChildProcess::run(QStringLiteral("lsusb"), {QStringLiteral("-v")});
     if (m_nb_pods_to_sync == 0 && !m_backup_saved && !new_firmware && !m_no_backup)
         emit syncDone(WaitingForPods);
     if (m_nb_pods_zipped != m_nb_pods_to_sync)
@@ -370,8 +272,9 @@ void Corvane::exportArchive()
         emit syncDone(CopyFailed);
         return;
     }
-    runTool(QStringLiteral("sync"));
+    ChildProcess::run(QStringLiteral("sync"));
     m_saved_to_usb = true;
+    m_nb_pods_exported = m_nb_pods_zipped;
     if (m_usbkey.umountKey() != 0)
         qDebug() << "Failed to unmount usb key";
     emit syncDone(Copied);

@@ -12,6 +12,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <memory>
 
 class Discovery;
@@ -51,7 +52,11 @@ public:
         bool occupied() const { return !pod.isNull() && !workThread.isNull(); }
     };
 
-    explicit Corvane(UIBackEnd& backend);
+    /// How long no pod is plugged in or out before the next archive is begun.
+    static constexpr std::chrono::milliseconds kArchiveInterval = std::chrono::hours(3);
+
+    explicit Corvane(UIBackEnd& backend,
+                     std::chrono::milliseconds archive_interval = kArchiveInterval);
     ~Corvane() override;
     Corvane(const Corvane&) = delete;
     Corvane& operator=(const Corvane&) = delete;
@@ -84,29 +89,27 @@ signals:
 private:
     void init();
     QByteArray getEUI48();
-    /// Unpacks an update package on the stick into "dfu".
     void checkNewFirmware();
     void writeInfosFile();
     void checkUpdateMarker();
-    Q_INVOKABLE void checkUsbCmd(); ///< by its name, for the tests that cut it short
-    void backupToUsbKey();
-    /// Logs what stands on the stick under that name and is no file.
-    bool usbKeyHolds(const QString& name) const;
-    void umountUsbKey();
+    void checkUsbCmd();
     /// Stays with the archive at hand when a new one cannot be made.
     void startNewArchive(FileSaver& saver);
+    void archiveTimeout(FileSaver& saver);
     void serveTimers(Discovery& discovery, FileSaver& saver);
     bool isIdle() const;
     void exportArchive();
 
     bool new_firmware = false; ///< set before discovery starts
     int m_nb_pods_zipped = 0;
+    int m_nb_pods_exported = 0; ///< of those zipped, how many a stick has got
     int m_nb_pods_empty = 0;
     int m_nb_pods_to_sync = 0;
     bool m_saved_to_usb = false;
     bool m_backup_saved = false;
     bool m_just_updated = false;
     bool m_no_backup = false;
+    std::chrono::milliseconds m_archive_interval;
     UsbKeyUtils m_usbkey;
     QByteArray m_eui48;         ///< 6 bytes, empty when the chip did not answer
     QString m_current_zip_path; ///< empty until an archive could be made

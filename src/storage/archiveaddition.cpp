@@ -37,7 +37,7 @@ bool ArchiveAddition::recover()
         return true;
     qInfo().noquote() << "Putting archive back:" << waiting->archive_path;
     // The record goes last: cut short anywhere before, the next start begins anew.
-    return putBack(*waiting) && undofile::clear();
+    return putBack(*waiting) && undofile::blank();
 }
 
 ArchiveAddition::ArchiveAddition(const QString& archivePath)
@@ -49,7 +49,7 @@ ArchiveAddition::~ArchiveAddition()
 {
     // When this fails the record stays, for the next addition or the next start to try again.
     if (m_protected && !m_committed && putBack(m_undo))
-        undofile::clear();
+        undofile::blank();
 }
 
 bool ArchiveAddition::begin()
@@ -62,6 +62,14 @@ bool ArchiveAddition::begin()
     m_undo.old_size_bytes = storage::sizeOf(m_fd.get());
     m_size_bytes = m_undo.old_size_bytes;
     return m_size_bytes >= 0;
+}
+
+bool ArchiveAddition::fits(qint64 archive_bytes) const
+{
+    if (archive_bytes <= kMaxArchiveBytes)
+        return true;
+    qWarning().noquote() << "Archive full:" << m_undo.archive_path;
+    return false;
 }
 
 bool ArchiveAddition::protectFrom(qint64 offset)
@@ -83,7 +91,7 @@ bool ArchiveAddition::writeAt(qint64 offset, const QByteArray& data)
     if (m_failed)
         return false;
     const qint64 end = offset + data.size();
-    const bool written = end <= kMaxArchiveBytes && (m_protected || protectFrom(offset)) &&
+    const bool written = fits(end) && (m_protected || protectFrom(offset)) &&
                          offset >= m_undo.tail_offset &&
                          storage::writeAllAt(m_fd.get(), offset, data.constData(), data.size());
     m_failed = !written;
@@ -105,7 +113,7 @@ bool ArchiveAddition::finish()
     if (!storage::truncate(m_fd.get(), m_end_offset) || !storage::syncFile(m_fd.get()) ||
         !storage::syncFolderOf(m_undo.archive_path))
         return false;
-    if (undofile::clear())
+    if (undofile::blank())
         return true;
     // Whether the record is still on the storage is not known, so the archive goes back; but not
     // without the record, or a kill in the middle would leave neither the old archive nor the new.

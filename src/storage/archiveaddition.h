@@ -31,6 +31,9 @@ public:
     int descriptor() const { return m_fd.get(); }
     qint64 sizeBytes() const { return m_size_bytes; }
 
+    /// Logs an archive that has no room for so many bytes more.
+    bool hasRoomFor(qint64 bytes) const { return fits(m_size_bytes + bytes); }
+
     /// Writes at `offset`, never below the offset of the first write.
     bool writeAt(qint64 offset, const QByteArray& data);
 
@@ -43,6 +46,7 @@ public:
     static constexpr qint64 kMaxArchiveBytes = 0xFFFFFFFE;
 
 private:
+    bool fits(qint64 archive_bytes) const;
     bool protectFrom(qint64 offset);
     bool finish();
 

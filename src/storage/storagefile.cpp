@@ -1,5 +1,6 @@
 #include "storage/storagefile.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -116,11 +117,22 @@ bool syncFile(int fd)
     return retried([&] { return ::fsync(fd); }) == 0;
 }
 
+bool syncFile(const QString& path)
+{
+    const UniqueFd fd = openRegular(path, O_RDONLY);
+    return fd && syncFile(fd.get());
+}
+
 bool syncFolderOf(const QString& path)
 {
     const QByteArray folder = QFile::encodeName(QFileInfo(path).path());
     const UniqueFd fd(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return fd && syncFile(fd.get());
+}
+
+bool makeFolder(const QString& path)
+{
+    return QDir().mkdir(path) && syncFolderOf(path);
 }
 
 bool removeFile(const QString& path)

@@ -34,9 +34,14 @@ bool writeAllAt(int fd, qint64 offset, const char* data, qint64 bytes);
 bool truncate(int fd, qint64 bytes);
 
 bool syncFile(int fd);
+bool syncFile(const QString& path);
 
 /// Flushes the entry of `path` in the folder that holds it.
 bool syncFolderOf(const QString& path);
+
+/// One level. True when its name will not go with the power, for what is in it would go too; false
+/// also when the folder is there already.
+bool makeFolder(const QString& path);
 
 /// True when the file is gone from the storage, and will not come back with the power.
 bool removeFile(const QString& path);

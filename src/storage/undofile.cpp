@@ -43,13 +43,13 @@ bool store(const UndoRecord& record)
            storage::syncFolderOf(path());
 }
 
-bool clear()
+bool blank()
 {
-    const QByteArray blank(UndoRecord::kMagicBytes, '\0');
+    const QByteArray zeros(UndoRecord::kMagicBytes, '\0');
     const UniqueFd fd = storage::openRegular(path(), O_WRONLY);
     if (!fd)
         return errno == ENOENT;
-    return storage::writeAllAt(fd.get(), 0, blank.constData(), blank.size()) &&
+    return storage::writeAllAt(fd.get(), 0, zeros.constData(), zeros.size()) &&
            storage::syncFile(fd.get());
 }
 

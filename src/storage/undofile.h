@@ -18,6 +18,6 @@ bool store(const UndoRecord& record);
 
 /// True only when the storage no longer holds a record. Overwrites in place, so a full disk cannot
 /// prevent it, nor prevent store() from bringing the same record back.
-bool clear();
+bool blank();
 
 } // namespace undofile

@@ -1,5 +1,6 @@
 #include "utils/backupgenerator.h"
 
+#include "stationpaths.h"
 #include "utils/ziputils.h"
 
 #include <QDebug>
@@ -9,22 +10,17 @@
 
 namespace {
 
-const QString kDatas = QStringLiteral("datas/");
-const QString kBackup = QStringLiteral("backup.zip");
-const QString kCopies = QStringLiteral("tmp_back");
+/// Deliberately made anew and left empty by each backup; archives are added from where they are.
+const QString kBackupFolder = QStringLiteral("tmp_back");
+
+QString pathOf(const QString& archive)
+{
+    return stationpaths::kArchives + QLatin1Char('/') + archive;
+}
 
 QStringList archivesNewestFirst()
 {
-    return QDir(kDatas).entryList(QDir::Files, QDir::Name | QDir::Reversed);
-}
-
-/// An entry is named as its file is, hence the copy.
-bool addAs(const QString& entryName, const QString& archive, const QString& backupPath)
-{
-    const QString copy = kCopies + QLatin1Char('/') + entryName;
-    const bool added = QFile::copy(archive, copy) && ZipUtils::addFile(backupPath, copy);
-    QFile::remove(copy);
-    return added;
+    return QDir(stationpaths::kArchives).entryList(QDir::Files, QDir::Name | QDir::Reversed);
 }
 
 bool hasRoomLeft(const QString& backupPath, qint64 max_bytes)
@@ -41,8 +37,8 @@ bool hasRoomLeft(const QString& backupPath, qint64 max_bytes)
 
 bool BackupGenerator::generateBackup(const QString& backupPath, qint64 maxBytes)
 {
-    QDir(kCopies).removeRecursively();
-    QDir().mkdir(kCopies);
+    QDir(kBackupFolder).removeRecursively();
+    QDir().mkdir(kBackupFolder);
     qDebug() << "Starting backup generation";
     ZipUtils::deleteZip(backupPath);
     bool complete = ZipUtils::createZip(backupPath);
@@ -52,7 +48,8 @@ bool BackupGenerator::generateBackup(const QString& backupPath, qint64 maxBytes)
     for (const QString& name : archivesNewestFirst()) {
         qDebug().noquote() << "Adding:" << name;
         ++number;
-        if (!addAs(QStringLiteral("datas_%1.cvx").arg(number), kDatas + name, backupPath)) {
+        if (!ZipUtils::addFile(backupPath, pathOf(name),
+                               QStringLiteral("datas_%1.cvx").arg(number))) {
             qCritical().noquote() << "Not in the backup:" << name;
             complete = false;
         }
@@ -68,12 +65,12 @@ void BackupGenerator::deleteBackedUpFiles()
     if (!names.isEmpty())
         names.removeFirst(); // the one in use
     for (const QString& name : qAsConst(names))
-        QFile::remove(kDatas + name);
-    ZipUtils::deleteZip(kBackup);
+        QFile::remove(pathOf(name));
+    ZipUtils::deleteZip(stationpaths::kBackup);
 }
 
 void BackupGenerator::discardBackup()
 {
-    ZipUtils::deleteZip(kBackup);
-    QDir(kCopies).removeRecursively();
+    ZipUtils::deleteZip(stationpaths::kBackup);
+    QDir(kBackupFolder).removeRecursively();
 }

@@ -23,8 +23,10 @@ public:
         QByteArray output; ///< at most its first kMaxOutputBytes
     };
 
-    static Result run(const QString& program, const QStringList& arguments,
-                      std::chrono::milliseconds limit);
+    static constexpr std::chrono::milliseconds kUsualLimit = std::chrono::seconds(30);
+
+    static Result run(const QString& program, const QStringList& arguments = {},
+                      std::chrono::milliseconds limit = kUsualLimit);
 
     static constexpr int kMaxOutputBytes = 1024 * 1024;
 };

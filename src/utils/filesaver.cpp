@@ -27,8 +27,7 @@ FileSaver::FileSaver(const QString& dir, QString extension, int maxFiles)
     , m_dir_path(dir)
     , m_max_files(maxFiles)
 {
-    if (!m_dir.exists() && QDir().mkdir(dir))
-        storage::syncFolderOf(dir); // archives are only as safe as their folder's own name
+    storage::makeFolder(dir);
     m_current_file_path = pathOf(getLastFileName());
     cleanLocalBackups();
 }
@@ -56,8 +55,9 @@ void FileSaver::createNewFile()
     const QString last = getLastFileName();
     const QStringList entries = ZipUtils::listFiles(pathOf(last));
     qDebug() << "Last zip files count:" << entries.size();
-    // A single entry is the information file; were it a recording, it must not be replaced.
-    if (entries == QStringList(kInfosEntry))
+    // What is current will be made anew: it must hold the information file and no recording, and a
+    // foreign archive that sorts last says nothing about it.
+    if (pathOf(last) == m_current_file_path && entries == QStringList(kInfosEntry))
         return;
     m_current_file_path = pathOf(nameAfter(last));
     qDebug().noquote() << "Current zip" << m_current_file_path;
@@ -98,5 +98,5 @@ QString FileSaver::nameAfter(const QString& last)
 void FileSaver::wipe()
 {
     m_dir.removeRecursively();
-    QDir().mkpath(m_dir_path);
+    storage::makeFolder(m_dir_path);
 }

@@ -1,5 +1,6 @@
 #include "utils/usbcmdutils.h"
 
+#include "stationpaths.h"
 #include "storage/storagefile.h"
 
 #include <QDebug>
@@ -10,8 +11,6 @@
 #include <optional>
 
 namespace {
-
-const QString kDatas = QStringLiteral("datas");
 
 /// A decimal number between white space, of a file of any length: a stranger's, so only what may
 /// belong to the number is kept.
@@ -68,13 +67,13 @@ std::optional<int> countIn(const QString& path)
 void removeAll()
 {
     qDebug() << "Removing all datas";
-    QDir(kDatas).removeRecursively();
-    QDir().mkdir(kDatas);
+    QDir(stationpaths::kArchives).removeRecursively();
+    storage::makeFolder(stationpaths::kArchives);
 }
 
 void removeOldest(uint count)
 {
-    QDir datas(kDatas);
+    QDir datas(stationpaths::kArchives);
     const QStringList names = datas.entryList(QDir::Files, QDir::Name);
     for (int i = 0; i < names.size() && uint(i) < count; ++i) {
         qDebug().noquote() << "Removing" << names.at(i);

@@ -1,7 +1,6 @@
 #include "utils/usbkeyutils.h"
 
 #include "storage/storagefile.h"
-#include "utils/childprocess.h"
 
 #include <QDir>
 #include <QFile>

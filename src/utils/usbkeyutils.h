@@ -1,5 +1,8 @@
 #pragma once
 
+#include "stationpaths.h"
+#include "utils/childprocess.h"
+
 #include <QString>
 
 #include <chrono>
@@ -10,8 +13,8 @@
 class UsbKeyUtils
 {
 public:
-    explicit UsbKeyUtils(QString mountPoint = QStringLiteral("/media/usbkey"),
-                         std::chrono::milliseconds toolLimit = std::chrono::seconds(30));
+    explicit UsbKeyUtils(QString mountPoint = stationpaths::kUsbKey,
+                         std::chrono::milliseconds toolLimit = ChildProcess::kUsualLimit);
     UsbKeyUtils(const UsbKeyUtils&) = delete;
     UsbKeyUtils(UsbKeyUtils&&) = delete;
     UsbKeyUtils& operator=(const UsbKeyUtils&) = delete;

@@ -26,8 +26,8 @@ constexpr qint64 kMaxEntryBytes = 0xFFFFFFFE;
 /// A length of 16 bits, to which the library cuts without a word.
 constexpr int kMaxNameBytes = 0xFFFF;
 
-/// A name in the archive's own folder, so that a rename can replace the archive in one step;
-/// hidden, so that one left by a power cut is never taken for a data file.
+/// In the archive's own folder, for a rename to replace the archive in one step. Hidden: a draft
+/// that a loss of power leaves there is not taken for a data file.
 QString draftPath(const QString& zipPath)
 {
     const QFileInfo info(zipPath);
@@ -130,7 +130,11 @@ bool addUnder(const QString& zipPath, const QString& filePath, const QString& en
     if (name.isEmpty())
         return false;
     const UniqueFd source = storage::openRegular(filePath, O_RDONLY);
-    if (!source || storage::sizeOf(source.get()) > kMaxEntryBytes)
+    if (!source)
+        return false;
+    // How small a file gets is known only when it has been written, so it counts in full.
+    const qint64 file_bytes = storage::sizeOf(source.get());
+    if (file_bytes > kMaxEntryBytes || !addition.hasRoomFor(file_bytes))
         return false;
     ArchiveDevice device(addition);
     return device.open(QIODevice::ReadWrite) &&
@@ -149,6 +153,16 @@ bool ZipUtils::createZip(const QString& zipPath)
     if (writeDraft(draft) && replaceDurably(draft, zipPath))
         return true;
     QFile::remove(draft);
+    return false;
+}
+
+bool ZipUtils::createZip(const QString& zipPath, const QString& filePath)
+{
+    if (createZip(zipPath) && addFile(zipPath, filePath))
+        return true;
+    // Also when it was only the flush that failed: each archive that is of no use takes a number
+    // and, in time, the place of one with recordings.
+    deleteZip(zipPath);
     return false;
 }
 

@@ -11,6 +11,8 @@ class ZipUtils
 public:
     /// Makes an empty archive, in place of any other of that name. True when it is on the storage.
     static bool createZip(const QString& zipPath);
+    /// With the file as its first entry. Unlike above, a failure leaves nothing at `zipPath`.
+    static bool createZip(const QString& zipPath, const QString& filePath);
 
     static bool deleteZip(const QString& zipPath);
 

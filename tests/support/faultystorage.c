@@ -5,7 +5,8 @@
  *
  *   FAULTYSTORAGE_DIR    the folder, without links or a slash at its end
  *   FAULTYSTORAGE_PLAN   "5:eio,9:kill": at call 5 ..., at call 9 ...; "5+:eio": from call 5 on.
- *                        eio, enospc: the call fails and does nothing; short: a write takes half;
+ *                        eio, enospc: the call fails and does nothing; folder: with eio, when it
+ *                        is a folder's flush; short: a write takes half;
  *                        kill: the process dies in place of the call
  *   FAULTYSTORAGE_LOST   what a kill takes of the changes that were not flushed: none (the program
  *                        died, the machine lives on), all, last, first, or torn: half of the last
@@ -255,9 +256,11 @@ static void die(void)
 
 /* --- the plan --- */
 
-/* The errno to fail with, 0 to go on, -1 for half a write. */
-static int next_fault(void)
+/* The errno to fail with, 0 to go on, -1 for half a write. fd: what is written or flushed, or -1.
+ */
+static int next_fault(int fd)
 {
+    struct stat info;
     ++call_count;
     for (const char* step = setting("FAULTYSTORAGE_PLAN"); step; step = strchr(step, ',')) {
         char* kind = NULL;
@@ -269,15 +272,17 @@ static int next_fault(void)
             continue;
         if (strncmp(kind, ":kill", 5) == 0)
             die();
+        if (strncmp(kind, ":folder", 7) == 0)
+            return fd >= 0 && fstat(fd, &info) == 0 && S_ISDIR(info.st_mode) ? EIO : 0;
         return strncmp(kind, ":eio", 4) == 0 ? EIO : strncmp(kind, ":enospc", 7) == 0 ? ENOSPC : -1;
     }
     return 0;
 }
 
 /* -1 with errno set when the call is to fail. */
-static int fails(void)
+static int fails(int fd)
 {
-    const int fault = next_fault();
+    const int fault = next_fault(fd);
     if (fault > 0)
         errno = fault;
     return fault > 0 ? -1 : 0;
@@ -308,7 +313,7 @@ static ssize_t allowed(int fd, const void* data, size_t size, off_t offset)
 {
     if (!is_fd_below(fd))
         return (ssize_t)size;
-    const int fault = next_fault();
+    const int fault = next_fault(fd);
     if (fault > 0) {
         errno = fault;
         return -1;
@@ -338,7 +343,7 @@ ssize_t pwrite64(int fd, const void* data, size_t size, off64_t offset)
 int ftruncate(int fd, off_t size)
 {
     if (is_fd_below(fd)) {
-        if (fails())
+        if (fails(fd))
             return -1;
         record_bytes(TRUNCATED, fd)->offset = size;
     }
@@ -353,7 +358,7 @@ int ftruncate64(int fd, off64_t size)
 int fsync(int fd)
 {
     if (is_fd_below(fd)) {
-        if (fails())
+        if (fails(fd))
             return -1;
         mark_flushed(fd);
     }
@@ -370,7 +375,7 @@ int rename(const char* from, const char* to)
     char full[PATH_MAX];
     resolve(to, full);
     if (is_below(full)) {
-        if (fails())
+        if (fails(-1))
             return -1;
         struct change* change = record(RENAMED);
         resolve(from, change->path);
@@ -386,7 +391,7 @@ int unlink(const char* path)
     char full[PATH_MAX];
     resolve(path, full);
     if (is_below(full) && access(full, F_OK) == 0) {
-        if (fails())
+        if (fails(-1))
             return -1;
         struct change* change = record(REMOVED);
         snprintf(change->path, sizeof change->path, "%s", full);
@@ -397,7 +402,7 @@ int unlink(const char* path)
 
 static int open_below(const char* full, int flags, mode_t mode)
 {
-    if (fails())
+    if (fails(-1))
         return -1;
     const int existed = access(full, F_OK) == 0;
     const int fd = real_open(full, flags & ~O_TRUNC, mode);

@@ -1,10 +1,12 @@
 // Runs the storage operations named on its command line, for a test that preloads a faulty storage:
 // each argument is one step, its parts divided by colons. Tells each answer on standard output,
 // then creates a file, so that the plan can also strike right after an answer was given.
-#include "main/corvane.h"
+#include "main/progress.h"
+#include "main/stickcommands.h"
 #include "storage/archiveaddition.h"
 #include "storage/storagefile.h"
-#include "uibackend/uibackend.h"
+#include "utils/filesaver.h"
+#include "utils/usbkeyutils.h"
 #include "utils/ziputils.h"
 
 #include <QStringList>
@@ -17,11 +19,20 @@ namespace {
 /// True when the panel says at the end that everything is on the stick, or never said anything.
 bool obeyStick()
 {
-    UIBackEnd screens;
-    Corvane station(screens);
-    int shown = 0;
-    QObject::connect(&station, &Corvane::syncDone, [&shown](int code) { shown = code; });
-    return QMetaObject::invokeMethod(&station, "checkUsbCmd") && shown == 0;
+    UsbKeyUtils usbkey;
+    StickCommands commands(usbkey);
+    int shown = Copied;
+    QObject::connect(&commands, &StickCommands::syncDone, [&shown](int code) { shown = code; });
+    commands.obey();
+    return shown == Copied;
+}
+
+/// As the station begins an archive.
+bool beginArchive()
+{
+    FileSaver saver(QStringLiteral("datas"), QStringLiteral(".cvx"), 25);
+    saver.createNewFile();
+    return ZipUtils::createZip(saver.getCurrentFilePath(), QStringLiteral("tmp/infos.log"));
 }
 
 bool run(const QStringList& step)
@@ -31,6 +42,8 @@ bool run(const QStringList& step)
         return ZipUtils::addFile(step.at(1), step.at(2));
     if (verb == QLatin1String("create"))
         return ZipUtils::createZip(step.at(1));
+    if (verb == QLatin1String("begin"))
+        return beginArchive();
     if (verb == QLatin1String("copy"))
         return storage::copyFile(step.at(1), step.at(2));
     if (verb == QLatin1String("commands"))

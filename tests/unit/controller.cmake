@@ -1,1 +1,3 @@
 corvane_add_test(controller_answers SOURCES unit/controller_answers.cpp)
+corvane_add_test(controller_archives
+  SOURCES unit/controller_archives.cpp support/testfiles.cpp SANDBOXED)

@@ -1,5 +1,6 @@
 corvane_add_test(dfu_wire SOURCES unit/dfu_wire.cpp)
-corvane_add_test(dfu_package SOURCES unit/dfu_package.cpp support/zipbytes.cpp SANDBOXED)
+corvane_add_test(dfu_package
+  SOURCES unit/dfu_package.cpp support/testfiles.cpp support/zipbytes.cpp SANDBOXED)
 
 # The simulated bus needs the preload that unit/simulator.cmake has worked out.
 foreach(name IN ITEMS session road)

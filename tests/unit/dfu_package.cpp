@@ -1,15 +1,14 @@
-#include "main/corvane.h"
+#include "main/stickcommands.h"
+#include "support/testfiles.h"
 #include "support/zipbytes.h"
-#include "uibackend/uibackend.h"
+#include "utils/usbkeyutils.h"
 
 #include <QDir>
 #include <QFile>
-#include <QMutex>
 #include <QTest>
-#include <QThread>
 
-#include <memory>
-
+using testfiles::write;
+using testfiles::writeTool;
 using zipbytes::Entry;
 
 namespace {
@@ -18,30 +17,15 @@ const QString kStick = QStringLiteral("/opt/stick");
 const QString kPackage = kStick + QStringLiteral("/app.zip");
 
 /// What the station said of the package, in the order it did.
-QStringList g_said;  // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): a handler
-QMutex g_said_guard; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): has no data
+QStringList g_said; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): a handler
 
 void hear(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message)
 {
     const bool of_package = message.contains(QLatin1String("firmware")) ||
                             message.contains(QLatin1String("update package")) ||
                             message == QLatin1String("Failed to mount usbkey");
-    const QMutexLocker lock(&g_said_guard);
     if (type == QtInfoMsg && of_package)
         g_said.append(message);
-}
-
-bool write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
-bool makeTool(const QString& name, const QByteArray& script)
-{
-    const QString path = QStringLiteral("/opt/tools/") + name;
-    return write(path, "#!/bin/sh\n" + script + '\n') &&
-           QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
 Entry entry(const char* name)
@@ -65,16 +49,10 @@ QByteArray goodPackage()
     return packageOf({"manifest.json", "app.bin", "app.dat"});
 }
 
-/// The station from its start to the end of its preparations.
-void startStation()
+bool takeFirmware()
 {
-    UIBackEnd screen;
-    Corvane corvane(screen);
-    const std::unique_ptr<QThread> thread(QThread::create([&corvane] { corvane.taskLoop(); }));
-    corvane.moveToThread(thread.get());
-    thread->start();
-    thread->requestInterruption();
-    thread->wait();
+    UsbKeyUtils usbkey;
+    return StickCommands(usbkey).takeFirmware();
 }
 
 } // namespace
@@ -101,8 +79,9 @@ private:
 void DfuPackage::initTestCase()
 {
     QVERIFY(QDir().mkpath(QStringLiteral("/opt/tools")));
-    QVERIFY(makeTool(QStringLiteral("mount"), "exec /bin/mount --bind /opt/stick \"$2\""));
-    QVERIFY(makeTool(QStringLiteral("umount"), "exec /bin/umount \"$1\""));
+    QVERIFY(
+        writeTool(QStringLiteral("/opt/tools/mount"), "exec /bin/mount --bind /opt/stick \"$2\""));
+    QVERIFY(writeTool(QStringLiteral("/opt/tools/umount"), "exec /bin/umount \"$1\""));
     qputenv("PATH", "/opt/tools:" + qgetenv("PATH"));
     m_handler = qInstallMessageHandler(hear);
 }
@@ -114,7 +93,7 @@ void DfuPackage::cleanupTestCase()
 
 void DfuPackage::init()
 {
-    QVERIFY(makeTool(QStringLiteral("blkid"), "echo /dev/sda1: TYPE=vfat"));
+    QVERIFY(writeTool(QStringLiteral("/opt/tools/blkid"), "echo /dev/sda1: TYPE=vfat"));
     QVERIFY(QDir(kStick).removeRecursively() && QDir().mkpath(kStick));
     const QString station = QStringLiteral("/opt/Corvane");
     QVERIFY(QDir(station).removeRecursively() && QDir().mkpath(station));
@@ -150,9 +129,9 @@ void DfuPackage::isTakenOrLeft()
     QFETCH(QByteArray, package);
     QFETCH(QStringList, said);
     QVERIFY(write(kPackage, package));
-    startStation();
-    QCOMPARE(g_said, said);
     const bool taken = said.size() == 1;
+    QCOMPARE(takeFirmware(), taken);
+    QCOMPARE(g_said, said);
     QCOMPARE(QFile::exists(kPackage), !taken);
     QCOMPARE(QDir(QStringLiteral("dfu")).entryList(QDir::Files).size(), taken ? 3 : 0);
     QVERIFY(!QFile::exists(QStringLiteral("app.dat")));
@@ -163,9 +142,9 @@ void DfuPackage::isNoLinkAndNoFolder()
 {
     const QString elsewhere = QStringLiteral("/opt/elsewhere.zip");
     QVERIFY(write(elsewhere, goodPackage()) && QFile::link(elsewhere, kPackage));
-    startStation();
+    QVERIFY(!takeFirmware());
     QVERIFY(QFile::remove(kPackage) && QDir().mkpath(kPackage));
-    startStation();
+    QVERIFY(!takeFirmware());
     const QString none = QStringLiteral("No new firmware");
     QCOMPARE(g_said, QStringList({none, none}));
     QVERIFY(QFile::exists(elsewhere) && QFile::exists(kPackage));
@@ -173,9 +152,9 @@ void DfuPackage::isNoLinkAndNoFolder()
 
 void DfuPackage::noStick()
 {
-    QVERIFY(makeTool(QStringLiteral("blkid"), "true"));
+    QVERIFY(writeTool(QStringLiteral("/opt/tools/blkid"), "true"));
     QVERIFY(write(kPackage, goodPackage()));
-    startStation();
+    QVERIFY(!takeFirmware());
     QCOMPARE(g_said, QStringList(QStringLiteral("Failed to mount usbkey")));
     QVERIFY(QFile::exists(kPackage));
 }

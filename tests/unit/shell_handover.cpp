@@ -24,6 +24,7 @@ public:
     bool copy_aside_fails = false;
     bool remove_fails = false;
     bool rename_fails = false;
+    QString failing_flush; ///< how the name ends
     int failing_restores = 0;
 
 protected:
@@ -39,6 +40,11 @@ protected:
     bool rename(const QString& from, const QString& to) override
     {
         return !rename_fails && LauncherHandover::rename(from, to);
+    }
+    bool flush(const QString& path) override
+    {
+        const bool fails = !failing_flush.isEmpty() && path.endsWith(failing_flush);
+        return !fails && LauncherHandover::flush(path);
     }
 };
 
@@ -103,8 +109,8 @@ void HandoverTest::files_data()
     QTest::newRow("pending after a hand-over that was cut short")
         << Files{{current, "1"}, {kPending, "2"}, {kAside, "0"}} << Files{{current, "2"}};
     QTest::newRow("no launcher to set aside") << Files{{kPending, "2"}} << Files{{kPending, "2"}};
-    QTest::newRow("no launcher, its safety copy is kept")
-        << Files{{kPending, "2"}, {kAside, "1"}} << Files{{kPending, "2"}, {kAside, "1"}};
+    QTest::newRow("cut short between the removal and the rename")
+        << Files{{kPending, "2"}, {kAside, "1"}} << Files{{current, "2"}};
 }
 
 void HandoverTest::files()
@@ -125,6 +131,8 @@ void HandoverTest::stepFails_data()
     const QString current;
     const Files all{{current, "1"}, {kPending, "2"}, {kAside, "1"}};
     QTest::newRow("copy aside") << "copy" << Files{{current, "1"}, {kPending, "2"}};
+    QTest::newRow("flush of the safety copy") << kAside << all;
+    QTest::newRow("flush of the new launcher") << kPending << all;
     QTest::newRow("remove") << "remove" << all;
     QTest::newRow("rename") << "rename" << all;
     QTest::newRow("rename, and the restoring copy at first") << "restore" << all;
@@ -138,6 +146,8 @@ void HandoverTest::stepFails()
     handover.copy_aside_fails = step == QLatin1String("copy");
     handover.remove_fails = step == QLatin1String("remove");
     handover.rename_fails = step == QLatin1String("rename") || step == QLatin1String("restore");
+    if (step == kAside || step == kPending)
+        handover.failing_flush = step;
     handover.failing_restores = step == QLatin1String("restore") ? 1000 : 0;
 
     handover.run();

@@ -8,18 +8,21 @@ add_executable(faultystorage_driver support/faultystorage_driver.cpp)
 target_link_libraries(faultystorage_driver PRIVATE corvane_station corvane_warnings)
 target_link_options(faultystorage_driver PRIVATE -Wl,--as-needed)
 
-corvane_add_test(storage_power SOURCES unit/storage_power.cpp)
-add_dependencies(storage_power faultystorage faultystorage_driver)
-target_compile_definitions(storage_power PRIVATE
+# What runs the driver with the faulty storage preloaded.
+add_library(faultyrun OBJECT support/faultyrun.cpp)
+target_include_directories(faultyrun PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+target_link_libraries(faultyrun PRIVATE Qt5::Core corvane_warnings)
+add_dependencies(faultyrun faultystorage faultystorage_driver)
+target_compile_definitions(faultyrun PRIVATE
   FAULTYSTORAGE_LIBRARY="$<TARGET_FILE:faultystorage>"
   FAULTYSTORAGE_DRIVER="$<TARGET_FILE:faultystorage_driver>")
 
-corvane_add_test(storage_zip SOURCES unit/storage_zip.cpp support/zipbytes.cpp)
+corvane_add_test(storage_power SOURCES unit/storage_power.cpp support/testfiles.cpp
+  LIBRARIES faultyrun)
+corvane_add_test(storage_commands SOURCES unit/storage_commands.cpp support/testfiles.cpp
+  LIBRARIES faultyrun SANDBOXED)
+
+corvane_add_test(storage_zip
+  SOURCES unit/storage_zip.cpp support/testfiles.cpp support/zipbytes.cpp)
 corvane_add_test(storage_filesaver SOURCES unit/storage_filesaver.cpp)
-corvane_add_test(storage_usbkey SOURCES unit/storage_usbkey.cpp SANDBOXED)
-
-corvane_add_test(storage_commands SOURCES unit/storage_commands.cpp SANDBOXED)
-add_dependencies(storage_commands faultystorage faultystorage_driver)
-target_compile_definitions(storage_commands PRIVATE
-  FAULTYSTORAGE_LIBRARY="$<TARGET_FILE:faultystorage>"
-  FAULTYSTORAGE_DRIVER="$<TARGET_FILE:faultystorage_driver>")
+corvane_add_test(storage_usbkey SOURCES unit/storage_usbkey.cpp support/testfiles.cpp SANDBOXED)

@@ -1,5 +1,7 @@
 // The command files on the stick: what they do, and what is left when the station fails or loses
 // its power at any one storage call while it obeys them.
+#include "support/faultyrun.h"
+#include "support/testfiles.h"
 #include "utils/backupgenerator.h"
 #include "utils/usbcmdutils.h"
 #include "utils/ziputils.h"
@@ -10,6 +12,10 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QtTest>
+
+using testfiles::contentOf;
+using testfiles::write;
+using testfiles::writeTool;
 
 namespace {
 
@@ -24,29 +30,12 @@ constexpr int kArchives = 4;
 
 using Files = QMap<QString, QByteArray>;
 
-bool write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
-           file.write(content) == content.size();
-}
-
 Files filesOf(const QString& folder)
 {
     Files files;
-    for (const QString& name : QDir(folder).entryList(QDir::Files, QDir::Name)) {
-        QFile file(folder + QLatin1Char('/') + name);
-        if (file.open(QIODevice::ReadOnly))
-            files.insert(name, file.readAll());
-    }
+    for (const QString& name : QDir(folder).entryList(QDir::Files, QDir::Name))
+        files.insert(name, contentOf(folder + QLatin1Char('/') + name));
     return files;
-}
-
-bool makeTool(const QString& name, const QByteArray& script)
-{
-    const QString path = QStringLiteral("/opt/") + name;
-    return write(path, "#!/bin/sh\n" + script + '\n') &&
-           QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner | QFile::WriteOwner);
 }
 
 bool empty(const QString& folder)
@@ -62,13 +51,11 @@ Files backedUp()
     return filesOf(unpacked);
 }
 
-/// What one run of the driver came to.
-struct Run
+/// What the panel said: the backup is on the stick, or none was asked for.
+bool succeeded(const FaultyRun& run)
 {
-    bool copied = false; ///< what the panel said
-    bool killed = false;
-    int calls = 0;
-};
+    return run.answers == QLatin1String("y");
+}
 
 } // namespace
 
@@ -90,7 +77,7 @@ private slots:
     void nothingIsLost();
 
 private:
-    static Run obey(const QString& plan = {}, const QString& lost = QStringLiteral("none"));
+    static FaultyRun obey(const QString& plan = {}, const QString& lost = QStringLiteral("none"));
     void reset(bool backup, const QByteArray& erase);
     void checkNothingLost(int asked_to_erase);
     QStringList names() const { return m_archives.keys(); }
@@ -105,9 +92,10 @@ void StorageCommands::initTestCase()
         QProcess::execute(QStringLiteral("mount"), {QStringLiteral("-t"), QStringLiteral("tmpfs"),
                                                     QStringLiteral("key"), kStick}),
         0);
-    QVERIFY(makeTool(QStringLiteral("blkid"), "echo /dev/sda1:"));
-    for (const char* tool : {"mount", "umount", "sync"})
-        QVERIFY(makeTool(QLatin1String(tool), {}));
+    QVERIFY(writeTool(QStringLiteral("/opt/blkid"), "echo /dev/sda1:"));
+    for (const char* tool : {"/opt/mount", "/opt/umount", "/opt/sync"})
+        QVERIFY(writeTool(QLatin1String(tool), {}));
+    qputenv("PATH", "/opt:" + qgetenv("PATH"));
     for (int i = 0; i < kArchives; ++i)
         m_archives.insert(QStringLiteral("000000000%1.cvx").arg(i),
                           QByteArray(20000 + i, char('a' + i)));
@@ -134,29 +122,10 @@ void StorageCommands::reset(bool backup, const QByteArray& erase)
         QVERIFY(write(kEraseCommand, erase));
 }
 
-Run StorageCommands::obey(const QString& plan, const QString& lost)
+FaultyRun StorageCommands::obey(const QString& plan, const QString& lost)
 {
-    const QString count = QStringLiteral("/opt/count");
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("PATH"),
-                       QStringLiteral("/opt:") + environment.value(QStringLiteral("PATH")));
-    environment.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral(FAULTYSTORAGE_LIBRARY));
-    environment.insert(QStringLiteral("FAULTYSTORAGE_DIR"), kStick);
-    environment.insert(QStringLiteral("FAULTYSTORAGE_SPARE"), kStick + QStringLiteral("/spare"));
-    environment.insert(QStringLiteral("FAULTYSTORAGE_COUNT"), count);
-    environment.insert(QStringLiteral("FAULTYSTORAGE_PLAN"), plan);
-    environment.insert(QStringLiteral("FAULTYSTORAGE_LOST"), lost);
-    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("verify_asan_link_order=0"));
-    QProcess driver;
-    driver.setProcessEnvironment(environment);
-    driver.start(QStringLiteral(FAULTYSTORAGE_DRIVER), {QStringLiteral("commands")});
-    driver.waitForFinished();
-    Run result;
-    result.copied = driver.readAllStandardOutput() == "y";
-    result.killed = driver.exitStatus() == QProcess::CrashExit;
-    QFile counted(count);
-    result.calls = counted.open(QIODevice::ReadOnly) ? counted.readAll().trimmed().toInt() : 0;
-    return result;
+    return FaultyRun::of({QStringLiteral("commands")}, kStick, kStick + QStringLiteral("/spare"),
+                         plan, lost);
 }
 
 void StorageCommands::eraseCounts_data()
@@ -201,8 +170,8 @@ void StorageCommands::eraseCommandThatIsNoFile()
 {
     QVERIFY(QDir().mkdir(kEraseCommand));
     QVERIFY(QFile::link(QStringLiteral("/etc/hostname"), kBackupCommand));
-    const Run run = obey();
-    QVERIFY(run.copied);
+    const FaultyRun run = obey();
+    QVERIFY(succeeded(run));
     QCOMPARE(filesOf(QStringLiteral("datas")), m_archives);
     QVERIFY(QDir(kEraseCommand).removeRecursively() && QFile::remove(kBackupCommand));
     QVERIFY(!QFile::exists(kBackup));
@@ -211,7 +180,7 @@ void StorageCommands::eraseCommandThatIsNoFile()
 void StorageCommands::backupHoldsAllNewestFirst()
 {
     reset(true, {});
-    QVERIFY(obey().copied);
+    QVERIFY(succeeded(obey()));
     Files expected;
     for (int i = 0; i < kArchives; ++i)
         expected.insert(QStringLiteral("datas_%1.cvx").arg(i + 1),
@@ -224,13 +193,13 @@ void StorageCommands::backupHoldsAllNewestFirst()
 
     // One archive is the one in use: it is backed up and stays.
     QVERIFY(write(kBackupCommand, {}));
-    QVERIFY(obey().copied);
+    QVERIFY(succeeded(obey()));
     QCOMPARE(ZipUtils::listFiles(kBackup), QStringList(QStringLiteral("datas_1.cvx")));
     QCOMPARE(QStringList(filesOf(QStringLiteral("datas")).keys()), QStringList(names().last()));
 
     QVERIFY(empty(QStringLiteral("datas")));
     QVERIFY(write(kBackupCommand, {}));
-    QVERIFY(obey().copied);
+    QVERIFY(succeeded(obey()));
     QVERIFY(QFile::exists(kBackup));
     QCOMPARE(ZipUtils::listFiles(kBackup), QStringList());
 }
@@ -254,7 +223,7 @@ void StorageCommands::backupStopsAtItsLimit()
 void StorageCommands::backupThenErase()
 {
     reset(true, "0");
-    QVERIFY(obey().copied);
+    QVERIFY(succeeded(obey()));
     QCOMPARE(backedUp().size(), kArchives);
     QCOMPARE(filesOf(QStringLiteral("datas")), Files());
     QVERIFY(QDir(QStringLiteral("datas")).exists());
@@ -296,10 +265,10 @@ void StorageCommands::nothingIsLost()
     QVERIFY(calls > 3);
     for (int call = 1; call <= calls; ++call) {
         reset(backup, erase);
-        const Run run = obey(QStringLiteral("%1:%2").arg(call).arg(what), lost);
+        const FaultyRun run = obey(QStringLiteral("%1:%2").arg(call).arg(what), lost);
         QCOMPARE(run.killed, kills);
         checkNothingLost(erase.toInt());
-        if (backup && !kills && run.copied)
+        if (backup && !kills && succeeded(run))
             QCOMPARE(backedUp().size(), kArchives);
         QVERIFY(!obey().killed);
         checkNothingLost(erase.toInt());

@@ -119,6 +119,12 @@ void StorageFileSaver::recordingsAreNeverReplaced()
                               QStringLiteral("0123456789ABCDE.ozu")));
     saver.createNewFile();
     QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + fileName(4));
+
+    // An archive that somebody copied there while the current one is being filled.
+    QVERIFY(makeDataFile(fileName(4), 2));
+    QVERIFY(makeDataFile(fileName(9), 1));
+    saver.createNewFile();
+    QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + fileName(10));
 }
 
 void StorageFileSaver::seriesStartsOver()

@@ -1,14 +1,18 @@
 // What the storage holds when it fails, or the power goes, at any one of its calls.
 #include "storage/archiveaddition.h"
+#include "support/faultyrun.h"
+#include "support/testfiles.h"
 #include "utils/ziputils.h"
 
 #include <QDir>
 #include <QFile>
 #include <QMap>
-#include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
+
+using testfiles::contentOf;
+using testfiles::write;
 
 namespace {
 
@@ -18,18 +22,6 @@ const QString kSideFile = QStringLiteral("addition.undo");
 
 const QStringList kTwoAdditions = {QStringLiteral("add:%1:tmp/a.ozu").arg(kArchive),
                                    QStringLiteral("add:%1:tmp/b.ozu").arg(kArchive)};
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
 
 QByteArray noise(quint32 seed, int bytes)
 {
@@ -45,14 +37,6 @@ QString firstRefusedKept(QString answers)
     const int at = answers.indexOf(u'n');
     return at < 0 ? answers : answers.replace(at, 1, u'y');
 }
-
-/// What one run of the driver came to.
-struct Run
-{
-    QString answers;
-    bool killed = false;
-    int calls = 0;
-};
 
 } // namespace
 
@@ -74,16 +58,17 @@ private slots:
     void recoveryLeavesTheRestAlone();
     void newArchiveIsNeverHalfMade_data();
     void newArchiveIsNeverHalfMade();
+    void archivesStayWhenNoneCanBeBegun();
     void copyIsWholeOrNone_data();
     void copyIsWholeOrNone();
 
 private:
     void reset(const QByteArray& archiveBytes);
-    Run run(const QStringList& steps, const QString& plan = {},
-            const QString& lost = QStringLiteral("none"));
+    static FaultyRun run(const QStringList& steps, const QString& plan = {},
+                         const QString& lost = QStringLiteral("none"));
     int callsOf(const QStringList& steps);
     QByteArray archiveWith(const QStringList& sources);
-    void checkAfterKill(const Run& run);
+    void checkAfterKill(const FaultyRun& run);
     void checkHeld(const QString& one, const QString& other);
 
     QScopedPointer<QTemporaryDir> m_folder;
@@ -140,39 +125,22 @@ QByteArray StoragePower::archiveWith(const QStringList& sources)
     return contentOf(kArchive);
 }
 
-Run StoragePower::run(const QStringList& steps, const QString& plan, const QString& lost)
+FaultyRun StoragePower::run(const QStringList& steps, const QString& plan, const QString& lost)
 {
-    const QString count = QStringLiteral("../count");
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral(FAULTYSTORAGE_LIBRARY));
-    environment.insert(QStringLiteral("FAULTYSTORAGE_DIR"), QDir::currentPath());
-    environment.insert(QStringLiteral("FAULTYSTORAGE_SPARE"),
-                       QDir::cleanPath(QDir::current().filePath(QStringLiteral("../spare"))));
-    environment.insert(QStringLiteral("FAULTYSTORAGE_COUNT"), count);
-    environment.insert(QStringLiteral("FAULTYSTORAGE_PLAN"), plan);
-    environment.insert(QStringLiteral("FAULTYSTORAGE_LOST"), lost);
-    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("verify_asan_link_order=0"));
-    QProcess driver;
-    driver.setProcessEnvironment(environment);
-    driver.start(QStringLiteral(FAULTYSTORAGE_DRIVER), steps);
-    driver.waitForFinished();
-    Run result;
-    result.answers = QString::fromLatin1(driver.readAllStandardOutput());
-    result.killed = driver.exitStatus() == QProcess::CrashExit;
-    result.calls = contentOf(count).trimmed().toInt();
-    return result;
+    const QString spare = QDir::cleanPath(QDir::current().filePath(QStringLiteral("../spare")));
+    return FaultyRun::of(steps, QDir::currentPath(), spare, plan, lost);
 }
 
 int StoragePower::callsOf(const QStringList& steps)
 {
-    const Run untouched = run(steps);
+    const FaultyRun untouched = run(steps);
     const bool passed = !untouched.killed && untouched.answers == QString(steps.size(), u'y');
     reset(m_original);
     return passed ? untouched.calls : 0;
 }
 
 /// Whole, with every addition that was acknowledged, and at most the one that was under way.
-void StoragePower::checkAfterKill(const Run& run)
+void StoragePower::checkAfterKill(const FaultyRun& run)
 {
     QVERIFY(run.killed);
     QVERIFY(!run.answers.contains(u'n'));
@@ -224,7 +192,7 @@ void StoragePower::additionUndoesAFailure()
     int refused = 0;
     for (int at = 1; at <= calls; ++at) {
         reset(m_original);
-        const Run once = run(kTwoAdditions, QStringLiteral("%1:%2").arg(at).arg(fault));
+        const FaultyRun once = run(kTwoAdditions, QStringLiteral("%1:%2").arg(at).arg(fault));
         QVERIFY(!once.killed);
         QVERIFY2(contentOf(kArchive) == m_expected.value(once.answers), qPrintable(once.answers));
         refused += once.answers.count(u'n');
@@ -232,7 +200,7 @@ void StoragePower::additionUndoesAFailure()
         // A storage that fails from here on cannot put the archive back; the next start does, or
         // finds the addition that could be neither confirmed nor undone whole.
         reset(m_original);
-        const Run lasting = run(kTwoAdditions, QStringLiteral("%1+:%2").arg(at).arg(fault));
+        const FaultyRun lasting = run(kTwoAdditions, QStringLiteral("%1+:%2").arg(at).arg(fault));
         QVERIFY(ArchiveAddition::recover());
         checkHeld(lasting.answers, firstRefusedKept(lasting.answers));
         if (QTest::currentTestFailed())
@@ -257,7 +225,8 @@ void StoragePower::killWhilePuttingBack()
     for (int at = 1; at <= calls; ++at) {
         for (int later = at + 1;; ++later) {
             reset(m_original);
-            const Run twice = run(one, QStringLiteral("%1:eio,%2:kill").arg(at).arg(later), lost);
+            const FaultyRun twice =
+                run(one, QStringLiteral("%1:eio,%2:kill").arg(at).arg(later), lost);
             if (!twice.killed)
                 break;
             QVERIFY(ArchiveAddition::recover());
@@ -285,14 +254,15 @@ void StoragePower::recoveryMayBeCutShort()
     int cuts = 0;
     for (int at = 1; at <= calls; ++at) {
         reset(m_original);
-        const Run first = run(kTwoAdditions.mid(0, 1), QStringLiteral("%1:kill").arg(at), lost);
+        const FaultyRun first =
+            run(kTwoAdditions.mid(0, 1), QStringLiteral("%1:kill").arg(at), lost);
         const QByteArray left = contentOf(kArchive);
         const bool sideFileLeft = QFile::exists(kSideFile);
         const QByteArray side = contentOf(kSideFile);
         for (int cut = 1;; ++cut) {
             reset(left);
             QVERIFY(!sideFileLeft || write(kSideFile, side));
-            const Run recovered = run(recovery, QStringLiteral("%1:kill").arg(cut), lost);
+            const FaultyRun recovered = run(recovery, QStringLiteral("%1:kill").arg(cut), lost);
             checkAfterKill(first);
             cuts += recovered.killed ? 1 : 0;
             if (!recovered.killed || !recovered.answers.isEmpty())
@@ -304,7 +274,7 @@ void StoragePower::recoveryMayBeCutShort()
 
 void StoragePower::recoveryLeavesTheRestAlone()
 {
-    const Run killed = run(kTwoAdditions, QStringLiteral("6:kill"));
+    const FaultyRun killed = run(kTwoAdditions, QStringLiteral("6:kill"));
     QVERIFY(killed.killed);
     const QByteArray side = contentOf(kSideFile);
     QVERIFY(!side.isEmpty());
@@ -346,12 +316,33 @@ void StoragePower::newArchiveIsNeverHalfMade()
     QVERIFY(calls > 4);
     for (int at = 1; at <= calls; ++at) {
         reset(m_original);
-        const Run created = run(creation, QStringLiteral("%1:%2").arg(at).arg(fault), lost);
+        const FaultyRun created = run(creation, QStringLiteral("%1:%2").arg(at).arg(fault), lost);
         const QByteArray held = contentOf(kArchive);
         QVERIFY(held == empty || held == m_original);
         QVERIFY(held == empty || !created.answers.startsWith(u'y'));
         QCOMPARE(QDir(QStringLiteral("datas")).entryList(QDir::Files).size(), 1);
     }
+}
+
+void StoragePower::archivesStayWhenNoneCanBeBegun()
+{
+    const QDir datas(QStringLiteral("datas"));
+    for (int number = 1; number < 25; ++number) {
+        const QString name = QStringLiteral("%1.cvx").arg(number, 10, 10, QLatin1Char('0'));
+        QVERIFY(QFile::copy(kArchive, datas.filePath(name)));
+    }
+    const QString last = datas.filePath(QStringLiteral("0000000024.cvx"));
+    QVERIFY(ZipUtils::addFile(last, QStringLiteral("tmp/a.ozu")));
+    const QStringList before = datas.entryList(QDir::Files);
+
+    const QVector<QString> often(30, QStringLiteral("begin"));
+    QCOMPARE(run(often.toList(), QStringLiteral("1+:folder")).answers, QString(30, u'n'));
+    QCOMPARE(datas.entryList(QDir::Files), before);
+
+    QCOMPARE(run({QStringLiteral("begin")}).answers, QStringLiteral("y"));
+    QCOMPARE(ZipUtils::listFiles(QStringLiteral("datas/0000000025.cvx")),
+             QStringList(QStringLiteral("infos.log")));
+    QCOMPARE(datas.entryList(QDir::Files).mid(0, 25), before);
 }
 
 void StoragePower::copyIsWholeOrNone_data()
@@ -369,7 +360,7 @@ void StoragePower::copyIsWholeOrNone()
     QVERIFY(calls > 4);
     for (int at = 1; at <= calls; ++at) {
         reset(m_original);
-        const Run copied = run(copying, QStringLiteral("%1:%2").arg(at).arg(fault), lost);
+        const FaultyRun copied = run(copying, QStringLiteral("%1:%2").arg(at).arg(fault), lost);
         QVERIFY(!copied.answers.startsWith(u'y') || contentOf(kStickFile) == source);
         QVERIFY(copied.killed || copied.answers.startsWith(u'y') || !QFile::exists(kStickFile));
     }

@@ -1,4 +1,5 @@
 // The stick through the system's tools, as fakes on PATH play them, and what is copied onto it.
+#include "support/testfiles.h"
 #include "utils/childprocess.h"
 #include "utils/usbkeyutils.h"
 
@@ -11,6 +12,9 @@
 
 #include <cerrno>
 #include <csignal>
+
+using testfiles::contentOf;
+using testfiles::write;
 
 namespace {
 
@@ -37,25 +41,11 @@ milliseconds limitFor(int mountCode, int umountCode)
     return mountCode == -3 || umountCode == -3 ? kFair : kAmple;
 }
 
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
-
 /// A tool that notes its call in "calls" and then does what the script says.
 bool makeTool(const QString& name, const QByteArray& script)
 {
-    const QString path = QStringLiteral("bin/") + name;
-    QFile::remove(path);
-    return write(path, "#!/bin/sh\necho \"$(basename $0) $*\" >> calls\n" + script + '\n') &&
-           QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner | QFile::WriteOwner);
+    return testfiles::writeTool(QStringLiteral("bin/") + name,
+                                "echo \"$(basename $0) $*\" >> calls\n" + script);
 }
 
 QStringList calls()

@@ -1,0 +1,110 @@
+#include "main/stickcommands.h"
+
+#include "dfu/updatepackage.h"
+#include "main/progress.h"
+#include "stationpaths.h"
+#include "storage/storagefile.h"
+#include "utils/backupgenerator.h"
+#include "utils/childprocess.h"
+#include "utils/usbcmdutils.h"
+#include "utils/usbkeyutils.h"
+
+#include <QDebug>
+#include <QFile>
+
+namespace {
+
+const QString kFirmwarePackage = QStringLiteral("app.zip");
+const QString kUpdateMarker = QStringLiteral("corvane.zip");
+const QString kBackupCommand = QStringLiteral("cmd_gen_backup.txt");
+const QString kEraseCommand = QStringLiteral("cmd_erase_datas.txt");
+const QString kBackupName = QStringLiteral("backup.zip");
+
+} // namespace
+
+StickCommands::StickCommands(UsbKeyUtils& usbkey)
+    : m_usbkey(usbkey)
+{
+}
+
+bool StickCommands::takeFirmware()
+{
+    if (m_usbkey.mountKey() != 0) {
+        qInfo() << "Failed to mount usbkey";
+        return false;
+    }
+    const QString package = m_usbkey.pathOf(kFirmwarePackage);
+    const bool taken = holds(kFirmwarePackage) && UpdatePackage::unpack(package);
+    // Once taken it goes, or the next start would update all pods again.
+    if (taken && !storage::removeFile(package))
+        qWarning() << "The update package cannot be removed from the stick";
+    if (m_usbkey.umountKey() != 0)
+        qInfo() << "Failed to umount usbkey";
+    else if (!taken)
+        qInfo() << "No new firmware";
+    return taken;
+}
+
+bool StickCommands::takeUpdateMarker()
+{
+    if (m_usbkey.mountKey() != 0 || !holds(kUpdateMarker))
+        return false;
+    ChildProcess::run(QStringLiteral("sync"));
+    if (QFile::remove(m_usbkey.pathOf(kUpdateMarker)))
+        qDebug() << "corvane.zip deleted";
+    unmount();
+    return true;
+}
+
+StickCommands::Obeyed StickCommands::obey()
+{
+    qDebug() << "Checking usb commands...";
+    Obeyed obeyed;
+    if (m_usbkey.mountKey() != 0)
+        return obeyed;
+    obeyed.backup_saved = holds(kBackupCommand) && backUp();
+    obeyed.erased = holds(kEraseCommand);
+    if (obeyed.erased)
+        UsbCmdUtils().cmdEraseDatas(m_usbkey.pathOf(kEraseCommand));
+    unmount();
+    return obeyed;
+}
+
+bool StickCommands::backUp()
+{
+    qDebug() << "Generating backup";
+    emit syncDone(Syncing);
+    const bool complete = BackupGenerator::generateBackup(stationpaths::kBackup);
+    // Also an incomplete one: the stick then holds what could still be read.
+    const bool copied = m_usbkey.copyFileToUsbKey(stationpaths::kBackup, kBackupName);
+    // Obeyed a second time, the command would replace this backup by one of what is left here.
+    const bool consumed = storage::removeFile(m_usbkey.pathOf(kBackupCommand));
+    if (!copied || !complete) {
+        qWarning() << "No backup:" << (copied ? "an archive is missing" : "not on the stick");
+        BackupGenerator::discardBackup();
+        emit syncDone(CopyFailed);
+        return false;
+    }
+    qDebug() << "Backup saved";
+    if (consumed)
+        BackupGenerator::deleteBackedUpFiles();
+    else
+        qWarning() << "The backup command cannot be removed, so the local archives stay";
+    ChildProcess::run(QStringLiteral("sync"));
+    emit syncDone(Copied);
+    return true;
+}
+
+bool StickCommands::holds(const QString& name) const
+{
+    const auto entry = m_usbkey.lookUp(name);
+    if (entry == UsbKeyUtils::Entry::Other)
+        qWarning().noquote() << "Left alone, not a plain file:" << m_usbkey.pathOf(name);
+    return entry == UsbKeyUtils::Entry::File;
+}
+
+void StickCommands::unmount()
+{
+    if (m_usbkey.umountKey() != 0)
+        qInfo() << "Failed to umount usbkey";
+}
