@@ -49,7 +49,6 @@ Pod::~Pod()
     // would wait for this pod for ever.
     if (m_ticket->abandon() == ArchiveTicket::Answer::Refused && !m_answered)
         emit syncInProgress(true);
-    LibUsbUtils().forceCloseDevice(m_dev_handle);
     qDebug() << "Pod destructor";
 }
 
@@ -69,7 +68,7 @@ void Pod::tasks()
         return;
     }
     try {
-        LibUsbUtils().openDevice(m_dev.get(), m_dev_handle);
+        LibUsbUtils().openDevice(m_dev.get(), m_dev_handle.receive());
         if (m_new_firmware) {
             PodUpdater::putInDfu(*this);
             emit restarting(m_dev);
@@ -86,15 +85,16 @@ void Pod::tasks()
 uint8_t Pod::command(uint8_t byte)
 {
     uint8_t ack = 0;
-    LibUsbUtils().writeData(m_dev_handle, &byte, 1, podprotocol::kTimeoutMs);
-    LibUsbUtils().readData(m_dev_handle, &ack, 1, podprotocol::kTimeoutMs);
+    LibUsbUtils().writeData(m_dev_handle.get(), &byte, 1, podprotocol::kTimeoutMs);
+    LibUsbUtils().readData(m_dev_handle.get(), &ack, 1, podprotocol::kTimeoutMs);
     return ack;
 }
 
 void Pod::readUDID()
 {
     command(podprotocol::kReadUdid); // unchecked: the read-out that follows tells a broken pod
-    LibUsbUtils().readData(m_dev_handle, m_pod_udid.data(), kUdidBytes, podprotocol::kTimeoutMs);
+    LibUsbUtils().readData(m_dev_handle.get(), m_pod_udid.data(), kUdidBytes,
+                           podprotocol::kTimeoutMs);
 
     QString name = QString::fromLatin1(
         QByteArray(reinterpret_cast<const char*>(m_pod_udid.data()), kUdidBytes).toHex().toUpper());
@@ -115,7 +115,7 @@ void Pod::downloadData()
     } catch (...) {
         m_ticket->release();
         errorHandler();
-        LibUsbUtils().forceCloseDevice(m_dev_handle);
+        m_dev_handle.close();
     }
 }
 
@@ -174,7 +174,7 @@ void Pod::pollCharge()
     if (thread()->isInterruptionRequested())
         return;
     uint8_t status = 0;
-    if (LibUsbUtils().readData(m_dev_handle, &status, 1, podprotocol::kTimeoutMs) < 1)
+    if (LibUsbUtils().readData(m_dev_handle.get(), &status, 1, podprotocol::kTimeoutMs) < 1)
         return; // the pod said nothing: the screen keeps what it last said
     m_pod_charged = status == podprotocol::kCharged;
     emit setChargingState(m_idx, status);
@@ -183,7 +183,7 @@ void Pod::pollCharge()
 void Pod::startDfu(const UsbDeviceRef& dev)
 {
     // The handle is of a device that has left. Closing it tells nobody anything.
-    LibUsbUtils().forceCloseDevice(m_dev_handle);
+    m_dev_handle.close();
     m_dev = dev;
     setUpdateDone(false);
     try {
@@ -200,9 +200,9 @@ void Pod::startDfu(const UsbDeviceRef& dev)
 void Pod::chargeUpdated(const UsbDeviceRef& dev)
 {
     try {
-        LibUsbUtils().forceCloseDevice(m_dev_handle);
+        m_dev_handle.close();
         m_dev = dev;
-        LibUsbUtils().openDevice(m_dev.get(), m_dev_handle);
+        LibUsbUtils().openDevice(m_dev.get(), m_dev_handle.receive());
     } catch (...) {
         errorHandler();
         return;

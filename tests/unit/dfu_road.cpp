@@ -369,9 +369,9 @@ void DfuRoad::isUpdatingBeforeItRestarts()
         Qt::DirectConnection);
     const UsbDeviceRef device = m_bench->plug(0, emptyPod());
     Pod pod(0, device, m_bench->screen());
-    libusb_device_handle* handle = nullptr;
-    LibUsbUtils().openDevice(device.get(), handle);
-    pod.setDevHandle(handle);
+    UsbHandle handle;
+    LibUsbUtils().openDevice(device.get(), handle.receive());
+    pod.setDevHandle(std::move(handle));
     told = &pod;
     PodUpdater::putInDfu(pod);
     QVERIFY(updating);
