@@ -7,16 +7,16 @@
 #include "utils/libusbutils.h"
 
 #include <QDebug>
-#include <QScopeGuard>
+
+#include <utility>
 
 namespace {
 
 void openBootloader(Pod& pod)
 {
-    libusb_device_handle* handle = pod.getDevHandle();
-    // Also when it throws: what is open by then is the pod's to close.
-    const auto store = qScopeGuard([&] { pod.setDevHandle(handle); });
-    LibUsbUtils().configACM(pod.getDev(), handle);
+    UsbHandle handle;
+    LibUsbUtils().configACM(pod.getDev(), handle.receive());
+    pod.setDevHandle(std::move(handle));
 }
 
 } // namespace

@@ -1,13 +1,11 @@
 #pragma once
 
 #include "main/archiveticket.h"
-#include "usb/usbcontext.h"
+#include "main/deviceslot.h"
 #include "utils/usbkeyutils.h"
 
 #include <QByteArray>
-#include <QDeadlineTimer>
 #include <QObject>
-#include <QPointer>
 #include <QString>
 
 #include <array>
@@ -17,8 +15,6 @@
 
 class Discovery;
 class FileSaver;
-class Pod;
-class QThread;
 class UIBackEnd;
 
 /// The station controller. Made by main, lives on a thread of its own whose start runs taskLoop,
@@ -30,27 +26,7 @@ class Corvane : public QObject
 public:
     static constexpr int kSlotCount = 30;
 
-    /// One place for a pod. It owns neither object: both delete themselves after Pod::finished.
-    /// Belongs to the discovery thread.
-    struct device_slot_ts
-    {
-        QPointer<Pod> pod;
-        QPointer<QThread> workThread;
-        UsbDeviceRef device; ///< as which the pod is served at present, or was before it restarted
-        bool left = false;   ///< that device is off the bus: the pod is between its two modes
-        /// By when a pod that was told to restart has to be back.
-        QDeadlineTimer return_limit{QDeadlineTimer::Forever};
-
-        /// Makes the pod and its worker thread, wires them and starts the thread.
-        /// `dfu`: the device is a pod's bootloader.
-        void start(int idx, const UsbDeviceRef& dev, Corvane& controller, UIBackEnd& backend,
-                   bool dfu);
-        /// The pod is on the bus as this device.
-        void serveAs(const UsbDeviceRef& dev);
-        /// Forgets both, however long they take to wind down: the place is free for the next pod.
-        void clean();
-        bool occupied() const { return !pod.isNull() && !workThread.isNull(); }
-    };
+    using device_slot_ts = ::device_slot_ts;
 
     /// How long no pod is plugged in or out before the next archive is begun.
     static constexpr std::chrono::milliseconds kArchiveInterval = std::chrono::hours(3);
@@ -66,6 +42,7 @@ public:
     UIBackEnd& uibackend;
     std::array<device_slot_ts, kSlotCount> device_slots; ///< discovery thread
     std::atomic<int> nb_pods_connected{0};               ///< written by discovery
+    bool new_firmware = false;                           ///< set before discovery starts
 
 public slots:
     /// Runs until the thread is asked to stop (QThread::requestInterruption, then quit).
@@ -100,7 +77,6 @@ private:
     bool isIdle() const;
     void exportArchive();
 
-    bool new_firmware = false; ///< set before discovery starts
     int m_nb_pods_zipped = 0;
     int m_nb_pods_exported = 0; ///< of those zipped, how many a stick has got
     int m_nb_pods_empty = 0;

@@ -1,23 +1,20 @@
+#include "main/deviceslot.h"
+
 #include "main/corvane.h"
 #include "main/pod.h"
 
 #include <QDebug>
 #include <QThread>
 
-void Corvane::device_slot_ts::start(int idx, const UsbDeviceRef& dev, Corvane& controller,
-                                    UIBackEnd& backend, bool dfu)
-{
-    auto* const thread = new QThread;
-    auto* const newcomer = new Pod(idx, dev, backend, dfu, controller.new_firmware);
-    workThread = thread;
-    pod = newcomer;
-    serveAs(dev);
-    newcomer->moveToThread(thread);
+namespace {
 
-    connect(thread, &QThread::started, newcomer, &Pod::tasks, Qt::QueuedConnection);
+/// From the start of the thread to the end of both.
+void wireLifetime(QThread* thread, Pod* pod)
+{
+    QObject::connect(thread, &QThread::started, pod, &Pod::tasks, Qt::QueuedConnection);
     // Its own thread, never the slot's: the slot may hold the next pod's by then.
-    connect(
-        newcomer, &QObject::destroyed, newcomer,
+    QObject::connect(
+        pod, &QObject::destroyed, pod,
         [thread] {
             qDebug() << "Pod destroyed";
             thread->quit();
@@ -25,42 +22,58 @@ void Corvane::device_slot_ts::start(int idx, const UsbDeviceRef& dev, Corvane& c
         Qt::DirectConnection);
     // First the pod, whose end quits the thread: a thread object deleted while its pod still closes
     // the device would hold up discovery.
-    connect(newcomer, &Pod::finished, newcomer, &QObject::deleteLater);
-    connect(thread, &QThread::finished, newcomer, &QObject::deleteLater, Qt::DirectConnection);
+    QObject::connect(pod, &Pod::finished, pod, &QObject::deleteLater);
+    QObject::connect(thread, &QThread::finished, pod, &QObject::deleteLater, Qt::DirectConnection);
     // Only now: deleting a thread that still runs, in a transfer say, would abort the program.
-    connect(thread, SIGNAL(finished()), thread, SLOT(deleteLater()));
-    connect(
+    QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    QObject::connect(
         thread, &QThread::finished, thread, [] { qDebug() << "Thread finished"; },
         Qt::DirectConnection);
-    connect(
+    QObject::connect(
         thread, &QObject::destroyed, thread, [] { qDebug() << "QThread destroyed"; },
         Qt::DirectConnection);
+}
+
+void wireController(Pod* pod, Corvane* controller)
+{
     // The ticket travels with the queued call, so that it outlives the pod. After the answer nobody
     // needs the file: freed here, its room is there for the very next addition.
-    connect(
-        newcomer, &Pod::dataReady, &controller,
-        [&controller, ticket = newcomer->ticket()](const QString& path, int index) {
-            controller.zipFile(path, index, ticket);
+    QObject::connect(
+        pod, &Pod::dataReady, controller,
+        [controller, ticket = pod->ticket()](const QString& path, int index) {
+            controller->zipFile(path, index, ticket);
             ticket->file.release();
         },
         Qt::QueuedConnection);
-    connect(&controller, &Corvane::fileZipped, newcomer, &Pod::erasePod, Qt::QueuedConnection);
-    connect(newcomer, &Pod::podEmpty, &controller, &Corvane::podIsEmpty, Qt::QueuedConnection);
-    connect(newcomer, &Pod::syncInProgress, &controller, &Corvane::nbPodsInSync);
-
-    thread->start();
+    QObject::connect(controller, &Corvane::fileZipped, pod, &Pod::erasePod, Qt::QueuedConnection);
+    QObject::connect(pod, &Pod::podEmpty, controller, &Corvane::podIsEmpty, Qt::QueuedConnection);
+    QObject::connect(pod, &Pod::syncInProgress, controller, &Corvane::nbPodsInSync);
 }
 
-void Corvane::device_slot_ts::serveAs(const UsbDeviceRef& dev)
+} // namespace
+
+void device_slot_ts::start(int idx, const UsbDeviceRef& dev, Corvane& controller,
+                           UIBackEnd& backend, bool dfu)
 {
+    workThread = new QThread;
+    pod = new Pod(idx, dev, backend, dfu, controller.new_firmware);
     device = dev;
-    left = false;
-    return_limit = QDeadlineTimer(QDeadlineTimer::Forever);
+    pod->moveToThread(workThread);
+    wireLifetime(workThread, pod);
+    wireController(pod, &controller);
+
+    workThread->start();
+    if (workThread->isRunning())
+        return;
+    qCritical() << "No thread for the pod, index:" << idx;
+    delete pod;
+    delete workThread;
+    clean();
 }
 
-void Corvane::device_slot_ts::clean()
+void device_slot_ts::clean()
 {
     pod.clear();
     workThread.clear();
-    serveAs(UsbDeviceRef());
+    device = UsbDeviceRef();
 }

@@ -1,21 +1,22 @@
 #pragma once
 
 #include "main/corvane.h"
+#include "usb/hotplugregistration.h"
 #include "usb/usbcontext.h"
 
-#include <QDeadlineTimer>
 #include <QObject>
 
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <memory>
-#include <optional>
-#include <vector>
 
-/// Watches the USB bus for pods, in their normal mode and in their bootloader, and serves each in
-/// the slot that its place on the hubs gives. Lives on the discovery thread, which Start keeps
-/// until it is stopped; owned by the task loop.
+class Place;
+class QThread;
+
+/// Watches the USB bus for pods, in their normal mode and in their bootloader, and tells each
+/// pod's place on the hubs. Lives on the discovery thread, which Start keeps until it is stopped;
+/// owned by the task loop.
 ///
 /// libusb runs the hot-plug callbacks on whichever thread handles its events, a worker in a
 /// transfer included: they only reference the device and pass it on, and all else runs on this
@@ -60,44 +61,21 @@ signals:
 private:
     static int LIBUSB_CALL OnUsbHotplugCallback(libusb_context* ctx, libusb_device* dev,
                                                 libusb_hotplug_event event, void* user_data);
-    struct Hotplug
-    {
-        UsbDeviceRef dev;
-        int event;
-        bool dfu; ///< the device is a pod's bootloader
-    };
-
     void OnUsbHotplug(const UsbDeviceRef& dev, int event);
-    void serve(int idx, const Hotplug& hotplug);
-    void onArrival(int idx, const UsbDeviceRef& dev);
-    void onRemoval(int idx, const UsbDeviceRef& dev);
-    void onDfuArrival(int idx, const UsbDeviceRef& dev);
-    void onDfuRemoval(int idx, const UsbDeviceRef& dev);
-    void startPod(int idx, const UsbDeviceRef& dev, bool dfu);
-    void endPod(int idx);
-
-    /// The pod in this place is to leave the bus and come back.
-    void awaitReturn(int idx, const UsbDeviceRef& dev);
-    void onUpdateJudged(int idx, const UsbDeviceRef& dev, bool done);
-    void replayHeld(int idx);
-    void giveOverduePlacesBack();
-    void endOverdue(int idx);
+    /// windDown waits for it.
+    void countWorker(QThread* worker);
 
     bool registerCallbacks();
-    bool registerCallback(uint16_t product, libusb_hotplug_callback_handle& handle);
+    HotplugRegistration registerCallback(uint16_t product);
     void Loop();
     void handleEvents();
     void wake();
     void windDown();
 
-    Corvane& m_corvane;
-    const std::chrono::milliseconds m_return_limit;
     std::shared_ptr<UsbContext> m_usb;
-    libusb_hotplug_callback_handle m_handle = 0;
-    libusb_hotplug_callback_handle m_handle_dfu = 0;
-    /// Of a place whose bootloader has left: what happened there since, until the worker has said
-    /// how the update ended.
-    std::array<std::optional<std::vector<Hotplug>>, Corvane::kSlotCount> m_held;
+    std::array<Place*, Corvane::kSlotCount> m_places{}; ///< children
+    HotplugRegistration m_pods;
+    HotplugRegistration m_bootloaders;
     std::atomic<bool> m_started{false};
     std::atomic<int> m_live_workers{0}; ///< read by the controller once Start has returned
 };

@@ -5,6 +5,7 @@
 #include "downloader/downloadexception.h"
 #include "downloader/podprotocol.h"
 #include "main/progress.h"
+#include "stationpaths.h"
 #include "uibackend/uibackend.h"
 #include "utils/interruptiblesleep.h"
 #include "utils/libusbutils.h"
@@ -28,7 +29,7 @@ Pod::Pod(int idx, UsbDeviceRef dev, UIBackEnd& uibackend, bool dfu_mode, bool ne
     , m_uibackend(uibackend)
     , m_dfu_mode(dfu_mode)
     , m_new_firmware(new_firmware)
-    , m_ozu_file_path(QStringLiteral("tmp/"))
+    , m_ozu_file_path(stationpaths::kWork + QLatin1Char('/'))
 {
     connect(this, &Pod::setSyncProgress, &m_uibackend, &UIBackEnd::setPodSyncProgress);
     connect(this, &Pod::setUpdateProgress, &m_uibackend, &UIBackEnd::setPodUpdateProgress);
@@ -50,7 +51,6 @@ Pod::~Pod()
     // would wait for this pod for ever.
     if (m_ticket->answer.abandon() == std::optional(false) && !m_answered)
         emit syncInProgress(true);
-    LibUsbUtils().forceCloseDevice(m_dev_handle);
     qDebug() << "Pod destructor";
 }
 
@@ -70,7 +70,7 @@ void Pod::tasks()
         return;
     }
     try {
-        LibUsbUtils().openDevice(m_dev.get(), m_dev_handle);
+        LibUsbUtils().openDevice(m_dev.get(), m_dev_handle.receive());
         if (m_new_firmware) {
             PodUpdater::putInDfu(*this);
             emit restarting(m_dev);
@@ -87,20 +87,21 @@ void Pod::tasks()
 uint8_t Pod::command(uint8_t byte)
 {
     uint8_t ack = 0;
-    LibUsbUtils().writeData(m_dev_handle, &byte, 1, podprotocol::kTimeoutMs);
-    LibUsbUtils().readData(m_dev_handle, &ack, 1, podprotocol::kTimeoutMs);
+    LibUsbUtils().writeData(m_dev_handle.get(), &byte, 1, podprotocol::kTimeoutMs);
+    LibUsbUtils().readData(m_dev_handle.get(), &ack, 1, podprotocol::kTimeoutMs);
     return ack;
 }
 
 void Pod::readUDID()
 {
     command(podprotocol::kReadUdid); // unchecked: the read-out that follows tells a broken pod
-    LibUsbUtils().readData(m_dev_handle, m_pod_udid.data(), kUdidBytes, podprotocol::kTimeoutMs);
+    LibUsbUtils().readData(m_dev_handle.get(), m_pod_udid.data(), kUdidBytes,
+                           podprotocol::kTimeoutMs);
 
     QString name = QString::fromLatin1(
         QByteArray(reinterpret_cast<const char*>(m_pod_udid.data()), kUdidBytes).toHex().toUpper());
     name.chop(1); // deliberate: data files are known by the first 15 of the 16 digits
-    m_ozu_file_path = QStringLiteral("tmp/") + name + QStringLiteral(".ozu");
+    m_ozu_file_path = QStringLiteral("%1/%2.ozu").arg(stationpaths::kWork, name);
 }
 
 void Pod::downloadData()
@@ -119,7 +120,7 @@ void Pod::downloadData()
         // What was read so far stays while the pod does, but no other pod must wait for it.
         m_ticket->file.yield();
         errorHandler();
-        LibUsbUtils().forceCloseDevice(m_dev_handle);
+        m_dev_handle.close();
     }
 }
 
@@ -174,7 +175,7 @@ void Pod::pollCharge()
     if (thread()->isInterruptionRequested())
         return;
     uint8_t status = 0;
-    if (LibUsbUtils().readData(m_dev_handle, &status, 1, podprotocol::kTimeoutMs) < 1)
+    if (LibUsbUtils().readData(m_dev_handle.get(), &status, 1, podprotocol::kTimeoutMs) < 1)
         return; // the pod said nothing: the screen keeps what it last said
     m_pod_charged = status == podprotocol::kCharged;
     emit setChargingState(m_idx, status);
@@ -183,7 +184,7 @@ void Pod::pollCharge()
 void Pod::startDfu(const UsbDeviceRef& dev)
 {
     // The handle is of a device that has left. Closing it tells nobody anything.
-    LibUsbUtils().forceCloseDevice(m_dev_handle);
+    m_dev_handle.close();
     m_dev = dev;
     setUpdateDone(false);
     try {
@@ -201,9 +202,9 @@ void Pod::startDfu(const UsbDeviceRef& dev)
 void Pod::chargeUpdated(const UsbDeviceRef& dev)
 {
     try {
-        LibUsbUtils().forceCloseDevice(m_dev_handle);
+        m_dev_handle.close();
         m_dev = dev;
-        LibUsbUtils().openDevice(m_dev.get(), m_dev_handle);
+        LibUsbUtils().openDevice(m_dev.get(), m_dev_handle.receive());
     } catch (...) {
         errorHandler();
         return;

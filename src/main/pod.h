@@ -2,6 +2,7 @@
 
 #include "main/archiveticket.h"
 #include "usb/usbcontext.h"
+#include "usb/usbhandle.h"
 
 #include <QObject>
 #include <QString>
@@ -9,6 +10,7 @@
 #include <array>
 #include <atomic>
 #include <memory>
+#include <utility>
 
 class UIBackEnd;
 
@@ -34,9 +36,8 @@ public:
     int getIdx() const { return m_idx; }
     /// Of the mode that it is in, or was in last: each has a device of its own on the bus.
     libusb_device* getDev() const { return m_dev.get(); }
-    libusb_device_handle* getDevHandle() const { return m_dev_handle; }
-    /// The pod closes it.
-    void setDevHandle(libusb_device_handle* handle) { m_dev_handle = handle; }
+    libusb_device_handle* getDevHandle() const { return m_dev_handle.get(); }
+    void setDevHandle(UsbHandle handle) { m_dev_handle = std::move(handle); }
     int getProgress() const { return m_progress; }
     void setProgress(int percent) { m_progress = percent; }
 
@@ -103,7 +104,7 @@ private:
     UIBackEnd& m_uibackend;
     const bool m_dfu_mode;
     const bool m_new_firmware;
-    libusb_device_handle* m_dev_handle = nullptr; ///< owned; null while closed
+    UsbHandle m_dev_handle;
     std::atomic<bool> m_updating{false};
     bool m_update_done = false;
     int m_progress = 0; ///< percent

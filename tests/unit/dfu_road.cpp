@@ -10,7 +10,9 @@
 #include <QtTest>
 
 #include <future>
+#include <limits>
 #include <memory>
+#include <pthread.h>
 #include <utility>
 
 namespace {
@@ -122,6 +124,27 @@ private:
     std::future<void> m_gone = m_gone_promise->get_future();
 };
 
+/// As long as this lives no thread can be started: none finds room for its stack.
+class NoThreads
+{
+public:
+    NoThreads()
+    {
+        pthread_getattr_default_np(&m_usual);
+        pthread_attr_t boundless = m_usual;
+        pthread_attr_setstacksize(&boundless, std::numeric_limits<size_t>::max() / 2);
+        pthread_setattr_default_np(&boundless);
+    }
+    ~NoThreads() { pthread_setattr_default_np(&m_usual); }
+    NoThreads(const NoThreads&) = delete;
+    NoThreads& operator=(const NoThreads&) = delete;
+    NoThreads(NoThreads&&) = delete;
+    NoThreads& operator=(NoThreads&&) = delete;
+
+private:
+    pthread_attr_t m_usual{};
+};
+
 PodSettings emptyPod()
 {
     PodSettings settings = UpdateBench::podInBootloader();
@@ -157,6 +180,7 @@ private slots:
     void limitOfRestarts();
     void onlyAnUpdatedPodComesBack();
     void isUpdatingBeforeItRestarts();
+    void placeIsFreeWithoutAThread();
 
 private:
     UsbDeviceRef plugFailing(int idx);
@@ -280,8 +304,13 @@ void DfuRoad::placeWaitsForTheWorker()
 
 void DfuRoad::silentWorkerIsOverruled()
 {
+    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
+    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
     QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
     Station station(m_bench->screen(), kShortLimit);
+    m_bench->bus().plug(1, emptyPod());
+    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs); // begun, full
+    connection.clear();
     const UsbDeviceRef next = plugFailing(0);
     const UsbDeviceRef first = station.device(0);
     HeldWorker worker(station, 0);
@@ -295,11 +324,12 @@ void DfuRoad::silentWorkerIsOverruled()
     worker.release();
     QVERIFY(worker.gone());
     QCOMPARE(station.device(0).get(), next.get());
-    station.inSlot(0, [&](const Station::Slot& slot) {
-        emit slot.pod->restarting(first);
-        QVERIFY(slot.return_limit.isForever());
-    });
-    QCOMPARE(station.podsConnected(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(progress.count({0, -2}), 2, kPatientMs); // its worker is idle, too
+    station.inSlot(0, [&](const Station::Slot& slot) { emit slot.pod->restarting(first); });
+    station.inSlot(1, tellToRestart);
+    QTRY_VERIFY_WITH_TIMEOUT(progress.contains({1, -2}), kPatientMs); // a later limit has passed
+    station.inSlot(0, [](const Station::Slot& slot) { QVERIFY(slot.pod->getUpdating()); });
+    QCOMPARE(station.podsConnected(), 2);
 }
 
 void DfuRoad::limitOfRestarts()
@@ -369,12 +399,32 @@ void DfuRoad::isUpdatingBeforeItRestarts()
         Qt::DirectConnection);
     const UsbDeviceRef device = m_bench->plug(0, emptyPod());
     Pod pod(0, device, m_bench->screen());
-    libusb_device_handle* handle = nullptr;
-    LibUsbUtils().openDevice(device.get(), handle);
-    pod.setDevHandle(handle);
+    UsbHandle handle;
+    LibUsbUtils().openDevice(device.get(), handle.receive());
+    pod.setDevHandle(std::move(handle));
     told = &pod;
     PodUpdater::putInDfu(pod);
     QVERIFY(updating);
+}
+
+void DfuRoad::placeIsFreeWithoutAThread()
+{
+    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
+    Station station(m_bench->screen());
+    m_bench->bus().plug(0, emptyPod());
+    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs); // begun, full
+    const UsbDeviceRef device = station.device(0);
+    station.report(device, kLeft);
+    {
+        QTest::ignoreMessage(QtCriticalMsg, "No thread for the pod, index: 0");
+        const NoThreads no_threads;
+        station.report(device, kArrived);
+        station.inSlot(0, [](const Station::Slot& slot) { QVERIFY(!slot.occupied()); });
+        QCOMPARE(station.podsConnected(), 0);
+    }
+    station.report(device, kArrived);
+    QCOMPARE(station.device(0).get(), device.get());
+    QCOMPARE(station.podsConnected(), 1);
 }
 
 QTEST_GUILESS_MAIN(DfuRoad)

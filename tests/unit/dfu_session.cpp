@@ -98,9 +98,9 @@ void DfuSession::cleanup()
 /// The text of its failure; empty when it went well.
 QByteArray DfuSession::update(Pod& pod, std::chrono::milliseconds reply_limit)
 {
-    libusb_device_handle* handle = nullptr;
-    LibUsbUtils().configACM(pod.getDev(), handle);
-    pod.setDevHandle(handle);
+    UsbHandle handle;
+    LibUsbUtils().configACM(pod.getDev(), handle.receive());
+    pod.setDevHandle(std::move(handle));
     try {
         DfuTransportSerial transport(pod, reply_limit);
         transport.open();
@@ -268,19 +268,19 @@ void DfuSession::halfAnInitPacketIsSentAgainInFull()
     UpdateBench::unpack(package);
     const UsbDeviceRef device = m_bench->plug(kSlot, settings);
     {
-        libusb_device_handle* handle = nullptr;
-        LibUsbUtils().configACM(device.get(), handle);
+        UsbHandle handle;
+        LibUsbUtils().configACM(device.get(), handle.receive());
         slip::Slip codec;
         const QByteArray create =
             QByteArray("\x01\x01") + UpdateBench::word(quint32(package.init.size()));
         for (const QByteArray& request : {create, "\x08" + package.init.left(10)}) {
             codec.encodeData({request.begin(), request.end()});
             auto& frame = codec.getEncodedData();
-            LibUsbUtils().writeData(handle, frame.data(), int(frame.size()), 10'000);
+            LibUsbUtils().writeData(handle.get(), frame.data(), int(frame.size()), 10'000);
         }
         std::array<uint8_t, 64> created{};
-        QCOMPARE(LibUsbUtils().readData(handle, created.data(), int(created.size()), 10'000), 4);
-        LibUsbUtils().forceCloseDevice(handle);
+        QCOMPARE(LibUsbUtils().readData(handle.get(), created.data(), int(created.size()), 10'000),
+                 4);
     }
     // More than the object holds: the bootloader refuses the write, and the station hears of it
     // where it expects the checksum.
