@@ -14,6 +14,9 @@
 #include <QStandardPaths>
 #include <QTextStream>
 
+#include <utility>
+#include <vector>
+
 namespace {
 
 constexpr int kBadInput = 2;
@@ -56,12 +59,17 @@ Display displayOf(const Options& options)
 
 void needPrograms(const Options& options)
 {
-    const QStringList programs =
-        options.machine ? QStringList{QStringLiteral("qemu-system-x86_64"), QStringLiteral("mcopy")}
-                        : QStringList{QStringLiteral("bwrap"), QStringLiteral("socat")};
-    for (const QString& program : programs)
+    using Programs = std::vector<std::pair<QString, QString>>;
+    const Programs programs =
+        options.machine
+            ? Programs{{QStringLiteral("qemu-system-x86_64"), QStringLiteral("qemu-system-x86")},
+                       {QStringLiteral("mcopy"), QStringLiteral("mtools")}}
+            : Programs{{QStringLiteral("bwrap"), QStringLiteral("bubblewrap")},
+                       {QStringLiteral("socat"), QStringLiteral("socat")}};
+    for (const auto& [program, package] : programs)
         if (QStandardPaths::findExecutable(program).isEmpty())
-            throw BadInput(QStringLiteral("%1 is not installed; scripts/run does it").arg(program));
+            throw BadInput(
+                QStringLiteral("%1 is not installed; the package %2 has it").arg(program, package));
     if (!QFileInfo(options.station_program).isExecutable())
         throw BadInput(QStringLiteral("%1 is no program").arg(options.station_program));
 }

@@ -46,8 +46,8 @@ void addComputer(CommandLine& line, const MachineParts& parts)
     line.add("kernel", parts.kernel_image);
     line.add("initrd", parts.initramfs);
     const QString station = parts.packages.isEmpty()
-                                ? QStringLiteral("station=%1").arg(parts.station_program)
-                                : QStringLiteral("packages=%1").arg(parts.packages);
+                                ? QStringLiteral("station=\"%1\"").arg(parts.station_program)
+                                : QStringLiteral("packages=\"%1\"").arg(parts.packages);
     line.add("append", QStringLiteral("console=ttyS0 quiet panic=-1 mitigations=off ") + station);
 }
 

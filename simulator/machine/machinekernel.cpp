@@ -22,5 +22,5 @@ MachineKernel MachineKernel::installed()
             return {QStringLiteral("/boot/") + name, version};
     }
     throw BadInput(
-        QStringLiteral("no kernel is installed in /boot; scripts/setup release --machine does it"));
+        QStringLiteral("no kernel is installed in /boot; the package linux-image-amd64 has one"));
 }

@@ -76,7 +76,9 @@ qint64 MachineStation::bytesOf(const QString& name) const
 
 void MachineStation::startProgram()
 {
-    m_machine.shell().run(QStringLiteral("await /dev/i2c-3"));
+    // An installed station looks after itself.
+    if (!m_machine.installsStation())
+        m_machine.shell().run(QStringLiteral("await /dev/i2c-3"));
     for (int slot = 0; slot < PodBus::kSlotCount; ++slot)
         if (m_machine.pods().plugged(slot))
             m_machine.shell().run(waitForPod(slot));

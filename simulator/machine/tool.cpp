@@ -11,8 +11,10 @@ QByteArray runTool(const QString& program, const QStringList& arguments, const Q
     tool.write(input);
     tool.closeWriteChannel();
     if (!tool.waitForFinished(-1))
-        throw BadInput(QStringLiteral("%1: %2; scripts/setup release --machine installs it")
-                           .arg(program, tool.errorString()));
+        throw BadInput(
+            QStringLiteral("%1: %2 (kmod, e2fsprogs, fdisk, dosfstools and mtools have the "
+                           "machine's tools)")
+                .arg(program, tool.errorString()));
     if (tool.exitStatus() != QProcess::NormalExit || tool.exitCode() != 0)
         throw BadInput(
             QStringLiteral("%1: %2").arg(program, QString::fromUtf8(tool.readAllStandardError())));

@@ -9,8 +9,8 @@
 #include <memory>
 #include <optional>
 
-/// The station as a board has it: installed from its packages, started by systemd. Leaves a picture
-/// of its screen, installed.png, in the folder where it runs.
+/// The station as a board has it: installed from its packages, then started by systemd with the
+/// board. Leaves a picture of its screen, installed.png, in the folder where it runs.
 class Package : public QObject
 {
     Q_OBJECT
@@ -21,16 +21,22 @@ private Q_SLOTS:
 private:
     void install();
     void archive();
-    void endByTouch();
+    void bootAnew();
+    void replaceLauncher();
+    void killInCopy();
+    void remount();
     void upgrade();
     void remove();
     void judgeRun();
 
     bool comesTrue(const Condition& condition);
+    bool startsAgain();
+    void plug(int slot);
     QString failed(const QString& command);
 
     std::unique_ptr<Bench> m_bench;
     MachineSite* m_site = nullptr; ///< the bench's
+    int m_starts = 0;              ///< of the program, seen so far
 };
 
 namespace {
@@ -39,13 +45,12 @@ constexpr std::chrono::minutes kLimit{4};
 const QPoint kQuitCorner(15, 15);
 const SlotSet kFirst = slotSetFromText(QStringLiteral("2,13"));
 /// Plugged when the package's udev rule is there.
-constexpr int kLaterSlot = 28;
-
-SlotSet allSlots()
-{
-    SlotSet all = kFirst;
-    return all.set(kLaterSlot);
-}
+constexpr int kAfterInstallation = 28;
+constexpr int kAfterBoot = 7;
+constexpr int kInCopy = 16;
+constexpr int kAfterKill = 21;
+/// A copy takes some seconds, and can be hit.
+constexpr quint32 kStickBytesPerSecond = 100 * 1024;
 
 Condition logged(const QString& text, int times)
 {
@@ -61,6 +66,7 @@ Scenario scenario()
     plan.polls_until_charged = 0;
     scenario.plans.fill(plan);
     scenario.plugged = kFirst;
+    scenario.stick.settings.bytes_per_second = kStickBytesPerSecond;
     return scenario;
 }
 
@@ -70,6 +76,18 @@ bool Package::comesTrue(const Condition& condition)
 {
     return QTest::qWaitFor([&] { return m_bench->holds(condition); },
                            int(std::chrono::milliseconds(kLimit).count()));
+}
+
+/// Knowing its serial number, however late that memory's driver was.
+bool Package::startsAgain()
+{
+    return comesTrue(logged(QStringLiteral("Version: "), ++m_starts)) &&
+           m_bench->holds(logged(QStringLiteral("Serial number: 0004A3123456"), m_starts));
+}
+
+void Package::plug(int slot)
+{
+    m_bench->perform(verb::Plug{slotSetOf(slot), {}});
 }
 
 /// What the machine's shell said to it when it failed; empty when all was well.
@@ -102,7 +120,7 @@ void Package::install()
     };
     m_bench = std::make_unique<Bench>(settings, scenario());
     m_bench->start();
-    QVERIFY(comesTrue(logged(QStringLiteral("Version: "), 1)));
+    QVERIFY(startsAgain());
     VERIFY_IN_MACHINE("systemctl is-active corvane");
     VERIFY_IN_MACHINE("systemctl is-enabled corvane");
     VERIFY_IN_MACHINE("! systemctl is-active getty@tty1");
@@ -111,14 +129,12 @@ void Package::install()
 void Package::archive()
 {
     QVERIFY(comesTrue({Condition::Kind::Erased, kFirst, {}, 0}));
-    SlotSet later;
-    later.set(kLaterSlot);
-    m_bench->perform(verb::Plug{later, {}});
-    QVERIFY(comesTrue({Condition::Kind::GaugeFull, allSlots(), {}, 0}));
+    plug(kAfterInstallation);
+    QVERIFY(comesTrue({Condition::Kind::GaugeFull, kFirst | slotSetOf(kAfterInstallation), {}, 0}));
     QVERIFY(comesTrue({Condition::Kind::Panel, {}, {}, 0}));
     m_bench->perform(verb::Screenshot{QStringLiteral("installed.png")});
-    VERIFY_IN_MACHINE("find /opt/Corvane/datas -type f -exec sha256sum {} + >/run/recordings");
-    const QString device = UsbAddress(UsbAddress::portsOfSlot(kLaterSlot), 0).portPath();
+    VERIFY_IN_MACHINE("find /opt/Corvane/datas -type f -exec sha256sum {} + >/packages/recordings");
+    const QString device = UsbAddress(UsbAddress::portsOfSlot(kAfterInstallation), 0).portPath();
     const QString failure =
         failed(QStringLiteral("udevadm info --query=property /sys/bus/usb/devices/1-%1 | "
                               "grep -x ID_MM_DEVICE_IGNORE=1")
@@ -126,46 +142,96 @@ void Package::archive()
     QVERIFY2(failure.isEmpty(), qPrintable(failure));
 }
 
-/// Systemd starts it again.
-void Package::endByTouch()
+/// The board's power is cut, and all that starts then starts by itself.
+void Package::bootAnew()
 {
+    VERIFY_IN_MACHINE("sync");
+    m_bench->perform(verb::KillStation{});
+    m_bench->perform(verb::RestartStation{});
+    QVERIFY(startsAgain());
+    VERIFY_IN_MACHINE("systemctl --wait is-system-running");
+    VERIFY_IN_MACHINE("! systemctl is-active getty@tty1");
+    VERIFY_IN_MACHINE("cmp /opt/Corvane/version /usr/share/corvane/version");
+    VERIFY_IN_MACHINE("sha256sum --check --quiet /packages/recordings");
+    plug(kAfterBoot);
+    QVERIFY(comesTrue({Condition::Kind::GaugeFull, slotSetOf(kAfterBoot), {}, 0}));
+    QVERIFY(comesTrue({Condition::Kind::Panel, {}, {}, 0}));
+}
+
+/// Of another owner, who lets nobody else in, when the program has ended by touch and is started
+/// again; that also heals what was broken of the folder.
+void Package::replaceLauncher()
+{
+    VERIFY_IN_MACHINE("rm /opt/Corvane/version");
+    VERIFY_IN_MACHINE("(cd /opt/CorvaneLauncher && echo old >CorvaneLauncher && "
+                      "echo new >CorvaneLauncher_new && chmod 0700 . * && chown -R 1000:1000 .)");
     m_bench->perform(verb::Touch{kQuitCorner});
-    QVERIFY(comesTrue(logged(QStringLiteral("Version: "), 2)));
+    QVERIFY(startsAgain());
+    VERIFY_IN_MACHINE("grep -x new /opt/CorvaneLauncher/CorvaneLauncher");
+    VERIFY_IN_MACHINE("[ ! -e /opt/CorvaneLauncher/CorvaneLauncher_new ]");
+    VERIFY_IN_MACHINE("cmp /opt/Corvane/version /usr/share/corvane/version");
+}
+
+/// With the stick mounted, which must not be in the way of the next one's copy.
+void Package::killInCopy()
+{
+    // Nothing is on the screen when the stick is looked at for the last time.
+    QVERIFY(comesTrue({Condition::Kind::Panel, {}, {}, 2}));
+    plug(kInCopy);
+    VERIFY_IN_MACHINE("until grep -qs /media/usbkey /proc/$(pidof corvane)/mounts; do "
+                      "sleep 0.1; done; pkill -KILL -x corvane");
+    QVERIFY(startsAgain());
+    plug(kAfterKill);
+    QVERIFY(comesTrue({Condition::Kind::GaugeFull, slotSetOf(kAfterKill), {}, 0}));
+    QVERIFY(comesTrue({Condition::Kind::Panel, {}, {}, 0}));
+}
+
+/// The disk is asked for by nobody but the station.
+void Package::remount()
+{
+    VERIFY_IN_MACHINE("systemctl stop opt.mount");
+    VERIFY_IN_MACHINE("! pidof corvane");
+    VERIFY_IN_MACHINE("systemctl start corvane");
+    QVERIFY(startsAgain());
+    VERIFY_IN_MACHINE("sha256sum --check --quiet /packages/recordings");
 }
 
 /// To packages that differ in nothing but the version.
 void Package::upgrade()
 {
-    VERIFY_IN_MACHINE("cd /run && for old in corvane*.deb; do "
+    VERIFY_IN_MACHINE("cd /packages && for old in corvane*.deb; do "
                       "dpkg-deb -R $old tree && "
                       "sed -i '/^Version:/s/ .*/ 9.9.9/' tree/DEBIAN/control && "
                       "{ [ ! -e tree/usr/share/corvane/version ] || "
                       "printf 9.9.9 >tree/usr/share/corvane/version; } && "
                       "dpkg-deb -Znone -b tree later_$old && rm -r tree || break; done");
-    VERIFY_IN_MACHINE("dpkg --force-depends --install /run/later_*.deb");
-    QVERIFY(comesTrue(logged(QStringLiteral("Version: 9.9.9"), 1)));
+    VERIFY_IN_MACHINE("dpkg --force-depends --install /packages/later_*.deb");
+    QVERIFY(startsAgain());
+    QVERIFY(m_bench->holds(logged(QStringLiteral("Version: 9.9.9"), 1)));
     VERIFY_IN_MACHINE("systemctl is-active corvane");
-    VERIFY_IN_MACHINE("sha256sum --check --quiet /run/recordings");
+    VERIFY_IN_MACHINE("sha256sum --check --quiet /packages/recordings");
 }
 
 void Package::remove()
 {
     VERIFY_IN_MACHINE("dpkg --remove corvane");
     VERIFY_IN_MACHINE("! pidof corvane");
-    VERIFY_IN_MACHINE("sha256sum --check --quiet /run/recordings");
+    VERIFY_IN_MACHINE("sha256sum --check --quiet /packages/recordings");
     VERIFY_IN_MACHINE("dpkg --purge corvane corvane-bin");
-    VERIFY_IN_MACHINE("sha256sum --check --quiet /run/recordings");
+    VERIFY_IN_MACHINE("sha256sum --check --quiet /packages/recordings");
 }
 
 void Package::judgeRun()
 {
-    m_site->shell().run(QStringLiteral("switch_off"));
+    m_site->shell().run(QStringLiteral("systemctl poweroff"));
     QVERIFY(comesTrue({Condition::Kind::Ended, {}, {}, 0}));
     Expectations expect;
     // As after a power cut: it is systemd that has the program's own.
     expect.exit_code = 128 + 9;
-    expect.archived = allSlots();
-    expect.erased = allSlots();
+    // On the stick is what the last copy brought; all others must be in one of the archives.
+    expect.archived = slotSetOf(kAfterKill);
+    expect.erased = kFirst | slotSetOf(kAfterInstallation) | slotSetOf(kAfterBoot) |
+                    slotSetOf(kInCopy) | slotSetOf(kAfterKill);
     expect.infos_contain = QStringList(QStringLiteral("Serial number: 0004A3123456"));
     const Verdict verdict = judge(*m_bench, expect);
     QVERIFY2(verdict.good(), qPrintable(summary(*m_bench, verdict)));
@@ -173,7 +239,8 @@ void Package::judgeRun()
 
 void Package::worksAndKeepsRecordings()
 {
-    for (const auto step : {&Package::install, &Package::archive, &Package::endByTouch,
+    for (const auto step : {&Package::install, &Package::archive, &Package::bootAnew,
+                            &Package::replaceLauncher, &Package::killInCopy, &Package::remount,
                             &Package::upgrade, &Package::remove, &Package::judgeRun}) {
         (this->*step)();
         if (QTest::currentTestFailed())

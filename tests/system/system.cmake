@@ -24,6 +24,7 @@ corvane_add_system_test(powercuts)
 corvane_add_system_test(package)
 target_compile_definitions(system_package
   PRIVATE CORVANE_PACKAGES="${CMAKE_SOURCE_DIR}/build/package")
-add_test(NAME packages COMMAND ${CMAKE_CURRENT_LIST_DIR}/package-build CONFIGURATIONS system)
+add_test(NAME packages COMMAND ${CMAKE_SOURCE_DIR}/scripts/package --if-changed
+  CONFIGURATIONS system)
 set_tests_properties(packages PROPERTIES FIXTURES_SETUP packages)
 set_tests_properties(system_package PROPERTIES FIXTURES_REQUIRED packages)
