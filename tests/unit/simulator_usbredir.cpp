@@ -309,8 +309,8 @@ void SimulatorUsbRedir::answersRequests_data()
     QTest::addColumn<Ask>("ask");
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("content");
-    const auto row = [](const char* name, Ask ask, int status, const char* content = "") {
-        QTest::newRow(name) << std::move(ask) << status << QByteArray::fromHex(content);
+    const auto row = [](const char* name, const Ask& ask, int status, const char* content = "") {
+        QTest::newRow(name) << ask << status << QByteArray::fromHex(content);
     };
     const auto control = [](quint8 type, quint8 request, quint16 value, quint16 index,
                             quint16 length_bytes) {
