@@ -102,11 +102,18 @@ bool Bench::holdsForPods(const Condition& condition) const
                        [](const PodReport& pod) { return pod.readouts_completed > 0; });
     case Condition::Kind::Erased:
         return allPods(condition.slot_set, [](const PodReport& pod) { return pod.erased; });
+    case Condition::Kind::Charging:
+        return allPods(condition.slot_set,
+                       [](const PodReport& pod) { return pod.charge_polls > 0 && !pod.charged; });
     case Condition::Kind::Charged:
         return allPods(condition.slot_set, [](const PodReport& pod) { return pod.charged; });
     case Condition::Kind::Bootloader:
         return allPods(condition.slot_set,
                        [](const PodReport& pod) { return pod.mode == PodMode::Bootloader; });
+    case Condition::Kind::Updating:
+        return allPods(condition.slot_set, [](const PodReport& pod) {
+            return pod.mode == PodMode::Bootloader && pod.bootloader.image_bytes > 0;
+        });
     case Condition::Kind::Updated:
         return allPods(condition.slot_set, isUpdated);
     case Condition::Kind::Vanished:

@@ -56,8 +56,8 @@ public:
     const PodRack& rack() const { return m_rack; }
     const Station& station() const { return m_site->station(); }
     QString screenSocket() const { return m_site->screenSocket(); }
-    /// Whether the panel has shown this code's picture, however shortly.
-    bool panelShown(int code) const { return m_panel_shown.contains(code); }
+    /// Codes whose pictures the panel has shown, however shortly.
+    const QSet<int>& panelShown() const { return m_panel_shown; }
     const BenchTimes& times() const { return m_times; }
 
 Q_SIGNALS:

@@ -21,7 +21,8 @@ enum ClientMessage : char {
     SetPixelFormat = 0,
     SetEncodings = 2,
     UpdateRequest = 3,
-    PointerEvent = 5
+    PointerEvent = 5,
+    ClientCutText = 6
 };
 
 void append16(QByteArray& out, int value)
@@ -59,6 +60,12 @@ void RfbSession::pointer(QPoint at, bool pressed)
     m_output += pressed ? '\1' : '\0';
     append16(m_output, at.x());
     append16(m_output, at.y());
+}
+
+void RfbSession::showPresence()
+{
+    m_output += ClientCutText;
+    m_output.append(3 + 4, '\0'); // padding and length
 }
 
 bool RfbSession::step()

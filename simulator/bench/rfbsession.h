@@ -21,6 +21,8 @@ public:
 
     void requestUpdate(bool only_changes);
     void pointer(QPoint at, bool pressed);
+    /// An empty text, of which a server sees that its viewer is there, and nobody else anything.
+    void showPresence();
 
     bool established() const { return m_established; }
     bool failed() const { return !m_error.isEmpty(); }

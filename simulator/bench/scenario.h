@@ -78,9 +78,11 @@ struct Condition
         ReadoutBegun,
         ReadoutCompleted,
         Erased,
+        Charging, ///< asked for its charge, and not full yet
         Charged,
         Vanished,
         Bootloader,   ///< in it
+        Updating,     ///< in it, and has taken something of the image
         Updated,      ///< back from it with what it was sent
         GaugeFull,    ///< shown full, green and not charging
         GaugeEmpty,   ///< shown white
@@ -122,7 +124,8 @@ struct Expectations
     QStringList erased_archives;       ///< earlier archives that may be nowhere now
     QStringList stick_holds;
     QStringList stick_lacks;
-    std::vector<int> panel_never; ///< codes whose pictures were not to be shown
+    std::vector<int> panel_shown; ///< codes whose pictures were to be shown, however shortly
+    std::vector<int> panel_never; ///< and those that were not
     QStringList never_run;        ///< tools, as far as they note their runs
     int exit_code = 0;
     bool on_stick = true; ///< the archive looked at is the stick's, else the station's last one

@@ -170,9 +170,11 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
     static const QMap<QString, Kind> of_slots{{key("readout begun"), Kind::ReadoutBegun},
                                               {key("erased"), Kind::Erased},
                                               {key("readout completed"), Kind::ReadoutCompleted},
+                                              {key("charging"), Kind::Charging},
                                               {key("charged"), Kind::Charged},
                                               {key("vanished"), Kind::Vanished},
                                               {key("bootloader"), Kind::Bootloader},
+                                              {key("updating"), Kind::Updating},
                                               {key("updated"), Kind::Updated},
                                               {key("gauge full"), Kind::GaugeFull},
                                               {key("gauge empty"), Kind::GaugeEmpty}};
@@ -272,6 +274,10 @@ Expectations readExpectations(const JsonPlace& place)
          [&](const JsonPlace& value) { expect.erased_archives = value.texts(); }},
         {key("stick holds"), [&](const JsonPlace& value) { expect.stick_holds = value.texts(); }},
         {key("stick lacks"), [&](const JsonPlace& value) { expect.stick_lacks = value.texts(); }},
+        {key("panel shown"),
+         [&](const JsonPlace& value) {
+             expect.panel_shown = value.numbers(kPanelLeast, kPanelMost);
+         }},
         {key("panel never"),
          [&](const JsonPlace& value) {
              expect.panel_never = value.numbers(kPanelLeast, kPanelMost);

@@ -6,6 +6,9 @@ namespace {
 // Slow enough to cost the station nothing that counts, fast enough for a person's eye.
 constexpr std::chrono::milliseconds kBetweenPictures{100};
 constexpr std::chrono::milliseconds kBetweenTries{100};
+// A machine looks ever less often at a screen on which nothing moves, and would miss a short
+// picture.
+constexpr std::chrono::milliseconds kBetweenSigns{200};
 } // namespace
 
 ScreenClient::ScreenClient(QObject* parent)
@@ -15,11 +18,17 @@ ScreenClient::ScreenClient(QObject* parent)
     m_retry.setInterval(kBetweenTries);
     m_next_request.setSingleShot(true);
     m_next_request.setInterval(kBetweenPictures);
+    m_next_sign.setInterval(kBetweenSigns);
+    connect(&m_next_sign, &QTimer::timeout, this, [this] {
+        m_session.showPresence();
+        sendOutput();
+    });
     connect(&m_retry, &QTimer::timeout, this, &ScreenClient::connectAgain);
     connect(&m_next_request, &QTimer::timeout, this, &ScreenClient::askForChanges);
     connect(&m_socket, &QLocalSocket::readyRead, this, &ScreenClient::readServer);
     connect(&m_socket, &QLocalSocket::stateChanged, this,
             [this](QLocalSocket::LocalSocketState state) {
+                m_next_sign.stop();
                 if (state == QLocalSocket::UnconnectedState && !m_socket_path.isEmpty())
                     m_retry.start();
             });
@@ -71,6 +80,8 @@ void ScreenClient::readServer()
     } else if (painted) {
         m_picture = m_session.picture();
         m_next_request.start();
+        if (!m_next_sign.isActive())
+            m_next_sign.start();
         Q_EMIT changed();
     }
 }

@@ -43,6 +43,7 @@ private:
     QLocalSocket m_socket;
     QTimer m_retry;
     QTimer m_next_request;
+    QTimer m_next_sign;
     RfbSession m_session;
     QImage m_picture;
 };

@@ -102,11 +102,8 @@ void checkFiles(const Bench& bench, const Expectations& expect, Verdict& verdict
         verdict.problems += QStringLiteral("the stick's server: %1").arg(line);
 }
 
-void checkNever(const Bench& bench, const Expectations& expect, Verdict& verdict)
+void checkTools(const Bench& bench, const Expectations& expect, Verdict& verdict)
 {
-    for (const int code : expect.panel_never)
-        if (bench.panelShown(code))
-            verdict.problems += QStringLiteral("the panel showed %1").arg(code);
     const QStringList run = bench.folder().toolsRun();
     for (const QString& tool : expect.never_run)
         if (!run.filter(tool).isEmpty())
@@ -194,6 +191,18 @@ QString updateText(const BenchTimes& times, const Verdict& verdict)
 
 } // namespace
 
+QStringList checkPanel(const QSet<int>& shown, const Expectations& expect)
+{
+    QStringList problems;
+    for (const int code : expect.panel_shown)
+        if (!shown.contains(code))
+            problems += QStringLiteral("the panel never showed %1").arg(code);
+    for (const int code : expect.panel_never)
+        if (shown.contains(code))
+            problems += QStringLiteral("the panel showed %1").arg(code);
+    return problems;
+}
+
 Verdict judge(const Bench& bench, const Expectations& expect)
 {
     Verdict verdict;
@@ -202,7 +211,8 @@ Verdict judge(const Bench& bench, const Expectations& expect)
     checkNothingLost(bench, verdict);
     checkEarlier(bench, expect, verdict);
     checkFiles(bench, expect, verdict);
-    checkNever(bench, expect, verdict);
+    verdict.problems += checkPanel(bench.panelShown(), expect);
+    checkTools(bench, expect, verdict);
     checkPods(bench.rack(), expect, verdict);
     checkUpdates(bench, expect, verdict);
     checkLog(bench.station().log(), expect, verdict);

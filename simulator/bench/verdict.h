@@ -2,6 +2,7 @@
 
 #include "bench/bench.h"
 
+#include <QSet>
 #include <QStringList>
 
 /// What a run came to, once its station has ended.
@@ -21,6 +22,9 @@ struct Verdict
 /// run: a recording that was erased from a pod is whole in an archive of the station or the stick,
 /// and so is each of the station's earlier archives that was not to be erased.
 Verdict judge(const Bench& bench, const Expectations& expect);
+
+/// The pictures that the panel has shown, by code, against those that it should have. Pure.
+QStringList checkPanel(const QSet<int>& shown, const Expectations& expect);
 
 /// For people: pods, bytes, seconds, MB/s, and each problem on a line.
 QString summary(const Bench& bench, const Verdict& verdict);

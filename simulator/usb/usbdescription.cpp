@@ -100,6 +100,18 @@ int UsbDescription::interfaces() const
     return configuration.at(4);
 }
 
+std::optional<int> UsbDescription::endpointType(int address) const
+{
+    constexpr int kEndpointDescriptor = 5;
+    if ((address & 0x7F) == 0)
+        return kControl;
+    for (int at = 0; at < configuration.size(); at += quint8(configuration.at(at)))
+        if (configuration.at(at + 1) == kEndpointDescriptor &&
+            quint8(configuration.at(at + 2)) == address)
+            return configuration.at(at + 3) & 0x03;
+    return std::nullopt;
+}
+
 quint16 UsbDescription::word(int offset) const
 {
     return qFromLittleEndian<quint16>(device.constData() + offset);

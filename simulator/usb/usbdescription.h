@@ -6,10 +6,15 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 /// What a USB device says about itself: its descriptors as it sends them (little-endian), its
 /// strings (the first has index 1) and its speed. A value.
 struct UsbDescription
 {
+    static constexpr int kControl = 0; ///< transfer types
+    static constexpr int kBulk = 2;
+
     QByteArray device;
     QByteArray configuration; ///< with all its interfaces and endpoints
     QStringList strings;      ///< manufacturer, product, serial number
@@ -24,6 +29,10 @@ struct UsbDescription
 
     bool isHub() const { return ports > 0; }
     int interfaces() const;
+    quint8 configurationValue() const { return quint8(configuration.at(5)); }
+    /// Transfer type of the endpoint with this address, endpoint 0 included; none if it has no
+    /// such.
+    std::optional<int> endpointType(int address) const;
     quint16 vendorId() const { return word(8); }
     quint16 productId() const { return word(10); }
     quint16 release() const { return word(12); }

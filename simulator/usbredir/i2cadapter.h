@@ -6,12 +6,12 @@
 /// A USB adapter for an I²C bus, of the kind that the kernel's driver i2c-tiny-usb knows, with the
 /// serial-number memory as the only chip on its bus. Lives on the port's thread, owned by the port.
 ///
-/// | request | wValue   | wIndex       | what |
-/// |---------|----------|--------------|-----------------------------------------------------------|
-/// | 1       |          |              | reads what it can do: 4 bytes, little-endian | | 2       |
-/// µs       |              | half of the clock's period                                | | 3 | | |
-/// reads how the last message went: 1 acknowledged, 2 not    | | 4 to 7  | flags    | chip address
-/// | a message; bit 0 begins and bit 1 ends a transaction      |
+/// | request | wValue | wIndex       | what                                                   |
+/// |---------|--------|--------------|--------------------------------------------------------|
+/// | 1       |        |              | reads what it can do: 4 bytes, little-endian           |
+/// | 2       | µs     |              | half of the clock's period                             |
+/// | 3       |        |              | reads how the last message went: 1 acknowledged, 2 not |
+/// | 4 to 7  | flags  | chip address | a message; bit 0 begins and bit 1 ends a transaction   |
 class I2cAdapter : public UsbFunction
 {
 public:

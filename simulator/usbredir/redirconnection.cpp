@@ -11,6 +11,7 @@ namespace {
 
 constexpr int kSetupBytes = 8;
 constexpr quint8 kDeviceToHost = 0x80;
+constexpr quint8 kOnlyAlternative = 0; // of every interface
 
 usb_redir_device_connect_header connectHeader(const UsbDescription& description)
 {
@@ -92,32 +93,27 @@ struct RedirConnection::Callbacks
         of(self).announce();
     }
 
-    static void reset(void* self) { of(self).m_reads.clear(); }
+    static void reset(void* self) { of(self).reset(); }
 
     static void setConfiguration(void* self, uint64_t id,
                                  usb_redir_set_configuration_header* header)
     {
-        usb_redir_configuration_status_header status{usb_redir_success, header->configuration};
-        usbredirparser_send_configuration_status(parser(self), id, &status);
+        of(self).setConfiguration(id, header->configuration);
     }
 
     static void getConfiguration(void* self, uint64_t id)
     {
-        usb_redir_configuration_status_header status{usb_redir_success, 1};
-        usbredirparser_send_configuration_status(parser(self), id, &status);
+        of(self).tellConfiguration(id, usb_redir_success);
     }
 
     static void setAltSetting(void* self, uint64_t id, usb_redir_set_alt_setting_header* header)
     {
-        usb_redir_alt_setting_status_header status{usb_redir_success, header->interface,
-                                                   header->alt};
-        usbredirparser_send_alt_setting_status(parser(self), id, &status);
+        of(self).tellAltSetting(id, header->interface, header->alt);
     }
 
     static void getAltSetting(void* self, uint64_t id, usb_redir_get_alt_setting_header* header)
     {
-        usb_redir_alt_setting_status_header status{usb_redir_success, header->interface, 0};
-        usbredirparser_send_alt_setting_status(parser(self), id, &status);
+        of(self).tellAltSetting(id, header->interface, kOnlyAlternative);
     }
 
     /// No function here has anything to say on its interrupt endpoint.
@@ -209,6 +205,7 @@ void RedirConnection::plug(UsbFunction& function)
 void RedirConnection::unplug()
 {
     m_function = nullptr;
+    m_configuration.reset();
     m_reads.clear();
     m_due.stop();
     if (std::exchange(m_announced, false))
@@ -244,10 +241,47 @@ void RedirConnection::announce()
     usbredirparser_send_device_connect(m_parser.get(), &connect);
 }
 
+void RedirConnection::reset()
+{
+    m_reads.clear();
+    if (m_announced)
+        m_configuration = 0;
+}
+
+void RedirConnection::setConfiguration(quint64 id, quint8 configuration)
+{
+    if (!m_configuration)
+        return;
+    const bool known =
+        configuration == 0 || configuration == m_function->description().configurationValue();
+    if (known)
+        m_configuration = configuration;
+    tellConfiguration(id, known ? usb_redir_success : usb_redir_stall);
+}
+
+void RedirConnection::tellConfiguration(quint64 id, quint8 status)
+{
+    if (!m_configuration)
+        return;
+    usb_redir_configuration_status_header header{status, *m_configuration};
+    usbredirparser_send_configuration_status(m_parser.get(), id, &header);
+}
+
+void RedirConnection::tellAltSetting(quint64 id, quint8 interface, quint8 alternative)
+{
+    if (!m_configuration)
+        return;
+    const bool known =
+        interface < m_function->description().interfaces() && alternative == kOnlyAlternative;
+    usb_redir_alt_setting_status_header header{quint8(known ? usb_redir_success : usb_redir_stall),
+                                               interface, kOnlyAlternative};
+    usbredirparser_send_alt_setting_status(m_parser.get(), id, &header);
+}
+
 void RedirConnection::control(quint64 id, usb_redir_control_packet_header header,
                               const QByteArray& data)
 {
-    if (m_function == nullptr)
+    if (!m_configuration)
         return;
     std::optional<QByteArray> answer = m_function->control(setupPacket(header), data);
     header.status = answer ? usb_redir_success : usb_redir_stall;
@@ -265,16 +299,16 @@ void RedirConnection::control(quint64 id, usb_redir_control_packet_header header
 void RedirConnection::bulk(quint64 id, const usb_redir_bulk_packet_header& header,
                            const QByteArray& data)
 {
-    if (m_function == nullptr)
+    if (!m_configuration)
         return;
+    if (m_function->description().endpointType(header.endpoint) != UsbDescription::kBulk)
+        return answerBulk(id, header, usb_redir_inval, 0);
     if ((header.endpoint & kDeviceToHost) != 0) {
         m_reads.push_back({id, header, lengthBytes(header), false, {}});
     } else {
         m_pacer.idleUntil(std::chrono::steady_clock::now());
         m_function->receive(data);
-        usb_redir_bulk_packet_header done = header;
-        done.status = usb_redir_success;
-        usbredirparser_send_bulk_packet(m_parser.get(), id, &done, nullptr, 0);
+        answerBulk(id, header, usb_redir_success, data.size());
     }
     advance();
 }
@@ -285,9 +319,7 @@ void RedirConnection::cancel(quint64 id)
                                     [id](const Read& read) { return read.id == id; });
     if (found == m_reads.end())
         return; // its answer is on the way
-    found->header.status = usb_redir_cancelled;
-    setLength(found->header, 0);
-    usbredirparser_send_bulk_packet(m_parser.get(), id, &found->header, nullptr, 0);
+    answerBulk(id, found->header, usb_redir_cancelled, 0);
     m_reads.erase(found);
 }
 
@@ -324,8 +356,13 @@ void RedirConnection::complete(const Read& read)
     m_function->send(data.data(), data.size());
     if (m_function->leftInTransfer())
         return;
-    usb_redir_bulk_packet_header header = read.header;
-    header.status = usb_redir_success;
-    setLength(header, data.size());
-    usbredirparser_send_bulk_packet(m_parser.get(), read.id, &header, bytesOf(data), data.size());
+    answerBulk(read.id, read.header, usb_redir_success, data.size(), data);
+}
+
+void RedirConnection::answerBulk(quint64 id, usb_redir_bulk_packet_header header, quint8 status,
+                                 int length_bytes, QByteArray data)
+{
+    header.status = status;
+    setLength(header, length_bytes);
+    usbredirparser_send_bulk_packet(m_parser.get(), id, &header, bytesOf(data), data.size());
 }

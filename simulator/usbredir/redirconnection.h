@@ -9,6 +9,7 @@
 
 #include <list>
 #include <memory>
+#include <optional>
 #include <usbredirparser.h>
 
 /// One port of a machine's USB controller, for as long as the machine runs: brings the function
@@ -53,12 +54,18 @@ private:
     void readSocket();
     void flush();
     void announce();
+    void reset();
+    void setConfiguration(quint64 id, quint8 configuration);
+    void tellConfiguration(quint64 id, quint8 status);
+    void tellAltSetting(quint64 id, quint8 interface, quint8 alternative);
     void control(quint64 id, usb_redir_control_packet_header header, const QByteArray& data);
     void bulk(quint64 id, const usb_redir_bulk_packet_header& header, const QByteArray& data);
     void cancel(quint64 id);
     bool begin(Read& read, Pacer::TimePoint now);
     void advance();
     void complete(const Read& read);
+    void answerBulk(quint64 id, usb_redir_bulk_packet_header header, quint8 status,
+                    int length_bytes, QByteArray data = {});
 
     std::unique_ptr<usbredirparser, ParserDeleter> m_parser;
     std::unique_ptr<QLocalSocket> m_socket;
@@ -68,4 +75,7 @@ private:
     QTimer m_due;
     bool m_greeted = false;   ///< the machine has said what it can do
     bool m_announced = false; ///< the machine knows of the function
+    /// The function's; none until the machine has reset it, as it does with every new device. What
+    /// comes before that was meant for the one that was plugged in earlier.
+    std::optional<quint8> m_configuration;
 };

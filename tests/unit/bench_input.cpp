@@ -223,8 +223,9 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
         "demo.json: steps[0].at: a number of seconds is needed here");
     row("event", withSteps(R"({"after": {"lunch": 1}, "plug": 1})"),
         "demo.json: steps[0].after.lunch: unknown event; known are: log, panel, pod threads, stick "
-        "bytes, stick lacks, stick mounted, station bytes, ended, bootloader, charged, erased, "
-        "gauge empty, gauge full, readout begun, readout completed, updated, vanished");
+        "bytes, stick lacks, stick mounted, station bytes, ended, bootloader, charged, charging, "
+        "erased, gauge empty, gauge full, readout begun, readout completed, updated, updating, "
+        "vanished");
     row("file outside", withSteps(R"({"after": {"station bytes": {"../x": 1}}, "plug": 1})"),
         "demo.json: steps[0].after.station bytes.../x: a name below the folder is needed here");
     row("no event", withSteps(R"({"after": {}, "plug": 1})"),
@@ -239,7 +240,7 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("expect", R"({"name": "t", "steps": [], "expect": {"luck": 1}})",
         "demo.json: expect: unknown 'luck'; known are: archived, backup, entries, erased, erased "
         "archives, exit code, infos contain, kept, local archives, log contains, log lacks, never "
-        "run, on stick, panel never, stick holds, stick lacks, updated, warnings");
+        "run, on stick, panel never, panel shown, stick holds, stick lacks, updated, warnings");
     row("texts", R"({"name": "t", "steps": [], "expect": {"log lacks": [1]}})",
         "demo.json: expect.log lacks[0]: a text is needed here");
 }

@@ -3,6 +3,7 @@
 #include "bench/badinput.h"
 #include "bench/podrack.h"
 #include "bench/stationlog.h"
+#include "bench/verdict.h"
 #include "usb/usbbus.h"
 
 #include <QCryptographicHash>
@@ -53,6 +54,7 @@ private Q_SLOTS:
     void seesDamageInsideAnArchive();
     void missesNoEarlierArchive();
     void comparesTheBackup();
+    void comparesThePanel();
     void findsUnexpectedLines();
     void keepsAccountOfPods();
 };
@@ -164,6 +166,17 @@ void BenchVerdictTest::comparesTheBackup()
     QCOMPARE(inside.size(), std::size_t(2));
     QCOMPARE(inside[1].name, QStringLiteral("EA0000000000000.ozu"));
     QCOMPARE(inside[1].sha256, Recording(1000, 1000).sha256());
+}
+
+void BenchVerdictTest::comparesThePanel()
+{
+    Expectations expect;
+    expect.panel_shown = {-2, 0};
+    expect.panel_never = {1, 2};
+    QCOMPARE(checkPanel({-2, -1, 0}, expect), QStringList());
+    const QStringList both{QStringLiteral("the panel never showed -2"),
+                           QStringLiteral("the panel showed 1")};
+    QCOMPARE(checkPanel({0, 1}, expect), both);
 }
 
 void BenchVerdictTest::findsUnexpectedLines()
