@@ -5,7 +5,6 @@
 #include <QFileInfo>
 
 #include <csignal>
-#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -13,11 +12,6 @@ constexpr int kSignalExit = 128;
 // The controller's and discovery's; every other plain QThread of the station serves a pod.
 constexpr int kThreadsWithoutPods = 2;
 } // namespace
-
-void SandboxStation::Process::setupChildProcess()
-{
-    ::setsid();
-}
 
 SandboxStation::SandboxStation(SandboxSettings settings, const QString& log_path, bool echo)
     : Station(log_path, echo)

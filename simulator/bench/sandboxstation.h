@@ -1,9 +1,8 @@
 #pragma once
 
+#include "bench/dependentprocess.h"
 #include "bench/sandbox.h"
 #include "bench/station.h"
-
-#include <QProcess>
 
 /// The station in a private root of this machine.
 class SandboxStation : public Station
@@ -30,13 +29,6 @@ public:
 private:
     void endRun(int exit_code, QProcess::ExitStatus status);
 
-    /// In a session of its own: an interrupt typed at the terminal is for the bench alone.
-    class Process : public QProcess
-    {
-    protected:
-        void setupChildProcess() override;
-    };
-
     SandboxSettings m_settings;
-    Process m_process;
+    DependentProcess m_process;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bench/dependentprocess.h"
 #include "machine/machinekernel.h"
 #include "machine/machineshell.h"
 #include "machine/qmpclient.h"
@@ -7,7 +8,6 @@
 #include "usbredir/redirport.h"
 
 #include <QObject>
-#include <QProcess>
 #include <QTemporaryDir>
 
 /// How a machine is made.
@@ -70,6 +70,6 @@ private:
     RedirPort m_adapter;
     MachineShell m_shell;
     QmpClient m_monitor;
-    QProcess m_process;
+    DependentProcess m_process;
     bool m_stick_inserted = false;
 };
