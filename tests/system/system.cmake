@@ -19,6 +19,7 @@ function(corvane_add_system_test name)
     ENVIRONMENT "QTEST_FUNCTION_TIMEOUT=1800000")
 endfunction()
 corvane_add_system_test(launcherreplacement)
+corvane_add_system_test(optdisk)
 corvane_add_system_test(powercuts)
 
 corvane_add_system_test(package)
