@@ -125,7 +125,7 @@ bool Bench::holdsForFiles(const Condition& condition) const
     case Condition::Kind::StickBytes:
         return stick().bytesOf(condition.text) >= condition.number;
     case Condition::Kind::StickLacks:
-        return !stick().holds(condition.text);
+        return stick().lacks(condition.text);
     case Condition::Kind::StickMounted:
         return station().mounted(QStringLiteral("/media/usbkey")) == (condition.number != 0);
     default: {

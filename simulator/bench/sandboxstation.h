@@ -21,8 +21,8 @@ public:
     void kill() override;
     void terminate() override;
     bool running() const override { return m_process.state() != QProcess::NotRunning; }
-    int podThreads() const override;
-    bool mounted(const QString& folder) const override;
+    std::optional<int> podThreads() const override;
+    std::optional<bool> mounted(const QString& folder) const override;
     qint64 bytesOf(const QString& name) const override;
     qint64 stationPid() const override;
 

@@ -47,10 +47,13 @@ void ImageStick::setInserted(bool inserted)
     m_machine.setStickInserted(inserted);
 }
 
-qint64 ImageStick::bytesOf(const QString& name) const
+std::optional<qint64> ImageStick::bytesOf(const QString& name) const
 {
-    if (m_machine.running() && m_report.mounted(kMountPoint))
-        return m_report.bytesOf(kMountPoint + QLatin1Char('/') + name);
+    if (m_machine.running()) {
+        const std::optional<bool> mounted = m_report.mounted(kMountPoint);
+        if (mounted.value_or(true)) // without an answer, there is none about the file either
+            return m_report.bytesOf(kMountPoint + QLatin1Char('/') + name);
+    }
     unpack();
     return BenchStick::bytesOf(name);
 }

@@ -59,19 +59,20 @@ bool MachineStation::running() const
     return m_machine.running();
 }
 
-int MachineStation::podThreads() const
+std::optional<int> MachineStation::podThreads() const
 {
-    return qMax(0, m_report.stationThreads() - kThreadsWithoutPods);
+    const std::optional<int> all = m_report.stationThreads();
+    return all ? std::optional(qMax(0, *all - kThreadsWithoutPods)) : std::nullopt;
 }
 
-bool MachineStation::mounted(const QString& folder) const
+std::optional<bool> MachineStation::mounted(const QString& folder) const
 {
     return m_report.mounted(folder);
 }
 
 qint64 MachineStation::bytesOf(const QString& name) const
 {
-    return m_report.bytesOf(QStringLiteral("/opt/Corvane/") + name);
+    return m_report.bytesOf(QStringLiteral("/opt/Corvane/") + name).value_or(-1);
 }
 
 void MachineStation::startProgram()

@@ -24,8 +24,8 @@ public:
     void kill() override;
     void terminate() override;
     bool running() const override;
-    int podThreads() const override;
-    bool mounted(const QString& folder) const override;
+    std::optional<int> podThreads() const override;
+    std::optional<bool> mounted(const QString& folder) const override;
     qint64 bytesOf(const QString& name) const override;
 
 private:
