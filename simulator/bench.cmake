@@ -11,6 +11,7 @@ add_library(corvane_bench STATIC
   bench/firmware.cpp
   bench/interruption.cpp
   bench/jsonplace.cpp
+  bench/neededprograms.cpp
   bench/options.cpp
   bench/podplan.cpp
   bench/podrack.cpp

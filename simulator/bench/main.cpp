@@ -1,5 +1,6 @@
 #include "bench/badinput.h"
 #include "bench/interruption.h"
+#include "bench/neededprograms.h"
 #include "bench/options.h"
 #include "bench/prompt.h"
 #include "bench/scenarioparser.h"
@@ -11,7 +12,6 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
-#include <QStandardPaths>
 #include <QTextStream>
 
 namespace {
@@ -54,16 +54,10 @@ Display displayOf(const Options& options)
                                                                      : Display::Window;
 }
 
-void needPrograms(const Options& options)
+void needStation(const QString& program)
 {
-    const QStringList programs =
-        options.machine ? QStringList{QStringLiteral("qemu-system-x86_64"), QStringLiteral("mcopy")}
-                        : QStringList{QStringLiteral("bwrap"), QStringLiteral("socat")};
-    for (const QString& program : programs)
-        if (QStandardPaths::findExecutable(program).isEmpty())
-            throw BadInput(QStringLiteral("%1 is not installed; scripts/run does it").arg(program));
-    if (!QFileInfo(options.station_program).isExecutable())
-        throw BadInput(QStringLiteral("%1 is no program").arg(options.station_program));
+    if (!QFileInfo(program).isExecutable())
+        throw BadInput(QStringLiteral("%1 is no program").arg(program));
 }
 
 void offerScreen(ScreenServer& server)
@@ -114,7 +108,8 @@ int playWithPerson(Bench& bench, const Scenario& scenario, const PodPlan& usual)
 
 int run(const Options& options)
 {
-    needPrograms(options);
+    needPrograms(options.machine);
+    needStation(options.station_program);
     const Scenario scenario = scenarioOf(options);
     const Display display = displayOf(options);
     Bench bench({QFileInfo(options.station_program).absoluteFilePath(), options.kept_folder,
