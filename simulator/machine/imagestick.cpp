@@ -37,14 +37,14 @@ ImageStick::ImageStick(const QString& folder, const StickPlan& plan, VirtualMach
 
 bool ImageStick::inserted() const
 {
-    return m_machine.stickInserted();
+    return m_machine.stickPort().inserted();
 }
 
 void ImageStick::setInserted(bool inserted)
 {
     if (!std::exchange(m_made, true))
         stickimage::make(m_machine.stickImage(), m_size_bytes, folder().path());
-    m_machine.setStickInserted(inserted);
+    m_machine.stickPort().setInserted(inserted);
 }
 
 std::optional<qint64> ImageStick::bytesOf(const QString& name) const

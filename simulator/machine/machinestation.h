@@ -30,10 +30,14 @@ public:
 
 private:
     void startProgram();
+    void noteTrouble(const QString& what);
+    void tellHowFar();
     void endRun();
 
     VirtualMachine& m_machine;
     MachineReport& m_report;
     std::function<void()> m_collect;
+    bool m_program_started = false;
+    bool m_killed = false;
     std::optional<int> m_program_exit_code;
 };
