@@ -6,9 +6,11 @@ add_library(corvane_bench STATIC
   bench/benchstick.cpp
   bench/bytesize.cpp
   bench/companions.cpp
+  bench/dependentprocess.cpp
   bench/earlierarchives.cpp
   bench/firmware.cpp
   bench/jsonplace.cpp
+  bench/neededprograms.cpp
   bench/options.cpp
   bench/podplan.cpp
   bench/podrack.cpp

@@ -12,6 +12,7 @@ add_library(corvane_machine STATIC
   machine/optdisk.cpp
   machine/qmpclient.cpp
   machine/stickimage.cpp
+  machine/stickport.cpp
   machine/tool.cpp
   machine/virtualmachine.cpp
   usbredir/i2cadapter.cpp

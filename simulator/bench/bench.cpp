@@ -4,14 +4,10 @@
 #include "bench/statustext.h"
 #include "bench/verbparser.h"
 
-#include <chrono>
-
 namespace {
 
 // In the middle of the screen's hidden quit area.
 constexpr QPoint kQuitCorner(15, 15);
-// A station that was asked to quit and is still there by then never will.
-constexpr std::chrono::seconds kQuitPatience{20};
 constexpr int kPanelCopied = 0;
 
 /// Makes the firmware and puts its package onto the stick.
@@ -38,7 +34,7 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     , m_rack(m_site->places(), settings.seed, m_firmware)
 {
     m_quit_patience.setSingleShot(true);
-    m_quit_patience.setInterval(kQuitPatience);
+    m_quit_patience.setInterval(m_site->quitPatience());
     connect(&m_quit_patience, &QTimer::timeout, &m_site->station(), &Station::kill);
     for (int slot = 0; slot < kSlotCount; ++slot)
         m_rack.setPlan(slot, scenario.plans.at(slot));
@@ -132,7 +128,7 @@ bool Bench::holdsForFiles(const Condition& condition) const
     case Condition::Kind::StickBytes:
         return stick().bytesOf(condition.text) >= condition.number;
     case Condition::Kind::StickLacks:
-        return !stick().holds(condition.text);
+        return stick().lacks(condition.text);
     case Condition::Kind::StickMounted:
         return station().mounted(QStringLiteral("/media/usbkey")) == (condition.number != 0);
     default: {

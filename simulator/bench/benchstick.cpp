@@ -37,10 +37,10 @@ BenchStick::BenchStick(const QString& folder, const StickPlan& plan)
     fillStick(folder, plan);
 }
 
-qint64 BenchStick::bytesOf(const QString& name) const
+std::optional<qint64> BenchStick::bytesOf(const QString& name) const
 {
     const QFileInfo entry(path(name));
-    return entry.isSymLink() || entry.exists() ? entry.size() : -1;
+    return entry.isSymLink() || entry.exists() ? entry.size() : kNotThere;
 }
 
 QStringList BenchStick::listing(int most) const

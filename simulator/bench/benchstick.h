@@ -5,11 +5,15 @@
 #include <QDir>
 #include <QStringList>
 
+#include <optional>
+
 /// The stick of the bench: a folder with what is on it, and its way into the station. Lives as long
 /// as the bench and is owned by the site. Throws BadInput when the stick cannot be made.
 class BenchStick
 {
 public:
+    static constexpr qint64 kNotThere = -1;
+
     /// folder: made, and given the plan's content. The stick is not inserted yet.
     BenchStick(const QString& folder, const StickPlan& plan);
     BenchStick(const BenchStick&) = delete;
@@ -27,10 +31,12 @@ public:
     /// bench itself.
     virtual QStringList complaints() const { return {}; }
 
-    /// False for what is not there; links count, wherever they lead.
+    /// False for what is not there, or not known to be; links count, wherever they lead.
     bool holds(const QString& name) const { return bytesOf(name) >= 0; }
-    /// -1 for what is not there.
-    virtual qint64 bytesOf(const QString& name) const;
+    /// False while that is not known.
+    bool lacks(const QString& name) const { return bytesOf(name) == kNotThere; }
+    /// kNotThere, or std::nullopt while nobody can tell.
+    virtual std::optional<qint64> bytesOf(const QString& name) const;
     /// One line a name, at most `most` lines, fit to be shown.
     QStringList listing(int most) const;
     QString path(const QString& name) const { return m_folder.filePath(name); }

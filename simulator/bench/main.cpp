@@ -1,4 +1,5 @@
 #include "bench/badinput.h"
+#include "bench/neededprograms.h"
 #include "bench/options.h"
 #include "bench/prompt.h"
 #include "bench/scenarioparser.h"
@@ -11,11 +12,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
-#include <QStandardPaths>
 #include <QTextStream>
-
-#include <utility>
-#include <vector>
 
 namespace {
 
@@ -57,21 +54,10 @@ Display displayOf(const Options& options)
                                                                      : Display::Window;
 }
 
-void needPrograms(const Options& options)
+void needStation(const QString& program)
 {
-    using Programs = std::vector<std::pair<QString, QString>>;
-    const Programs programs =
-        options.machine
-            ? Programs{{QStringLiteral("qemu-system-x86_64"), QStringLiteral("qemu-system-x86")},
-                       {QStringLiteral("mcopy"), QStringLiteral("mtools")}}
-            : Programs{{QStringLiteral("bwrap"), QStringLiteral("bubblewrap")},
-                       {QStringLiteral("socat"), QStringLiteral("socat")}};
-    for (const auto& [program, package] : programs)
-        if (QStandardPaths::findExecutable(program).isEmpty())
-            throw BadInput(
-                QStringLiteral("%1 is not installed; the package %2 has it").arg(program, package));
-    if (!QFileInfo(options.station_program).isExecutable())
-        throw BadInput(QStringLiteral("%1 is no program").arg(options.station_program));
+    if (!QFileInfo(program).isExecutable())
+        throw BadInput(QStringLiteral("%1 is no program").arg(program));
 }
 
 void offerScreen(ScreenServer& server)
@@ -122,7 +108,8 @@ int playWithPerson(Bench& bench, const Scenario& scenario, const PodPlan& usual)
 
 int run(const Options& options)
 {
-    needPrograms(options);
+    needPrograms(options.machine);
+    needStation(options.station_program);
     const Scenario scenario = scenarioOf(options);
     const Display display = displayOf(options);
     Bench bench({QFileInfo(options.station_program).absoluteFilePath(), options.kept_folder,

@@ -17,6 +17,7 @@ public:
     PodBus& places() override { return m_bus; }
     BenchStick& stick() override { return m_stick; }
     SandboxStation& station() override { return m_station; }
+    std::chrono::seconds quitPatience() const override { return std::chrono::seconds(20); }
     QString screenSocket() const override { return m_screen_socket; }
 
 private:

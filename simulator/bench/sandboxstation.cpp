@@ -5,7 +5,6 @@
 #include <QFileInfo>
 
 #include <csignal>
-#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -13,11 +12,6 @@ constexpr int kSignalExit = 128;
 // The controller's and discovery's; every other plain QThread of the station serves a pod.
 constexpr int kThreadsWithoutPods = 2;
 } // namespace
-
-void SandboxStation::Process::setupChildProcess()
-{
-    ::setsid();
-}
 
 SandboxStation::SandboxStation(SandboxSettings settings, const QString& log_path, bool echo)
     : Station(log_path, echo)
@@ -60,14 +54,14 @@ void SandboxStation::terminate()
         ::kill(static_cast<pid_t>(pid), SIGTERM);
 }
 
-int SandboxStation::podThreads() const
+std::optional<int> SandboxStation::podThreads() const
 {
     const qint64 pid = stationPid();
     const int plain = static_cast<int>(threadNames(pid).count(QStringLiteral("QThread")));
     return pid > 0 ? qMax(0, plain - kThreadsWithoutPods) : 0;
 }
 
-bool SandboxStation::mounted(const QString& folder) const
+std::optional<bool> SandboxStation::mounted(const QString& folder) const
 {
     QFile mounts(QStringLiteral("/proc/%1/mounts").arg(stationPid()));
     return mounts.open(QIODevice::ReadOnly) &&

@@ -4,6 +4,8 @@
 #include "bench/station.h"
 #include "usb/podbus.h"
 
+#include <chrono>
+
 /// Where a station runs, with all that is around it: its places for pods, its stick, its screen.
 /// Lives on the bench's thread, owned by the bench.
 class Site
@@ -19,6 +21,8 @@ public:
     virtual PodBus& places() = 0;
     virtual BenchStick& stick() = 0;
     virtual Station& station() = 0;
+    /// A station that was asked to quit and is still there by then never will.
+    virtual std::chrono::seconds quitPatience() const = 0;
     /// Where the screen is to be seen and touched, while the station runs.
     virtual QString screenSocket() const = 0;
 };

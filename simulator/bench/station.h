@@ -24,11 +24,11 @@ public:
     virtual void terminate() = 0;
 
     virtual bool running() const = 0;
-    /// Worker threads of pods that live now.
-    virtual int podThreads() const = 0;
-    /// Whether something is mounted there.
-    virtual bool mounted(const QString& folder) const = 0;
-    /// Of a file below its folder; -1 for what is not there.
+    /// Worker threads of pods that live now; std::nullopt while that is not known.
+    virtual std::optional<int> podThreads() const = 0;
+    /// Whether something is mounted there; std::nullopt while that is not known.
+    virtual std::optional<bool> mounted(const QString& folder) const = 0;
+    /// Of a file below its folder; -1 for what is not there, or not known to be.
     virtual qint64 bytesOf(const QString& name) const = 0;
     /// Of its process here; 0 while there is none, and always when its computer is another one.
     virtual qint64 stationPid() const { return 0; }

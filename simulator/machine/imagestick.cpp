@@ -37,20 +37,23 @@ ImageStick::ImageStick(const QString& folder, const StickPlan& plan, VirtualMach
 
 bool ImageStick::inserted() const
 {
-    return m_machine.stickInserted();
+    return m_machine.stickPort().inserted();
 }
 
 void ImageStick::setInserted(bool inserted)
 {
     if (!std::exchange(m_made, true))
         stickimage::make(m_machine.stickImage(), m_size_bytes, folder().path());
-    m_machine.setStickInserted(inserted);
+    m_machine.stickPort().setInserted(inserted);
 }
 
-qint64 ImageStick::bytesOf(const QString& name) const
+std::optional<qint64> ImageStick::bytesOf(const QString& name) const
 {
-    if (m_machine.running() && m_report.mounted(kMountPoint))
-        return m_report.bytesOf(kMountPoint + QLatin1Char('/') + name);
+    if (m_machine.running()) {
+        const std::optional<bool> mounted = m_report.mounted(kMountPoint);
+        if (mounted.value_or(true)) // without an answer, there is none about the file either
+            return m_report.bytesOf(kMountPoint + QLatin1Char('/') + name);
+    }
     unpack();
     return BenchStick::bytesOf(name);
 }

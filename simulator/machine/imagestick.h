@@ -19,7 +19,7 @@ public:
 
     bool inserted() const override;
     void setInserted(bool inserted) override;
-    qint64 bytesOf(const QString& name) const override;
+    std::optional<qint64> bytesOf(const QString& name) const override;
     QStringList complaints() const override { return m_complaints; }
     /// Brings the folder up to date; nobody may have the stick mounted.
     void unpack() const;

@@ -1,5 +1,6 @@
 #include "machine/machinearguments.h"
 
+#include "bench/badinput.h"
 #include "usb/usbaddress.h"
 
 namespace {
@@ -8,6 +9,31 @@ constexpr int kHubs = 5;
 
 /// Beside the station's hubs, which hang on the port that they have in the simulated bus too.
 const QString kAdapterHubPort = QStringLiteral("1");
+
+/// A comma ends a value, and two are one that belongs to it.
+QString asValue(QString path)
+{
+    return path.replace(QLatin1Char(','), QStringLiteral(",,"));
+}
+
+/// For the kernel, which hands it to the machine's first program. It knows quotes, but none in
+/// them.
+QString forKernel(const QString& name, const QString& path)
+{
+    if (path.contains(QLatin1Char('"')))
+        throw BadInput(QStringLiteral("%1: a machine cannot be told a path with quotes").arg(path));
+    return QStringLiteral("%1=\"%2\"").arg(name, path);
+}
+
+/// Where the machine's root has something of its own.
+void refuseHidden(const QString& path)
+{
+    for (const char* folder : {"/dev/", "/media/", "/opt/", "/proc/", "/run/", "/sys/"})
+        if (path.startsWith(QLatin1String(folder)))
+            throw BadInput(
+                QStringLiteral("%1: a machine has a %2 of its own, where it cannot find this")
+                    .arg(path, QLatin1String(folder)));
+}
 
 class CommandLine
 {
@@ -20,7 +46,7 @@ public:
     /// The machine comes to the socket when it starts.
     void socket(const QString& id, const QString& path)
     {
-        add("chardev", QStringLiteral("socket,id=%1,path=%2").arg(id, path));
+        add("chardev", QStringLiteral("socket,id=%1,path=%2").arg(id, asValue(path)));
     }
     void hub(const QString& port) { device(QStringLiteral("usb-hub,bus=usb.0,port=%1").arg(port)); }
     void redirected(const QString& id, const QString& path, const QString& port)
@@ -45,9 +71,11 @@ void addComputer(CommandLine& line, const MachineParts& parts)
     line.add("m", QStringLiteral("1024"));
     line.add("kernel", parts.kernel_image);
     line.add("initrd", parts.initramfs);
+    if (parts.packages.isEmpty())
+        refuseHidden(parts.station_program);
     const QString station = parts.packages.isEmpty()
-                                ? QStringLiteral("station=\"%1\"").arg(parts.station_program)
-                                : QStringLiteral("packages=\"%1\"").arg(parts.packages);
+                                ? forKernel(QStringLiteral("station"), parts.station_program)
+                                : forKernel(QStringLiteral("packages"), parts.packages);
     line.add("append", QStringLiteral("console=ttyS0 quiet panic=-1 mitigations=off ") + station);
 }
 
@@ -55,7 +83,7 @@ void addScreen(CommandLine& line, const MachineParts& parts)
 {
     line.device(QStringLiteral("virtio-gpu-pci,xres=480,yres=272"));
     line.device(QStringLiteral("virtio-tablet-pci"));
-    line.add("display", QStringLiteral("vnc=unix:%1").arg(parts.screen_socket));
+    line.add("display", QStringLiteral("vnc=unix:%1").arg(asValue(parts.screen_socket)));
 }
 
 /// It is plugged in later, again and again.
@@ -65,7 +93,7 @@ void addStick(CommandLine& line, const MachineParts& parts)
                            .arg(parts.stick_bytes_per_second));
     line.add("blockdev",
              QStringLiteral("driver=raw,node-name=stick-image,file.driver=file,file.filename=%1")
-                 .arg(parts.stick_image));
+                 .arg(asValue(parts.stick_image)));
     line.add("blockdev",
              QStringLiteral(
                  "driver=throttle,node-name=stick,throttle-group=stick-speed,file=stick-image"));
@@ -76,14 +104,15 @@ void addDisks(CommandLine& line, const MachineParts& parts)
     line.add("fsdev", QStringLiteral(
                           "local,id=host,path=/,security_model=none,readonly=on,multidevs=remap"));
     line.device(QStringLiteral("virtio-9p-pci,fsdev=host,mount_tag=host"));
-    line.add("drive", QStringLiteral("if=none,id=opt,format=raw,file=%1").arg(parts.opt_image));
+    line.add("drive",
+             QStringLiteral("if=none,id=opt,format=raw,file=%1").arg(asValue(parts.opt_image)));
     line.device(QStringLiteral("virtio-blk-pci,drive=opt"));
     addStick(line, parts);
 }
 
 void addLines(CommandLine& line, const MachineParts& parts)
 {
-    line.add("chardev", QStringLiteral("file,id=console,path=%1").arg(parts.console_log));
+    line.add("chardev", QStringLiteral("file,id=console,path=%1").arg(asValue(parts.console_log)));
     line.device(QStringLiteral("isa-serial,chardev=console"));
     line.device(QStringLiteral("virtio-serial-pci"));
     line.add("chardev", QStringLiteral("file,id=log,path=/dev/stdout"));

@@ -23,5 +23,6 @@ struct MachineParts
     QString screen_socket; ///< for viewers
 };
 
-/// The command line of QEMU. The station's log is the process's standard output.
+/// The command line of QEMU. The station's log is the process's standard output. Throws BadInput
+/// for a path that a machine cannot be told, or would find something else behind.
 QStringList machineArguments(const MachineParts& parts);

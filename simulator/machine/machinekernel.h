@@ -8,6 +8,8 @@ struct MachineKernel
     QString image;
     QString version;
 
-    /// The newest of Debian's stock kernels. Throws BadInput when there is none.
-    static MachineKernel installed();
+    /// The newest one that has a driver for everything in the machine, as Debian's stock kernels
+    /// have; those for clouds have not. Throws BadInput when there is none.
+    static MachineKernel installed(const QString& boot = QStringLiteral("/boot"),
+                                   const QString& modules = QStringLiteral("/lib/modules"));
 };

@@ -3,6 +3,7 @@
 #include "machine/machineshell.h"
 
 #include <chrono>
+#include <utility>
 
 namespace {
 
@@ -14,68 +15,66 @@ constexpr std::chrono::milliseconds kBetweenQuestions{500};
 MachineReport::MachineReport(MachineShell& shell)
     : m_shell(shell)
 {
-    m_ask.setSingleShot(true);
-    m_ask.setInterval(kBetweenQuestions);
-    connect(&m_ask, &QTimer::timeout, this, &MachineReport::ask);
-    connect(&shell, &MachineShell::ready, this, &MachineReport::ask);
+    m_next_question.setSingleShot(true);
+    m_next_question.setInterval(kBetweenQuestions);
+    connect(&m_next_question, &QTimer::timeout, this, &MachineReport::askIfWanted);
+    connect(&shell, &MachineShell::ready, this, &MachineReport::askIfWanted);
 }
 
-int MachineReport::stationThreads() const
+std::optional<int> MachineReport::stationThreads() const
 {
-    return wanted().threads;
+    return wanted() ? std::optional(m_state->threads) : std::nullopt;
 }
 
-bool MachineReport::mounted(const QString& folder) const
+std::optional<bool> MachineReport::mounted(const QString& folder) const
 {
-    return wanted().mounts.contains(folder);
+    return wanted() ? std::optional(m_state->mounts.contains(folder)) : std::nullopt;
 }
 
-qint64 MachineReport::bytesOf(const QString& path) const
+std::optional<qint64> MachineReport::bytesOf(const QString& path) const
 {
-    return wanted().file_bytes.value(path, -1);
+    return wanted() ? std::optional(m_state->file_bytes.value(path, -1)) : std::nullopt;
 }
 
 void MachineReport::forget()
 {
-    m_state = {};
-    m_ask.stop();
+    m_state.reset();
+    m_next_question.stop();
 }
 
-/// One who wants to know comes back soon; what was known when nobody did is not told any more.
-const MachineReport::State& MachineReport::wanted() const
+const std::optional<MachineReport::State>& MachineReport::wanted() const
 {
-    static const State nothing;
-    const bool goes_on = m_wanted.isValid() && !m_wanted.hasExpired(kBetweenQuestions.count());
-    m_wanted.start();
-    return goes_on ? m_state : nothing;
+    m_wanted = true;
+    return m_state;
 }
 
-void MachineReport::ask()
+/// What was known when nobody wanted to know is old when somebody does.
+void MachineReport::askIfWanted()
 {
-    const bool asked_for = m_wanted.isValid() && !m_wanted.hasExpired(kBetweenQuestions.count());
-    if (!asked_for) {
-        m_state = {};
-        m_ask.start();
+    if (!std::exchange(m_wanted, false)) {
+        m_state.reset();
+        m_next_question.start();
         return;
     }
     m_shell.run(QStringLiteral("report"), [this](const MachineShell::Result& result) {
         take(result.lines);
-        m_ask.start();
+        m_next_question.start();
     });
 }
 
 void MachineReport::take(const QStringList& lines)
 {
-    m_state = {};
+    State state{};
     for (const QString& line : lines) {
         const QString kind = line.section(QLatin1Char(' '), 0, 0);
         const QString rest = line.section(QLatin1Char(' '), 1);
         if (kind == QLatin1String("threads"))
-            m_state.threads = rest.toInt();
+            state.threads = rest.toInt();
         else if (kind == QLatin1String("mount"))
-            m_state.mounts.insert(rest);
+            state.mounts.insert(rest);
         else if (kind == QLatin1String("file"))
-            m_state.file_bytes.insert(rest.section(QLatin1Char(' '), 1),
-                                      rest.section(QLatin1Char(' '), 0, 0).toLongLong());
+            state.file_bytes.insert(rest.section(QLatin1Char(' '), 1),
+                                    rest.section(QLatin1Char(' '), 0, 0).toLongLong());
     }
+    m_state = state;
 }

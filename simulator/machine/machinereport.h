@@ -1,16 +1,18 @@
 #pragma once
 
-#include <QElapsedTimer>
 #include <QHash>
 #include <QObject>
 #include <QSet>
 #include <QStringList>
 #include <QTimer>
 
+#include <optional>
+
 class MachineShell;
 
 /// How things stand in the machine, asked through its shell for as long as somebody wants to know.
-/// Lives on the bench's thread, owned by the site. Without an answer yet, nothing is there.
+/// Lives on the bench's thread, owned by the site. Whoever has to wait for the first answer is told
+/// so by std::nullopt: what nobody has looked at is neither so nor otherwise.
 class MachineReport : public QObject
 {
     Q_OBJECT
@@ -19,26 +21,26 @@ public:
     /// The shell must outlive it.
     explicit MachineReport(MachineShell& shell);
 
-    int stationThreads() const;
-    bool mounted(const QString& folder) const;
+    std::optional<int> stationThreads() const;
+    std::optional<bool> mounted(const QString& folder) const;
     /// -1 for what is not there.
-    qint64 bytesOf(const QString& path) const;
+    std::optional<qint64> bytesOf(const QString& path) const;
     /// What is known is of a machine that is gone.
     void forget();
 
 private:
     struct State
     {
-        int threads = 0;
+        int threads;
         QSet<QString> mounts;
         QHash<QString, qint64> file_bytes;
     };
-    const State& wanted() const;
-    void ask();
+    const std::optional<State>& wanted() const;
+    void askIfWanted();
     void take(const QStringList& lines);
 
     MachineShell& m_shell;
-    State m_state;
-    QTimer m_ask;
-    mutable QElapsedTimer m_wanted;
+    std::optional<State> m_state;
+    QTimer m_next_question;
+    mutable bool m_wanted = false; ///< since the last question
 };

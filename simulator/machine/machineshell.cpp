@@ -30,6 +30,11 @@ void MachineShell::run(const QString& command, Done done)
     sendNext();
 }
 
+std::optional<QString> MachineShell::underWay() const
+{
+    return m_waiting ? std::optional(m_commands.front().line) : std::nullopt;
+}
+
 void MachineShell::reset()
 {
     m_commands = {};

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 class QLocalSocket;
 
@@ -33,6 +34,8 @@ public:
     ~MachineShell() override;
 
     void run(const QString& command, Done done = {});
+    /// The command that has not been answered, if any.
+    std::optional<QString> underWay() const;
     /// Forgets what has not been answered; for the end of a machine.
     void reset();
 

@@ -21,6 +21,8 @@ public:
     PodBus& places() override { return m_machine.pods(); }
     BenchStick& stick() override { return m_stick; }
     Station& station() override { return m_station; }
+    /// On two emulated processors that may have half a real one.
+    std::chrono::seconds quitPatience() const override { return std::chrono::minutes(2); }
     QString screenSocket() const override { return m_machine.screenSocket(); }
 
     MachineShell& shell() { return m_machine.shell(); }

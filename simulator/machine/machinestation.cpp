@@ -29,6 +29,7 @@ MachineStation::MachineStation(VirtualMachine& machine, MachineReport& report,
     , m_collect(std::move(collect))
 {
     connect(&machine, &VirtualMachine::output, this, &MachineStation::noteOutput);
+    connect(&machine, &VirtualMachine::troubled, this, &MachineStation::noteTrouble);
     connect(&machine, &VirtualMachine::ended, this, &MachineStation::endRun);
     connect(&machine.shell(), &MachineShell::ready, this, &MachineStation::startProgram);
     connect(&machine.shell(), &MachineShell::stationEnded, this, [this](int exit_code) {
@@ -40,12 +41,15 @@ MachineStation::MachineStation(VirtualMachine& machine, MachineReport& report,
 void MachineStation::start()
 {
     noteStart();
+    m_program_started = false;
+    m_killed = false;
     m_program_exit_code.reset();
     m_machine.start();
 }
 
 void MachineStation::kill()
 {
+    m_killed = true;
     m_machine.cutPower();
 }
 
@@ -59,19 +63,20 @@ bool MachineStation::running() const
     return m_machine.running();
 }
 
-int MachineStation::podThreads() const
+std::optional<int> MachineStation::podThreads() const
 {
-    return qMax(0, m_report.stationThreads() - kThreadsWithoutPods);
+    const std::optional<int> all = m_report.stationThreads();
+    return all ? std::optional(qMax(0, *all - kThreadsWithoutPods)) : std::nullopt;
 }
 
-bool MachineStation::mounted(const QString& folder) const
+std::optional<bool> MachineStation::mounted(const QString& folder) const
 {
     return m_report.mounted(folder);
 }
 
 qint64 MachineStation::bytesOf(const QString& name) const
 {
-    return m_report.bytesOf(QStringLiteral("/opt/Corvane/") + name);
+    return m_report.bytesOf(QStringLiteral("/opt/Corvane/") + name).value_or(-1);
 }
 
 void MachineStation::startProgram()
@@ -83,16 +88,40 @@ void MachineStation::startProgram()
         if (m_machine.pods().plugged(slot))
             m_machine.shell().run(waitForPod(slot));
     m_machine.shell().run(m_machine.installsStation() ? QStringLiteral("install_station")
-                                                      : QStringLiteral("start_station"));
+                                                      : QStringLiteral("start_station"),
+                          [this](const MachineShell::Result&) { m_program_started = true; });
+}
+
+/// As a line of the log that no verdict passes over.
+void MachineStation::noteTrouble(const QString& what)
+{
+    noteOutput("[CRITICAL]: Bench: " + what.toUtf8() + '\n');
+}
+
+/// Of a machine that went off by itself or before the program ran: nothing else says why.
+void MachineStation::tellHowFar()
+{
+    constexpr int kConsoleLines = 15;
+    const QString command = m_machine.shell().underWay().value_or(
+        m_program_started ? QStringLiteral("nothing") : QStringLiteral("come up"));
+    QString text =
+        QStringLiteral("Bench: the machine went off when it was to '%1'; its console ends with\n")
+            .arg(command);
+    for (const QString& line : m_machine.lastConsoleLines(kConsoleLines))
+        text += QStringLiteral("  %1\n").arg(line);
+    noteOutput(text.toUtf8());
 }
 
 void MachineStation::endRun()
 {
     m_report.forget();
+    const bool as_it_should = m_program_exit_code || (m_killed && m_program_started);
+    if (!as_it_should)
+        tellHowFar();
     try {
         m_collect();
     } catch (const BadInput& bad) {
-        noteOutput("[CRITICAL]: Bench: " + bad.text().toUtf8() + '\n');
+        noteTrouble(bad.text());
     }
     noteEnd(m_program_exit_code.value_or(kPowerCut));
 }

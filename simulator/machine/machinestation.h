@@ -24,16 +24,20 @@ public:
     void kill() override;
     void terminate() override;
     bool running() const override;
-    int podThreads() const override;
-    bool mounted(const QString& folder) const override;
+    std::optional<int> podThreads() const override;
+    std::optional<bool> mounted(const QString& folder) const override;
     qint64 bytesOf(const QString& name) const override;
 
 private:
     void startProgram();
+    void noteTrouble(const QString& what);
+    void tellHowFar();
     void endRun();
 
     VirtualMachine& m_machine;
     MachineReport& m_report;
     std::function<void()> m_collect;
+    bool m_program_started = false;
+    bool m_killed = false;
     std::optional<int> m_program_exit_code;
 };

@@ -5,7 +5,7 @@
 class BenchFolder;
 
 /// The disk that is "/opt" in a machine: an ext4 file system in a file, which outlives the power.
-/// Lives as long as the site. Throws BadInput when it cannot be made or read.
+/// Lives as long as the site, owned by it. Throws BadInput when it cannot be made or read.
 class OptDisk
 {
 public:
@@ -13,7 +13,8 @@ public:
     OptDisk(const BenchFolder& folder, QString image);
 
     QString image() const { return m_image; }
-    /// Brings the folder up to what is on the disk; the machine must be off.
+    /// Brings the folder up to what is on the disk, or leaves it as it is when it throws; the
+    /// machine must be off.
     void unpack() const;
 
 private:

@@ -53,7 +53,10 @@ void QmpClient::receive(const QJsonObject& message)
     } else if (!m_ready) {
         m_ready = message.contains(QLatin1String("return"));
         sendNext();
-    } else if (!message.contains(QLatin1String("event")) && m_waiting) {
+    } else if (message.contains(QLatin1String("event"))) {
+        Q_EMIT happened(message.value(QLatin1String("event")).toString(),
+                        message.value(QLatin1String("data")).toObject());
+    } else if (m_waiting) {
         const Command command = std::exchange(m_commands.front(), {});
         m_commands.pop();
         m_waiting = false;

@@ -36,6 +36,7 @@ public:
 
 Q_SIGNALS:
     void refused(const QString& command, const QString& reason);
+    void happened(const QString& event, const QJsonObject& data);
 
 private:
     struct Command

@@ -30,7 +30,7 @@ void stickimage::make(const QString& image, quint64 size_bytes, const QString& f
     if (!file.open(QIODevice::WriteOnly) || !file.resize(qint64(size_bytes)))
         throw BadInput(QStringLiteral("cannot write %1: %2").arg(image, file.errorString()));
     runTool(QStringLiteral("/sbin/sfdisk"), {QStringLiteral("-q"), image},
-            QStringLiteral("label: dos\nstart=%1, type=c\n").arg(kFirstSector).toUtf8());
+            {QStringLiteral("label: dos\nstart=%1, type=c\n").arg(kFirstSector).toUtf8(), {}, 0});
     runTool(QStringLiteral("/sbin/mkfs.vfat"),
             {QStringLiteral("--offset"), QString::number(kFirstSector), QStringLiteral("-n"),
              QStringLiteral("RECORDINGS"), image});
@@ -46,9 +46,10 @@ void stickimage::unpack(const QString& image, const QString& folder)
 {
     QDir(folder).removeRecursively();
     QDir().mkpath(folder);
-    const QByteArray names = runTool(
-        QStringLiteral("mdir"), {QStringLiteral("-b"), QStringLiteral("-a"), QStringLiteral("-i"),
-                                 partition(image), QStringLiteral("::")});
+    const QByteArray names = runTool(QStringLiteral("mdir"),
+                                     {QStringLiteral("-b"), QStringLiteral("-a"),
+                                      QStringLiteral("-i"), partition(image), QStringLiteral("::")})
+                                 .output;
     QStringList arguments{QStringLiteral("-s"), QStringLiteral("-n"), QStringLiteral("-i"),
                           partition(image)};
     for (const QByteArray& name : names.split('\n'))

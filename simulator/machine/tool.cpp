@@ -1,22 +1,19 @@
 #include "machine/tool.h"
 
 #include "bench/badinput.h"
+#include "bench/dependentprocess.h"
 
-#include <QProcess>
-
-QByteArray runTool(const QString& program, const QStringList& arguments, const QByteArray& input)
+ToolResult runTool(const QString& program, const QStringList& arguments, const ToolOptions& options)
 {
-    QProcess tool;
+    DependentProcess tool;
+    tool.setWorkingDirectory(options.folder);
     tool.start(program, arguments);
-    tool.write(input);
+    tool.write(options.input);
     tool.closeWriteChannel();
     if (!tool.waitForFinished(-1))
-        throw BadInput(
-            QStringLiteral("%1: %2 (kmod, e2fsprogs, fdisk, dosfstools and mtools have the "
-                           "machine's tools)")
-                .arg(program, tool.errorString()));
-    if (tool.exitStatus() != QProcess::NormalExit || tool.exitCode() != 0)
-        throw BadInput(
-            QStringLiteral("%1: %2").arg(program, QString::fromUtf8(tool.readAllStandardError())));
-    return tool.readAllStandardOutput();
+        throw BadInput(QStringLiteral("%1: %2").arg(program, tool.errorString()));
+    ToolResult result{tool.readAllStandardOutput(), tool.readAllStandardError()};
+    if (tool.exitStatus() != QProcess::NormalExit || tool.exitCode() > options.worst_exit_code)
+        throw BadInput(QStringLiteral("%1: %2").arg(program, QString::fromUtf8(result.errors)));
+    return result;
 }

@@ -1,37 +1,59 @@
 #include "machine/virtualmachine.h"
 
+#include "bench/badinput.h"
 #include "bench/companions.h"
-#include "machine/machinearguments.h"
 #include "machine/tool.h"
 #include "usbredir/i2cadapter.h"
 
-#include <utility>
+#include <QFile>
+#include <QFileInfo>
+
+#include <sys/un.h>
 
 namespace {
 
 const QString kEmulator = QStringLiteral("qemu-system-x86_64");
 const QString kInitramfs = QStringLiteral("initramfs");
-/// A place of the stick's own, beside the hubs.
-const QString kStickPort = QStringLiteral("2");
+const QString kAdapter = QStringLiteral("adapter");
+const QString kShell = QStringLiteral("shell");
+const QString kMonitor = QStringLiteral("monitor");
+const QString kScreen = QStringLiteral("screen");
+
+/// The folder's path, if sockets can be in it.
+QString forSockets(const QTemporaryDir& folder)
+{
+    if (!folder.isValid())
+        throw BadInput(QStringLiteral("no temporary folder: %1").arg(folder.errorString()));
+    const int longest_name = qMax(kAdapter.size(), kMonitor.size());
+    if (QFile::encodeName(folder.path()).size() + 1 + longest_name >=
+        int(sizeof(sockaddr_un::sun_path)))
+        throw BadInput(QStringLiteral("%1: sockets cannot have so long a path; set TMPDIR to a "
+                                      "shorter one")
+                           .arg(folder.path()));
+    return folder.path();
+}
 
 } // namespace
 
 VirtualMachine::VirtualMachine(MachineSettings settings)
     : m_settings(std::move(settings))
     , m_kernel(MachineKernel::installed())
-    , m_pods(m_folder.path())
-    , m_adapter(m_folder.filePath(QStringLiteral("adapter")))
-    , m_shell(m_folder.filePath(QStringLiteral("shell")))
-    , m_monitor(m_folder.filePath(QStringLiteral("monitor")))
+    , m_pods(forSockets(m_folder))
+    , m_adapter(m_folder.filePath(kAdapter))
+    , m_shell(m_folder.filePath(kShell))
+    , m_monitor(m_folder.filePath(kMonitor))
+    , m_stick_port(m_monitor)
+    , m_arguments(machineArguments(parts()))
 {
     m_adapter.plug(std::make_unique<I2cAdapter>());
     runTool(companions::bootFolder() + QStringLiteral("/make-initramfs"),
             {m_kernel.version, m_folder.filePath(kInitramfs)});
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_process.setStandardInputFile(QProcess::nullDevice());
-    connect(&m_monitor, &QmpClient::refused, this, [](const QString& command, const QString& why) {
-        qWarning("The machine's monitor, %s: %s", qUtf8Printable(command), qUtf8Printable(why));
-    });
+    connect(&m_monitor, &QmpClient::refused, this,
+            [this](const QString& command, const QString& why) {
+                Q_EMIT troubled(QStringLiteral("the monitor, %1: %2").arg(command, why));
+            });
     connect(&m_process, &QProcess::readyReadStandardOutput, this,
             [this] { Q_EMIT output(m_process.readAllStandardOutput()); });
     connect(&m_process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
@@ -39,9 +61,10 @@ VirtualMachine::VirtualMachine(MachineSettings settings)
     connect(&m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error != QProcess::FailedToStart)
             return;
-        qWarning("%s: %s", qUtf8Printable(kEmulator), qUtf8Printable(m_process.errorString()));
+        Q_EMIT troubled(kEmulator + QStringLiteral(": ") + m_process.errorString());
         Q_EMIT ended();
     });
+    connect(this, &VirtualMachine::ended, &m_stick_port, &StickPort::powerOff);
 }
 
 VirtualMachine::~VirtualMachine()
@@ -54,9 +77,8 @@ void VirtualMachine::start()
 {
     m_shell.reset();
     m_monitor.reset();
-    m_process.start(kEmulator, arguments());
-    if (m_stick_inserted)
-        plugStick();
+    m_process.start(kEmulator, m_arguments);
+    m_stick_port.powerOn();
 }
 
 void VirtualMachine::cutPower()
@@ -65,43 +87,35 @@ void VirtualMachine::cutPower()
     m_process.waitForFinished();
 }
 
-void VirtualMachine::setStickInserted(bool inserted)
+QStringList VirtualMachine::lastConsoleLines(int count) const
 {
-    if (std::exchange(m_stick_inserted, inserted) == inserted || !running())
-        return;
-    if (inserted)
-        plugStick();
-    else
-        m_monitor.execute(QStringLiteral("device_del"),
-                          {{QStringLiteral("id"), QStringLiteral("stick")}});
+    QFile console(m_settings.console_log);
+    if (!console.open(QIODevice::ReadOnly))
+        return {};
+    QStringList lines;
+    for (const QByteArray& line : console.readAll().split('\n'))
+        if (!line.trimmed().isEmpty())
+            lines += QString::fromUtf8(line.trimmed());
+    return lines.mid(qMax(0, lines.size() - count));
 }
 
-void VirtualMachine::plugStick()
-{
-    m_monitor.execute(QStringLiteral("device_add"),
-                      {{QStringLiteral("driver"), QStringLiteral("usb-storage")},
-                       {QStringLiteral("id"), QStringLiteral("stick")},
-                       {QStringLiteral("drive"), QStringLiteral("stick")},
-                       {QStringLiteral("bus"), QStringLiteral("usb.0")},
-                       {QStringLiteral("port"), kStickPort}});
-}
-
-QStringList VirtualMachine::arguments() const
+MachineParts VirtualMachine::parts() const
 {
     MachineParts parts;
     parts.kernel_image = m_kernel.image;
     parts.initramfs = m_folder.filePath(kInitramfs);
-    parts.station_program = m_settings.station_program;
+    // As the machine comes to it, which has other folders than this one behind some names.
+    parts.station_program = QFileInfo(m_settings.station_program).canonicalFilePath();
     parts.packages = m_settings.packages;
     parts.opt_image = m_settings.opt_image;
     parts.stick_image = m_settings.stick_image;
     parts.stick_bytes_per_second = m_settings.stick_bytes_per_second;
     parts.console_log = m_settings.console_log;
-    parts.monitor_socket = m_folder.filePath(QStringLiteral("monitor"));
-    parts.shell_socket = m_folder.filePath(QStringLiteral("shell"));
+    parts.monitor_socket = m_folder.filePath(kMonitor);
+    parts.shell_socket = m_folder.filePath(kShell);
     parts.adapter_socket = m_adapter.socketPath();
     for (int slot = 0; slot < PodPorts::kSlotCount; ++slot)
         parts.pod_sockets.at(std::size_t(slot)) = m_pods.socketPath(slot);
     parts.screen_socket = screenSocket();
-    return machineArguments(parts);
+    return parts;
 }

@@ -1,13 +1,15 @@
 #pragma once
 
+#include "bench/dependentprocess.h"
+#include "machine/machinearguments.h"
 #include "machine/machinekernel.h"
 #include "machine/machineshell.h"
 #include "machine/qmpclient.h"
+#include "machine/stickport.h"
 #include "usbredir/podports.h"
 #include "usbredir/redirport.h"
 
 #include <QObject>
-#include <QProcess>
 #include <QTemporaryDir>
 
 /// How a machine is made.
@@ -23,8 +25,8 @@ struct MachineSettings
 
 /// A station's computer, emulated whole: a stock kernel on the root of this machine, which it
 /// cannot change, with the station's disk, screen, hubs and places. It can be started again and
-/// again. Lives on one thread, owned by the bench; the process dies with it. Throws
-/// BadInput when it cannot be made; what goes wrong later is said on the error output, and its end.
+/// again. Lives on the main thread, owned by the bench, whose end is the machine's too, however the
+/// bench ends. Throws BadInput when it cannot be made; what goes wrong later is told by troubled().
 class VirtualMachine : public QObject
 {
     Q_OBJECT
@@ -44,24 +46,23 @@ public:
 
     PodPorts& pods() { return m_pods; }
     MachineShell& shell() { return m_shell; }
-    QmpClient& monitor() { return m_monitor; }
     /// Under systemd, by packages.
     bool installsStation() const { return !m_settings.packages.isEmpty(); }
     QString screenSocket() const { return m_folder.filePath(QStringLiteral("screen")); }
     QString stickImage() const { return m_settings.stick_image; }
-    bool stickInserted() const { return m_stick_inserted; }
-    /// Also while the machine is off.
-    void setStickInserted(bool inserted);
+    StickPort& stickPort() { return m_stick_port; }
+    /// What the kernel said last.
+    QStringList lastConsoleLines(int count) const;
 
 Q_SIGNALS:
     /// Of the station, in pieces of any size.
     void output(const QByteArray& text);
+    void troubled(const QString& what);
     /// Switched off, by itself or by others.
     void ended();
 
 private:
-    void plugStick();
-    QStringList arguments() const;
+    MachineParts parts() const;
 
     MachineSettings m_settings;
     QTemporaryDir m_folder;
@@ -70,6 +71,7 @@ private:
     RedirPort m_adapter;
     MachineShell m_shell;
     QmpClient m_monitor;
-    QProcess m_process;
-    bool m_stick_inserted = false;
+    StickPort m_stick_port;
+    DependentProcess m_process;
+    QStringList m_arguments;
 };

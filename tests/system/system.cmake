@@ -1,11 +1,14 @@
 # The station in a virtual machine; minutes, so only with "ctest -C system", as scripts/test --system
-# does. A machine takes both cores of a small computer: one after the other.
+# does. A machine takes both cores of a small computer: one after the other. Each test has a limit
+# of its own; ctest's comes later.
+set(alone RUN_SERIAL ON TIMEOUT 3600)
 foreach(scenario IN ITEMS
     system/commands system/firmware system/phases system/roads system/stick system/stickfull scenarios/backup)
   get_filename_component(name ${scenario} NAME)
   add_test(NAME system_${name}
     COMMAND corvane-sim --machine --once --scenario ${CMAKE_CURRENT_SOURCE_DIR}/${scenario}.json
     CONFIGURATIONS system)
+  set_tests_properties(system_${name} PROPERTIES ${alone})
 endforeach()
 
 function(corvane_add_system_test name)
@@ -16,9 +19,10 @@ function(corvane_add_system_test name)
   corvane_know_qt_order(system_${name})
   add_test(NAME system_${name} COMMAND system_${name} CONFIGURATIONS system)
   set_tests_properties(system_${name} PROPERTIES
-    ENVIRONMENT "QTEST_FUNCTION_TIMEOUT=1800000")
+    ENVIRONMENT "QTEST_FUNCTION_TIMEOUT=3000000" ${alone})
 endfunction()
 corvane_add_system_test(launcherreplacement)
+corvane_add_system_test(optdisk)
 corvane_add_system_test(powercuts)
 
 corvane_add_system_test(package)

@@ -21,3 +21,6 @@ set_property(TEST simulator_usbbus APPEND PROPERTY ENVIRONMENT "LD_PRELOAD=${pre
 corvane_add_test(simulator_usbredir
   SOURCES ${CMAKE_CURRENT_LIST_DIR}/simulator_usbredir.cpp
   LIBRARIES corvane_machine)
+corvane_add_test(simulator_machine
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/simulator_machine.cpp
+  LIBRARIES corvane_machine)
