@@ -13,6 +13,7 @@ constexpr QPoint kQuitCorner(15, 15);
 // A station that was asked to quit and is still there by then never will.
 constexpr std::chrono::seconds kQuitPatience{20};
 constexpr int kPanelCopied = 0;
+const QString kStickFolder = QStringLiteral("/media/usbkey");
 
 /// Makes the firmware and puts its package onto the stick.
 std::optional<Firmware> bringFirmware(const std::optional<FirmwarePlan>& plan, quint64 seed,
@@ -33,6 +34,7 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     , m_folder(settings.kept_folder)
     , m_earlier(makeEarlierArchives(m_folder.archives(), scenario.earlier, settings.seed))
     , m_site(settings.make_site(settings, scenario, m_folder))
+    , m_promise(m_folder, stick())
     , m_firmware(bringFirmware(scenario.firmware, settings.seed, stick()))
     , m_stick_before(stick().listing(kStickLines))
     , m_rack(m_site->places(), settings.seed, m_firmware)
@@ -44,10 +46,9 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
         m_rack.setPlan(slot, scenario.plans.at(slot));
     connect(&m_rack, &PodRack::changed, this, &Bench::noteChange);
     connect(&m_site->station(), &Station::logged, this, &Bench::changed);
-    connect(&m_site->station(), &Station::ended, this, [this] {
-        m_screen.stop();
-        Q_EMIT changed();
-    });
+    connect(&m_site->places(), &PodBus::readoutCompleted, this,
+            [this] { m_promise.readoutCompleted(); });
+    connect(&m_site->station(), &Station::ended, this, &Bench::noteEnd);
     connect(&m_screen, &ScreenClient::changed, this, &Bench::readScreen);
 }
 
@@ -127,7 +128,7 @@ bool Bench::holdsForFiles(const Condition& condition) const
     case Condition::Kind::StickLacks:
         return !stick().holds(condition.text);
     case Condition::Kind::StickMounted:
-        return station().mounted(QStringLiteral("/media/usbkey")) == (condition.number != 0);
+        return station().mounted(kStickFolder) == (condition.number != 0);
     default: {
         const qint64 size_bytes = station().bytesOf(condition.text);
         return size_bytes >= 0 && size_bytes >= condition.number;
@@ -220,6 +221,7 @@ void Bench::startStation()
     m_panel_code.reset();
     m_full_gauges.reset();
     m_empty_gauges.reset();
+    m_promise.stationStarted();
     m_site->station().start();
     if (!m_window)
         m_screen.start(m_site->screenSocket());
@@ -249,6 +251,15 @@ void Bench::noteUpdates()
     m_updated = updated;
 }
 
+void Bench::noteEnd()
+{
+    // By now the folders are current everywhere, and what was mounted is no more.
+    if (m_panel_code == kPanelCopied)
+        m_promise.check(false);
+    m_screen.stop();
+    Q_EMIT changed();
+}
+
 void Bench::readScreen()
 {
     const std::optional<int> before = m_panel_code;
@@ -257,8 +268,12 @@ void Bench::readScreen()
     m_empty_gauges = ScreenReader::emptyGauges(m_screen.picture());
     if (m_panel_code)
         m_panel_shown += *m_panel_code;
-    if (m_panel_code == kPanelCopied && before != m_panel_code)
+    if (m_panel_code == kPanelCopied && before != m_panel_code) {
         m_times.last_copy_ms = elapsedMs();
+        if (m_site->foldersAreCurrent())
+            m_promise.check(station().mounted(kStickFolder));
+    }
+    m_promise.pictureSeen();
     if (m_quitting)
         touchQuitCorner();
     Q_EMIT changed();

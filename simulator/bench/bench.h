@@ -2,6 +2,7 @@
 
 #include "bench/benchfolder.h"
 #include "bench/benchsettings.h"
+#include "bench/copypromise.h"
 #include "bench/podrack.h"
 #include "bench/scenario.h"
 #include "bench/screenclient.h"
@@ -58,6 +59,7 @@ public:
     QString screenSocket() const { return m_site->screenSocket(); }
     /// Whether the panel has shown this code's picture, however shortly.
     bool panelShown(int code) const { return m_panel_shown.contains(code); }
+    const CopyPromise& copyPromise() const { return m_promise; }
     const BenchTimes& times() const { return m_times; }
 
 Q_SIGNALS:
@@ -80,6 +82,7 @@ private:
     void startStation();
     void noteChange();
     void noteUpdates();
+    void noteEnd();
     void readScreen();
     void touchQuitCorner();
     bool allPods(const SlotSet& slot_set, bool (*done)(const PodReport&)) const;
@@ -91,6 +94,7 @@ private:
     BenchFolder m_folder;
     std::vector<KnownArchive> m_earlier;
     std::unique_ptr<Site> m_site;
+    CopyPromise m_promise;
     std::optional<Firmware> m_firmware;
     QStringList m_stick_before;
     PodRack m_rack;

@@ -18,6 +18,7 @@ public:
     BenchStick& stick() override { return m_stick; }
     SandboxStation& station() override { return m_station; }
     QString screenSocket() const override { return m_screen_socket; }
+    bool foldersAreCurrent() const override { return true; }
 
 private:
     UsbBus m_bus;

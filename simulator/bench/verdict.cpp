@@ -98,8 +98,9 @@ void checkFiles(const Bench& bench, const Expectations& expect, Verdict& verdict
     for (const QString& name : expect.stick_lacks)
         if (bench.stick().holds(name))
             verdict.problems += QStringLiteral("the stick holds '%1'").arg(name);
+    verdict.problems += bench.copyPromise().broken();
     for (const QString& line : bench.stick().complaints())
-        verdict.problems += QStringLiteral("the stick's server: %1").arg(line);
+        verdict.problems += QStringLiteral("the stick: %1").arg(line);
 }
 
 void checkNever(const Bench& bench, const Expectations& expect, Verdict& verdict)
