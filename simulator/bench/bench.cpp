@@ -159,6 +159,9 @@ QString Bench::act(const verb::SetFault& fault)
 
 QString Bench::act(const verb::Stick& stick)
 {
+    if (stick.inserted == m_site->stick().inserted())
+        throw BadInput(stick.inserted ? QStringLiteral("the stick is in already")
+                                      : QStringLiteral("the stick is out already"));
     m_site->stick().setInserted(stick.inserted);
     return {};
 }

@@ -225,6 +225,27 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
         "demo.json: steps[0].after.lunch: unknown event; known are: log, panel, pod threads, stick "
         "bytes, stick lacks, stick mounted, station bytes, ended, bootloader, charged, erased, "
         "gauge empty, gauge full, readout begun, readout completed, updated, vanished");
+    row("ended false", withSteps(R"({"after": {"ended": false}, "plug": 1})"),
+        "demo.json: steps[0].after.ended: only true makes sense here");
+    row("no file", withSteps(R"({"after": {"stick bytes": {}}, "plug": 1})"),
+        "demo.json: steps[0].after.stick bytes: a file and its least bytes are needed here");
+    row("no bytes", withSteps(R"({"after": {"station bytes": "backup.zip"}, "plug": 1})"),
+        "demo.json: steps[0].after.station bytes: an object is needed here");
+    row("no texts", withSteps(R"({"after": {"log": []}, "plug": 1})"),
+        "demo.json: steps[0].after.log: a text is needed here");
+    row("member twice", "{\"name\": \"a: \\\"name\\\": b\", \"steps\": [{\"at\": 1}, {\"at\": 1,\n\"at\": 2}]}",
+        "demo.json: line 2: this member is there already");
+    row("byte without fault", R"({"pods": [{"slots": 1, "unplug at byte": 1}])" + tail,
+        "demo.json: pods[0].unplug at byte: this needs a fault: unplugged at byte, disconnect at "
+        "byte");
+    row("byte beyond", R"({"pods": [{"slots": 1, "fault": "unplugged at byte", "size": 9,
+                                     "unplug at byte": 10}])" + tail,
+        "demo.json: pods[0].unplug at byte: the recording may have fewer bytes");
+    row("fault of updates", R"({"pods": [{"slots": 1, "fault": "mtu tiny"}])" + tail,
+        "demo.json: a fault is one of updates, but there is no 'firmware'");
+    row("tool", R"({"name": "t", "steps": [], "expect": {"never run": ["lsub"]}})",
+        "demo.json: expect.never run: 'lsub' is none of the station's tools: blkid, lsusb, mount, "
+        "umount");
     row("file outside", withSteps(R"({"after": {"station bytes": {"../x": 1}}, "plug": 1})"),
         "demo.json: steps[0].after.station bytes.../x: a name below the folder is needed here");
     row("no event", withSteps(R"({"after": {}, "plug": 1})"),

@@ -152,10 +152,12 @@ void BenchStickTest::losesWhatComesAfterItsByte()
     const UniqueFd file = open("a", O_WRONLY | O_CREAT);
     QCOMPARE(writeError(file, QByteArray(1000000, 'x')), 0);
     QCOMPARE(syncError(file), 0);
+    QCOMPARE(m_stick->complaints().size(), 1); // not there yet
     QCOMPARE(writeError(file, QByteArray(1000000, 'y')), 0); // nobody has noticed yet
     QCOMPARE(writeError(file, QByteArray(1000000, 'z')), 0);
     QCOMPARE(syncError(file), EIO);
     QVERIFY(!m_stick->inserted());
+    QCOMPARE(m_stick->complaints(), QStringList());
     QCOMPARE(m_stick->bytesOf(QStringLiteral("a")), qint64(1500000));
     QVERIFY(!open("b", O_WRONLY | O_CREAT));
     QCOMPARE(errno, EIO);
