@@ -197,6 +197,7 @@ QString Bench::act(const verb::Quit& /*quit*/)
 
 QString Bench::act(const verb::KillStation& /*kill*/)
 {
+    m_killed = true;
     m_site->station().kill();
     return {};
 }
@@ -205,6 +206,9 @@ QString Bench::act(const verb::RestartStation& /*restart*/)
 {
     if (station().running())
         throw BadInput(QStringLiteral("the station is running; kill it first"));
+    if (const int code = station().exitCode().value_or(-1); code != 0 && !m_killed)
+        m_bad_ends += QStringLiteral("a run of the station before the last ended with exit code %1")
+                          .arg(code);
     startStation();
     return {};
 }
@@ -225,6 +229,7 @@ void Bench::startStation()
     m_full_gauges.reset();
     m_empty_gauges.reset();
     m_promise.stationStarted();
+    m_killed = false;
     m_site->station().start();
     if (!m_window)
         m_screen.start(m_site->screenSocket());

@@ -57,9 +57,11 @@ public:
     const PodRack& rack() const { return m_rack; }
     const Station& station() const { return m_site->station(); }
     QString screenSocket() const { return m_site->screenSocket(); }
-    /// Whether the panel has shown this code's picture, however shortly.
+    /// Whether this code's picture was ever seen.
     bool panelShown(int code) const { return m_panel_shown.contains(code); }
     const CopyPromise& copyPromise() const { return m_promise; }
+    /// How runs before the last one ended, where they were neither killed nor right.
+    const QStringList& badEnds() const { return m_bad_ends; }
     const BenchTimes& times() const { return m_times; }
 
 Q_SIGNALS:
@@ -107,6 +109,8 @@ private:
     QElapsedTimer m_clock;
     BenchTimes m_times;
     int m_updated = 0;
+    QStringList m_bad_ends;
+    bool m_killed = false;
     bool m_quitting = false;
     QTimer m_quit_patience;
 };

@@ -302,6 +302,8 @@ Expectations readExpectations(const JsonPlace& place)
          [&](const JsonPlace& value) { expect.erased_archives = value.texts(); }},
         {key("stick holds"), [&](const JsonPlace& value) { expect.stick_holds = value.texts(); }},
         {key("stick lacks"), [&](const JsonPlace& value) { expect.stick_lacks = value.texts(); }},
+        {key("station lacks"),
+         [&](const JsonPlace& value) { expect.station_lacks = value.texts(); }},
         {key("panel never"),
          [&](const JsonPlace& value) {
              expect.panel_never = value.numbers(kPanelLeast, kPanelMost);

@@ -99,6 +99,9 @@ void checkFiles(const Bench& bench, const Expectations& expect, Verdict& verdict
     for (const QString& name : expect.stick_lacks)
         if (bench.stick().holds(name))
             verdict.problems += QStringLiteral("the stick holds '%1'").arg(name);
+    for (const QString& name : expect.station_lacks)
+        if (QFileInfo::exists(bench.folder().station() + QLatin1Char('/') + name))
+            verdict.problems += QStringLiteral("the station holds '%1'").arg(name);
     verdict.problems += bench.copyPromise().broken();
     for (const QString& line : bench.stick().complaints())
         verdict.problems += QStringLiteral("the stick: %1").arg(line);
@@ -221,6 +224,7 @@ Verdict judge(const Bench& bench, const Expectations& expect)
     checkPods(bench.rack(), expect, verdict);
     checkUpdates(bench, expect, verdict);
     checkLog(bench.station().log(), expect, verdict);
+    verdict.problems += bench.badEnds();
     const int exit_code = bench.station().exitCode().value_or(-1);
     if (exit_code != expect.exit_code)
         verdict.problems += QStringLiteral("the station's exit code is %1, not %2")

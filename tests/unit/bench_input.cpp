@@ -233,13 +233,16 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
         "demo.json: steps[0].after.station bytes: an object is needed here");
     row("no texts", withSteps(R"({"after": {"log": []}, "plug": 1})"),
         "demo.json: steps[0].after.log: a text is needed here");
-    row("member twice", "{\"name\": \"a: \\\"name\\\": b\", \"steps\": [{\"at\": 1}, {\"at\": 1,\n\"at\": 2}]}",
+    row("member twice",
+        "{\"name\": \"a: \\\"name\\\": b\", \"steps\": [{\"at\": 1}, {\"at\": 1,\n\"at\": 2}]}",
         "demo.json: line 2: this member is there already");
     row("byte without fault", R"({"pods": [{"slots": 1, "unplug at byte": 1}])" + tail,
         "demo.json: pods[0].unplug at byte: this needs a fault: unplugged at byte, disconnect at "
         "byte");
-    row("byte beyond", R"({"pods": [{"slots": 1, "fault": "unplugged at byte", "size": 9,
-                                     "unplug at byte": 10}])" + tail,
+    row("byte beyond",
+        R"({"pods": [{"slots": 1, "fault": "unplugged at byte", "size": 9,
+                                     "unplug at byte": 10}])" +
+            tail,
         "demo.json: pods[0].unplug at byte: the recording may have fewer bytes");
     row("fault of updates", R"({"pods": [{"slots": 1, "fault": "mtu tiny"}])" + tail,
         "demo.json: a fault is one of updates, but there is no 'firmware'");
@@ -260,7 +263,7 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("expect", R"({"name": "t", "steps": [], "expect": {"luck": 1}})",
         "demo.json: expect: unknown 'luck'; known are: archived, backup, entries, erased, erased "
         "archives, exit code, infos contain, kept, local archives, log contains, log lacks, never "
-        "run, on stick, panel never, stick holds, stick lacks, updated, warnings");
+        "run, on stick, panel never, station lacks, stick holds, stick lacks, updated, warnings");
     row("texts", R"({"name": "t", "steps": [], "expect": {"log lacks": [1]}})",
         "demo.json: expect.log lacks[0]: a text is needed here");
 }
