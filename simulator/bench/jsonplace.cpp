@@ -85,7 +85,7 @@ QStringList JsonPlace::texts() const
 
 QStringList JsonPlace::oneOrMoreTexts() const
 {
-    const QStringList list = m_value.isArray() ? texts() : QStringList{text()};
+    QStringList list = m_value.isArray() ? texts() : QStringList{text()};
     if (list.isEmpty())
         refuse(QStringLiteral("a text is needed here"));
     return list;
