@@ -6,6 +6,7 @@ add_library(corvane_bench STATIC
   bench/benchstick.cpp
   bench/bytesize.cpp
   bench/companions.cpp
+  bench/copypromise.cpp
   bench/dependentprocess.cpp
   bench/earlierarchives.cpp
   bench/firmware.cpp

@@ -10,7 +10,8 @@ QStringList checkEarlierArchives(const std::vector<KnownArchive>& earlier, const
                                  const std::vector<ArchiveEntry>& backup,
                                  const QStringList& erased);
 
-/// The backup holds exactly the named earlier archives, in this order, under the station's names.
+/// The backup holds exactly the named earlier archives, in this order, under the station's names;
+/// "new" stands for one that the station has begun since.
 QStringList checkBackup(const std::vector<ArchiveEntry>& backup, const QStringList& expected,
                         const std::vector<KnownArchive>& earlier);
 

@@ -9,6 +9,7 @@ namespace {
 // In the middle of the screen's hidden quit area.
 constexpr QPoint kQuitCorner(15, 15);
 constexpr int kPanelCopied = 0;
+const QString kStickFolder = QStringLiteral("/media/usbkey");
 
 /// Makes the firmware and puts its package onto the stick.
 std::optional<Firmware> bringFirmware(const std::optional<FirmwarePlan>& plan, quint64 seed,
@@ -29,6 +30,7 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     , m_folder(settings.kept_folder)
     , m_earlier(makeEarlierArchives(m_folder.archives(), scenario.earlier, settings.seed))
     , m_site(settings.make_site(settings, scenario, m_folder))
+    , m_promise(m_folder, stick())
     , m_firmware(bringFirmware(scenario.firmware, settings.seed, stick()))
     , m_stick_before(stick().listing(kStickLines))
     , m_rack(m_site->places(), settings.seed, m_firmware)
@@ -40,10 +42,9 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
         m_rack.setPlan(slot, scenario.plans.at(slot));
     connect(&m_rack, &PodRack::changed, this, &Bench::noteChange);
     connect(&m_site->station(), &Station::logged, this, &Bench::changed);
-    connect(&m_site->station(), &Station::ended, this, [this] {
-        m_screen.stop();
-        Q_EMIT changed();
-    });
+    connect(&m_site->places(), &PodBus::readoutCompleted, this,
+            [this] { m_promise.readoutCompleted(); });
+    connect(&m_site->station(), &Station::ended, this, &Bench::noteEnd);
     connect(&m_screen, &ScreenClient::changed, this, &Bench::readScreen);
 }
 
@@ -130,7 +131,7 @@ bool Bench::holdsForFiles(const Condition& condition) const
     case Condition::Kind::StickLacks:
         return stick().lacks(condition.text);
     case Condition::Kind::StickMounted:
-        return station().mounted(QStringLiteral("/media/usbkey")) == (condition.number != 0);
+        return station().mounted(kStickFolder) == (condition.number != 0);
     default: {
         const qint64 size_bytes = station().bytesOf(condition.text);
         return size_bytes >= 0 && size_bytes >= condition.number;
@@ -161,6 +162,9 @@ QString Bench::act(const verb::SetFault& fault)
 
 QString Bench::act(const verb::Stick& stick)
 {
+    if (stick.inserted == m_site->stick().inserted())
+        throw BadInput(stick.inserted ? QStringLiteral("the stick is in already")
+                                      : QStringLiteral("the stick is out already"));
     m_site->stick().setInserted(stick.inserted);
     return {};
 }
@@ -202,6 +206,7 @@ QString Bench::act(const verb::StopStation& /*stop*/)
 
 QString Bench::act(const verb::KillStation& /*kill*/)
 {
+    m_killed = true;
     m_site->station().kill();
     return {};
 }
@@ -210,6 +215,9 @@ QString Bench::act(const verb::RestartStation& /*restart*/)
 {
     if (station().running())
         throw BadInput(QStringLiteral("the station is running; kill it first"));
+    if (const int code = station().exitCode().value_or(-1); code != 0 && !m_killed)
+        m_bad_ends += QStringLiteral("a run of the station before the last ended with exit code %1")
+                          .arg(code);
     startStation();
     return {};
 }
@@ -229,6 +237,8 @@ void Bench::startStation()
     m_panel_code.reset();
     m_full_gauges.reset();
     m_empty_gauges.reset();
+    m_promise.stationStarted();
+    m_killed = false;
     m_site->station().start();
     if (!m_window)
         m_screen.start(m_site->screenSocket());
@@ -258,6 +268,15 @@ void Bench::noteUpdates()
     m_updated = updated;
 }
 
+void Bench::noteEnd()
+{
+    // By now the folders are current everywhere, and what was mounted is no more.
+    if (m_panel_code == kPanelCopied)
+        m_promise.check(false);
+    m_screen.stop();
+    Q_EMIT changed();
+}
+
 void Bench::readScreen()
 {
     const std::optional<int> before = m_panel_code;
@@ -266,8 +285,12 @@ void Bench::readScreen()
     m_empty_gauges = ScreenReader::emptyGauges(m_screen.picture());
     if (m_panel_code)
         m_panel_shown += *m_panel_code;
-    if (m_panel_code == kPanelCopied && before != m_panel_code)
+    if (m_panel_code == kPanelCopied && before != m_panel_code) {
         m_times.last_copy_ms = elapsedMs();
+        if (m_site->foldersAreCurrent())
+            m_promise.check(station().mounted(kStickFolder).value_or(false));
+    }
+    m_promise.pictureSeen();
     if (m_quitting)
         touchQuitCorner();
     Q_EMIT changed();

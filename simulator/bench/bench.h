@@ -2,6 +2,7 @@
 
 #include "bench/benchfolder.h"
 #include "bench/benchsettings.h"
+#include "bench/copypromise.h"
 #include "bench/podrack.h"
 #include "bench/scenario.h"
 #include "bench/screenclient.h"
@@ -56,8 +57,11 @@ public:
     const PodRack& rack() const { return m_rack; }
     const Station& station() const { return m_site->station(); }
     QString screenSocket() const { return m_site->screenSocket(); }
-    /// Codes whose pictures the panel has shown, however shortly.
+    /// Codes whose pictures were ever seen.
     const QSet<int>& panelShown() const { return m_panel_shown; }
+    const CopyPromise& copyPromise() const { return m_promise; }
+    /// How runs before the last one ended, where they were neither killed nor right.
+    const QStringList& badEnds() const { return m_bad_ends; }
     const BenchTimes& times() const { return m_times; }
 
 Q_SIGNALS:
@@ -81,6 +85,7 @@ private:
     void startStation();
     void noteChange();
     void noteUpdates();
+    void noteEnd();
     void readScreen();
     void touchQuitCorner();
     bool allPods(const SlotSet& slot_set, bool (*done)(const PodReport&)) const;
@@ -92,6 +97,7 @@ private:
     BenchFolder m_folder;
     std::vector<KnownArchive> m_earlier;
     std::unique_ptr<Site> m_site;
+    CopyPromise m_promise;
     std::optional<Firmware> m_firmware;
     QStringList m_stick_before;
     PodRack m_rack;
@@ -104,6 +110,8 @@ private:
     QElapsedTimer m_clock;
     BenchTimes m_times;
     int m_updated = 0;
+    QStringList m_bad_ends;
+    bool m_killed = false;
     bool m_quitting = false;
     QTimer m_quit_patience;
 };

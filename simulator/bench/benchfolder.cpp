@@ -14,6 +14,9 @@ void writeVersion(const QString& folder, const QByteArray& version)
             QStringLiteral("cannot write %1: %2").arg(file.fileName(), file.errorString()));
 }
 
+/// As much as an address of a socket holds.
+constexpr int kMostSocketPathBytes = 107;
+
 } // namespace
 
 BenchFolder::BenchFolder(const QString& kept)
@@ -21,6 +24,13 @@ BenchFolder::BenchFolder(const QString& kept)
 {
     if (!m_temporary.isValid() || !m_control.isValid())
         throw BadInput(QStringLiteral("no temporary folder: %1").arg(m_temporary.errorString()));
+    if (screenSocket().toLocal8Bit().size() > kMostSocketPathBytes)
+        throw BadInput(QStringLiteral("TMPDIR is too long for a socket: %1").arg(QDir::tempPath()));
+    for (const QString& of_run : {station(), stick(), log()})
+        if (QFile::exists(of_run))
+            throw BadInput(
+                QStringLiteral("%1 holds an earlier run; name another folder or remove it")
+                    .arg(path()));
     writeVersion(station(), CORVANE_VERSION);
     writeVersion(launcher(), "1.0");
 }

@@ -6,7 +6,8 @@
 
 /// The folders that stand for the station's storage and for the stick. Lives as long as the bench
 /// and is owned by it. A folder that the user names is kept, one made up is removed at the end.
-/// Throws BadInput when a folder cannot be made.
+/// Throws BadInput when a folder cannot be made, or holds an earlier run: its files would be taken
+/// for this one's.
 class BenchFolder
 {
 public:
@@ -20,7 +21,7 @@ public:
     QString launcher() const { return m_root.filePath(QStringLiteral("launcher")); }
     QString stick() const { return m_root.filePath(QStringLiteral("stick")); }
     QString log() const { return m_root.filePath(QStringLiteral("station.log")); }
-    /// Where bench and private root talk; short, because a socket's path may not be long.
+    /// Where bench and private root talk.
     QString control() const { return m_control.path(); }
     QString screenSocket() const { return m_control.filePath(QStringLiteral("screen")); }
 

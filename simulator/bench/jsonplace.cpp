@@ -4,6 +4,7 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QSet>
 
 #include <limits>
 #include <utility>
@@ -13,6 +14,32 @@ namespace {
 int lineOf(const QByteArray& json, int offset_bytes)
 {
     return json.left(offset_bytes).count('\n') + 1;
+}
+
+/// Offset of the first member of JSON, known to be well-formed, that its object has already; -1.
+int repeatedMember(const QByteArray& json)
+{
+    std::vector<QSet<QByteArray>> objects;
+    QByteArray text;
+    int text_at = -1;
+    for (int i = 0; i < json.size(); ++i) {
+        const char letter = json.at(i);
+        if (letter == '"') {
+            text_at = i + 1;
+            while (json.at(++i) != '"')
+                i += json.at(i) == '\\' ? 1 : 0;
+            text = json.mid(text_at, i - text_at);
+        } else if (letter == '{') {
+            objects.emplace_back();
+        } else if (letter == '}') {
+            objects.pop_back();
+        } else if (letter == ':') {
+            if (objects.back().contains(text))
+                return text_at;
+            objects.back() += text;
+        }
+    }
+    return -1;
 }
 
 } // namespace
@@ -32,6 +59,10 @@ JsonPlace JsonPlace::parse(const QByteArray& json, const QString& file_name)
                            .arg(file_name)
                            .arg(lineOf(json, error.offset))
                            .arg(error.errorString()));
+    if (const int at = repeatedMember(json); at >= 0)
+        throw BadInput(QStringLiteral("%1: line %2: this member is there already")
+                           .arg(file_name)
+                           .arg(lineOf(json, at)));
     if (!document.isObject())
         throw BadInput(QStringLiteral("%1: the scenario must be an object").arg(file_name));
     return {document.object(), file_name + QLatin1Char(':')};
@@ -49,6 +80,14 @@ QStringList JsonPlace::texts() const
     QStringList list;
     for (const JsonPlace& element : elements())
         list += element.text();
+    return list;
+}
+
+QStringList JsonPlace::oneOrMoreTexts() const
+{
+    QStringList list = m_value.isArray() ? texts() : QStringList{text()};
+    if (list.isEmpty())
+        refuse(QStringLiteral("a text is needed here"));
     return list;
 }
 
@@ -121,13 +160,13 @@ JsonPlace JsonPlace::member(const QString& name) const
 
 QStringList JsonPlace::memberNames() const
 {
+    if (!isObject())
+        refuse(QStringLiteral("an object is needed here"));
     return m_value.toObject().keys();
 }
 
 void JsonPlace::allowMembers(const QStringList& names) const
 {
-    if (!isObject())
-        refuse(QStringLiteral("an object is needed here"));
     for (const QString& name : memberNames())
         if (!names.contains(name))
             refuse(QStringLiteral("unknown '%1'; known are: %2")

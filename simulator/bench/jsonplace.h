@@ -15,11 +15,14 @@ class JsonPlace
 {
 public:
     JsonPlace(QJsonValue value, QString place);
-    /// The whole document. Throws BadInput with the line when it is not JSON.
+    /// The whole document. Throws BadInput with the line when it is not JSON, or when an object
+    /// names a member twice: all but the last would be dropped in silence.
     static JsonPlace parse(const QByteArray& json, const QString& file_name);
 
     QString text() const;
     QStringList texts() const;
+    /// A text, or several in a list.
+    QStringList oneOrMoreTexts() const;
     bool flag() const;
     std::vector<int> numbers(int least, int most) const;
     int number(int least, int most) const;

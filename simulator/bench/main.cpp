@@ -112,14 +112,16 @@ int run(const Options& options)
     needStation(options.station_program);
     const Scenario scenario = scenarioOf(options);
     const Display display = displayOf(options);
+    Interruption interruption; // first: the bench makes folders that are not to be left behind
     Bench bench({QFileInfo(options.station_program).absoluteFilePath(), options.kept_folder,
                  options.seed, display == Display::Window, options.verbose,
                  options.machine ? SiteMaker(makeMachine) : SiteMaker(makePrivateRoot)},
                 scenario);
     tellOfFirmware(bench.firmware());
-    Interruption interruption;
-    QObject::connect(&interruption, &Interruption::requested, &bench,
-                     [&bench] { bench.perform(verb::Quit{}); });
+    QObject::connect(&interruption, &Interruption::requested, &bench, [&bench] {
+        QTextStream(stderr) << "Waiting for the station to quit; again ends the bench at once.\n";
+        bench.perform(verb::Quit{});
+    });
     ScreenServer server(bench.screenSocket());
     if (display == Display::Vnc)
         offerScreen(server);

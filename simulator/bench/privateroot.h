@@ -19,6 +19,7 @@ public:
     SandboxStation& station() override { return m_station; }
     std::chrono::seconds quitPatience() const override { return std::chrono::seconds(20); }
     QString screenSocket() const override { return m_screen_socket; }
+    bool foldersAreCurrent() const override { return true; }
 
 private:
     UsbBus m_bus;

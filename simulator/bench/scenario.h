@@ -69,8 +69,8 @@ using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick,
                           verb::Screenshot, verb::Quit, verb::StopStation, verb::KillStation,
                           verb::RestartStation, verb::Status, verb::Help>;
 
-/// What a step waits for. Conditions are about how things stand, not about a moment, so none can be
-/// missed: of a place's present or last pod, of all lines logged so far, of the picture now shown.
+/// What a step waits for: how things stand with a place's present or last pod, with all lines
+/// logged so far, with the picture last seen.
 struct Condition
 {
     enum class Kind {
@@ -124,7 +124,8 @@ struct Expectations
     QStringList erased_archives;       ///< earlier archives that may be nowhere now
     QStringList stick_holds;
     QStringList stick_lacks;
-    std::vector<int> panel_shown; ///< codes whose pictures were to be shown, however shortly
+    QStringList station_lacks;    ///< names below the station's folder
+    std::vector<int> panel_shown; ///< codes whose pictures were to be seen
     std::vector<int> panel_never; ///< and those that were not
     QStringList never_run;        ///< tools, as far as they note their runs
     int exit_code = 0;

@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QMap>
 
+#include <algorithm>
 #include <functional>
 #include <limits>
 
@@ -42,6 +43,17 @@ SizeRange sizeOf(const JsonPlace& place)
     return {bytes, bytes};
 }
 
+/// A pod that never comes to its byte would be taken for one that left there.
+void checkUnplugByte(const JsonPlace& place, const PodPlan& plan)
+{
+    if (plan.fault != PodFault::UnpluggedAtByte && plan.fault != PodFault::DisconnectAtByte)
+        place.refuse(QStringLiteral("this needs a fault: %1, %2")
+                         .arg(podFaultName(PodFault::UnpluggedAtByte),
+                              podFaultName(PodFault::DisconnectAtByte)));
+    if (plan.fault == PodFault::UnpluggedAtByte && plan.unplug_at_byte > plan.size.min_bytes)
+        place.refuse(QStringLiteral("the recording may have fewer bytes"));
+}
+
 /// Takes from `place` what it says about a pod, and leaves the rest of `plan` as it is.
 void readPlan(const JsonPlace& place, PodPlan& plan)
 {
@@ -70,6 +82,8 @@ void readPlan(const JsonPlace& place, PodPlan& plan)
     for (auto reader = readers.begin(); reader != readers.end(); ++reader)
         if (place.has(reader.key()))
             reader.value()(place.member(reader.key()));
+    if (place.has(key("unplug at byte")))
+        checkUnplugByte(place.member(key("unplug at byte")), plan);
 }
 
 void readPods(const JsonPlace& place, Scenario& scenario)
@@ -188,8 +202,11 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
         return {Kind::StickLacks, SlotSet(), value.text(), 0};
     if (event == key("stick mounted"))
         return {Kind::StickMounted, SlotSet(), QString(), value.flag() ? 1 : 0};
-    if (event == key("ended") && value.flag())
+    if (event == key("ended")) {
+        if (!value.flag())
+            value.refuse(QStringLiteral("only true makes sense here"));
         return {Kind::Ended, SlotSet(), QString(), 0};
+    }
     value.refuse(QStringLiteral("unknown event; known are: log, panel, pod threads, stick bytes, "
                                 "stick lacks, stick mounted, station bytes, ended, %1")
                      .arg(QStringList(of_slots.keys()).join(QStringLiteral(", "))));
@@ -198,6 +215,8 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
 /// {"FILE": least bytes}, one condition a file.
 void readBytes(const JsonPlace& files, Kind kind, Step& step)
 {
+    if (files.memberNames().isEmpty())
+        files.refuse(QStringLiteral("a file and its least bytes are needed here"));
     for (const QString& name : files.memberNames()) {
         const JsonPlace least = files.member(name);
         if (QDir::isAbsolutePath(name) || name.contains(QLatin1String("..")))
@@ -206,10 +225,11 @@ void readBytes(const JsonPlace& files, Kind kind, Step& step)
     }
 }
 
-Condition logCondition(const JsonPlace& after)
+void readLog(const JsonPlace& after, Step& step)
 {
     const int times = after.has(key("times")) ? after.member(key("times")).number(1, kMost) : 1;
-    return {Kind::Log, SlotSet(), after.member(key("log")).text(), times};
+    for (const QString& text : after.member(key("log")).oneOrMoreTexts())
+        step.conditions.push_back({Kind::Log, SlotSet(), text, times});
 }
 
 void readAfter(const JsonPlace& after, Step& step)
@@ -218,7 +238,7 @@ void readAfter(const JsonPlace& after, Step& step)
         after.refuse(QStringLiteral("an event is needed here"));
     for (const QString& event : after.memberNames()) {
         if (event == key("log") || (event == key("times") && !after.has(key("log"))))
-            step.conditions.push_back(logCondition(after));
+            readLog(after, step);
         else if (event == key("stick bytes"))
             readBytes(after.member(event), Kind::StickBytes, step);
         else if (event == key("station bytes"))
@@ -251,6 +271,17 @@ Step readStep(const JsonPlace& place, const QString& name, const PodPlan& usual)
     return step;
 }
 
+/// Those that note their runs; of any other nobody would know.
+QStringList toolsOf(const JsonPlace& place)
+{
+    static const QStringList noted{key("blkid"), key("lsusb"), key("mount"), key("umount")};
+    for (const QString& tool : place.texts())
+        if (!noted.contains(tool))
+            place.refuse(QStringLiteral("'%1' is none of the station's tools: %2")
+                             .arg(tool, noted.join(QStringLiteral(", "))));
+    return place.texts();
+}
+
 Expectations readExpectations(const JsonPlace& place)
 {
     Expectations expect;
@@ -274,6 +305,8 @@ Expectations readExpectations(const JsonPlace& place)
          [&](const JsonPlace& value) { expect.erased_archives = value.texts(); }},
         {key("stick holds"), [&](const JsonPlace& value) { expect.stick_holds = value.texts(); }},
         {key("stick lacks"), [&](const JsonPlace& value) { expect.stick_lacks = value.texts(); }},
+        {key("station lacks"),
+         [&](const JsonPlace& value) { expect.station_lacks = value.texts(); }},
         {key("panel shown"),
          [&](const JsonPlace& value) {
              expect.panel_shown = value.numbers(kPanelLeast, kPanelMost);
@@ -282,7 +315,7 @@ Expectations readExpectations(const JsonPlace& place)
          [&](const JsonPlace& value) {
              expect.panel_never = value.numbers(kPanelLeast, kPanelMost);
          }},
-        {key("never run"), [&](const JsonPlace& value) { expect.never_run = value.texts(); }},
+        {key("never run"), [&](const JsonPlace& value) { expect.never_run = toolsOf(value); }},
         {key("on stick"), [&](const JsonPlace& value) { expect.on_stick = value.flag(); }},
     };
     place.allowMembers(readers.keys());
@@ -290,6 +323,22 @@ Expectations readExpectations(const JsonPlace& place)
         if (place.has(reader.key()))
             reader.value()(place.member(reader.key()));
     return expect;
+}
+
+bool breaksUpdates(const Step& step)
+{
+    if (const auto* plug = std::get_if<verb::Plug>(&step.action))
+        return plug->plan && isOfBootloader(plug->plan->fault);
+    const auto* fault = std::get_if<verb::SetFault>(&step.action);
+    return fault != nullptr && isOfBootloader(fault->fault);
+}
+
+bool breaksUpdates(const Scenario& scenario)
+{
+    return std::any_of(scenario.plans.begin(), scenario.plans.end(),
+                       [](const PodPlan& plan) { return isOfBootloader(plan.fault); }) ||
+           std::any_of(scenario.steps.begin(), scenario.steps.end(),
+                       [](const Step& step) { return breaksUpdates(step); });
 }
 
 } // namespace
@@ -322,5 +371,7 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
     scenario.expect = readExpectations(file.member(key("expect")));
     if (scenario.expect.updated.any() && !scenario.firmware)
         file.refuse(QStringLiteral("'updated' is expected, but there is no 'firmware'"));
+    if (breaksUpdates(scenario) && !scenario.firmware)
+        file.refuse(QStringLiteral("a fault is one of updates, but there is no 'firmware'"));
     return scenario;
 }

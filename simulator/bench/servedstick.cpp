@@ -28,6 +28,7 @@ bool ServedStick::inserted() const
 void ServedStick::setInserted(bool inserted)
 {
     if (!inserted) {
+        m_pulled_before_its_byte |= m_leaves_by_itself && this->inserted();
         QFile::remove(m_control.filePath(kMark));
         return;
     }
@@ -35,13 +36,17 @@ void ServedStick::setInserted(bool inserted)
     if (!mark.open(QIODevice::WriteOnly) || mark.write(m_settings.toText()) < 0 || !mark.commit())
         throw BadInput(
             QStringLiteral("cannot write %1: %2").arg(mark.fileName(), mark.errorString()));
+    m_leaves_by_itself = m_settings.pull_at_byte != 0;
     m_settings.pull_at_byte = 0;
 }
 
 QStringList ServedStick::complaints() const
 {
+    QStringList list;
+    if (m_pulled_before_its_byte || (m_leaves_by_itself && inserted()))
+        list += QStringLiteral("it was to leave by itself and did not come to its byte");
     QFile log(m_control.filePath(kLog));
-    if (!log.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(log.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    if (log.open(QIODevice::ReadOnly))
+        list += QString::fromUtf8(log.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    return list;
 }

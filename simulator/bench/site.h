@@ -25,4 +25,7 @@ public:
     virtual std::chrono::seconds quitPatience() const = 0;
     /// Where the screen is to be seen and touched, while the station runs.
     virtual QString screenSocket() const = 0;
+    /// The bench's folders hold every byte as soon as the station has written it; else, once the
+    /// station has ended.
+    virtual bool foldersAreCurrent() const { return false; }
 };

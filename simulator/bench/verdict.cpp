@@ -4,6 +4,7 @@
 #include "bench/backupcheck.h"
 
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -98,22 +99,39 @@ void checkFiles(const Bench& bench, const Expectations& expect, Verdict& verdict
     for (const QString& name : expect.stick_lacks)
         if (bench.stick().holds(name))
             verdict.problems += QStringLiteral("the stick holds '%1'").arg(name);
+    for (const QString& name : expect.station_lacks)
+        if (QFileInfo::exists(bench.folder().station() + QLatin1Char('/') + name))
+            verdict.problems += QStringLiteral("the station holds '%1'").arg(name);
+    verdict.problems += bench.copyPromise().broken();
     for (const QString& line : bench.stick().complaints())
-        verdict.problems += QStringLiteral("the stick's server: %1").arg(line);
+        verdict.problems += QStringLiteral("the stick: %1").arg(line);
 }
 
 void checkTools(const Bench& bench, const Expectations& expect, Verdict& verdict)
 {
     const QStringList run = bench.folder().toolsRun();
     for (const QString& tool : expect.never_run)
-        if (!run.filter(tool).isEmpty())
+        if (!run.filter(QRegularExpression(QStringLiteral("^%1 ").arg(tool))).isEmpty())
             verdict.problems += QStringLiteral("%1 was run").arg(tool);
+}
+
+bool leavesByItself(PodFault fault)
+{
+    return fault == PodFault::UnpluggedAtByte || fault == PodFault::DisconnectAtByte;
 }
 
 void checkPods(const PodRack& rack, const Expectations& expect, Verdict& verdict)
 {
+    const SlotSet asked = expect.archived | expect.erased | expect.kept | expect.updated;
     for (int slot = 0; slot < kSlotCount; ++slot) {
-        const bool erased = rack.lastPod(slot) && rack.report(slot).erased;
+        const auto pod = rack.lastPod(slot);
+        if (!pod && asked.test(slot))
+            verdict.problems += QStringLiteral("place %1 never had a pod").arg(slot);
+        // Pulled by hand before its byte, it would look the same: a scenario's author sees that.
+        if (pod && rack.plugged(slot) && leavesByItself(pod->fault))
+            verdict.problems +=
+                QStringLiteral("the pod of place %1 was to leave and is still there").arg(slot);
+        const bool erased = pod && rack.report(slot).erased;
         if (expect.erased.test(slot) && !erased)
             verdict.problems += QStringLiteral("place %1 was not erased").arg(slot);
         if (expect.kept.test(slot) && erased)
@@ -216,6 +234,7 @@ Verdict judge(const Bench& bench, const Expectations& expect)
     checkPods(bench.rack(), expect, verdict);
     checkUpdates(bench, expect, verdict);
     checkLog(bench.station().log(), expect, verdict);
+    verdict.problems += bench.badEnds();
     const int exit_code = bench.station().exitCode().value_or(-1);
     if (exit_code != expect.exit_code)
         verdict.problems += QStringLiteral("the station's exit code is %1, not %2")

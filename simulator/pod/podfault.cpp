@@ -8,7 +8,7 @@ namespace {
 
 using NamedFault = std::pair<PodFault, QLatin1String>;
 
-const std::array<NamedFault, 30> kNamedFaults{{
+const std::array<NamedFault, 31> kNamedFaults{{
     {PodFault::None, QLatin1String("none")},
     {PodFault::NoAnswer, QLatin1String("no answer")},
     {PodFault::WrongAck, QLatin1String("wrong ack")},
@@ -17,6 +17,7 @@ const std::array<NamedFault, 30> kNamedFaults{{
     {PodFault::DigestWrongOnce, QLatin1String("digest wrong once")},
     {PodFault::DigestWrongAlways, QLatin1String("digest wrong always")},
     {PodFault::EraseRefused, QLatin1String("erase refused")},
+    {PodFault::EraseUnanswered, QLatin1String("erase unanswered")},
     {PodFault::ClaimBusy, QLatin1String("claim busy")},
     {PodFault::DriverBusy, QLatin1String("driver busy")},
     {PodFault::UnpluggedAtByte, QLatin1String("unplugged at byte")},

@@ -14,6 +14,7 @@ enum class PodFault {
     DigestWrongOnce,   ///< the first digest does not fit the data
     DigestWrongAlways, ///< no digest ever fits the data
     EraseRefused,      ///< keeps its recording when told to erase
+    EraseUnanswered,   ///< erases its recording when told to, and falls silent for good
     ClaimBusy,         ///< somebody else holds its interface
     DriverBusy,        ///< its kernel driver cannot be detached
     UnpluggedAtByte,   ///< leaves the bus by itself during the read-out
@@ -38,6 +39,12 @@ enum class PodFault {
     BootloaderAbsent, ///< does not come back when it is sent into its bootloader
     FirmwareAbsent,   ///< does not come back from its bootloader after the update
 };
+
+/// It shows only in an update.
+inline bool isOfBootloader(PodFault fault)
+{
+    return fault >= PodFault::ReplyLost;
+}
 
 std::optional<PodFault> podFaultFromName(const QString& name);
 QString podFaultName(PodFault fault);

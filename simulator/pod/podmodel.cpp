@@ -158,6 +158,7 @@ void PodModel::answerErase()
     if (m_settings.fault == PodFault::EraseRefused)
         return answer(QByteArray(1, kNak));
     m_report.erased = true;
+    m_silent = m_settings.fault == PodFault::EraseUnanswered;
     answer(QByteArray(1, kAck));
     tell(PodEvent::Erased);
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <limits>
 #include <thread>
 #include <unistd.h>
 
@@ -28,10 +29,15 @@ quint64 bytesIn(const QString& folder)
     return total_bytes;
 }
 
-quint64 sizeOf(int fd)
+quint64 roomIn(const struct stat& info)
+{
+    return S_ISREG(info.st_mode) && info.st_nlink > 0 ? static_cast<quint64>(info.st_size) : 0;
+}
+
+quint64 roomOfOpen(int fd)
 {
     struct stat info = {};
-    return ::fstat(fd, &info) == 0 ? static_cast<quint64>(info.st_size) : 0;
+    return ::fstat(fd, &info) == 0 ? roomIn(info) : 0;
 }
 
 } // namespace
@@ -82,13 +88,13 @@ int Medium::write(quint64 file, const char* data, size_t length_bytes, off_t off
 int Medium::truncate(quint64 file, off_t size_bytes)
 {
     const int fd = m_open.at(file).fd.get();
-    const quint64 before = sizeOf(fd);
+    const quint64 before = roomOfOpen(fd);
     const auto after = static_cast<quint64>(size_bytes);
     if (after > before && after - before > freeBytes())
         return -ENOSPC;
     if (::ftruncate(fd, size_bytes) != 0)
         return -errno;
-    m_used_bytes += after - before;
+    m_used_bytes += roomOfOpen(fd) - before;
     return 0;
 }
 
@@ -97,11 +103,10 @@ int Medium::sync() const
     return pulled() ? -EIO : 0; // the folder has had every byte already
 }
 
-void Medium::forget(const char* path)
+quint64 Medium::roomOf(const char* path) const
 {
     struct stat info = {};
-    if (::fstatat(m_folder.get(), path, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(info.st_mode))
-        m_used_bytes -= static_cast<quint64>(info.st_size);
+    return ::fstatat(m_folder.get(), path, &info, AT_SYMLINK_NOFOLLOW) == 0 ? roomIn(info) : 0;
 }
 
 int Medium::space(struct statvfs& space) const
@@ -119,8 +124,8 @@ int Medium::space(struct statvfs& space) const
 /// What still fits of it is written, as on any full disk.
 int Medium::writePiece(int fd, const char* data, size_t length_bytes, off_t offset_bytes)
 {
-    const quint64 size_before = sizeOf(fd);
-    const quint64 limit = size_before + freeBytes();
+    const quint64 room_before = roomOfOpen(fd);
+    const quint64 limit = room_before + freeBytes();
     const auto offset = static_cast<quint64>(offset_bytes);
     if (offset >= limit)
         return -ENOSPC;
@@ -128,7 +133,7 @@ int Medium::writePiece(int fd, const char* data, size_t length_bytes, off_t offs
     const ssize_t written = ::pwrite(fd, data, fitting, offset_bytes);
     if (written < 0)
         return -errno;
-    m_used_bytes += sizeOf(fd) - size_before;
+    m_used_bytes += roomOfOpen(fd) - room_before;
     m_written_bytes += static_cast<quint64>(written);
     pass(static_cast<size_t>(written));
     if (m_settings.pull_at_byte != 0 && m_written_bytes >= m_settings.pull_at_byte)
@@ -149,7 +154,7 @@ size_t Medium::pieceBytes(size_t length_bytes) const
 quint64 Medium::freeBytes() const
 {
     if (m_settings.size_bytes == 0)
-        return std::numeric_limits<quint32>::max(); // the disk below has the last word
+        return std::numeric_limits<qint64>::max(); // the disk below has the last word
     return m_settings.size_bytes - std::min(m_settings.size_bytes, m_used_bytes);
 }
 

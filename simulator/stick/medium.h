@@ -7,6 +7,7 @@
 #include <sys/statvfs.h>
 #include <sys/types.h>
 
+#include <cerrno>
 #include <unordered_map>
 
 /// What is inside a stick: a folder's bytes, with the stick's size and speed, until it is pulled.
@@ -30,8 +31,17 @@ public:
     int truncate(quint64 file, off_t size_bytes);
     int sync() const;
 
-    /// A file that is about to go makes room.
-    void forget(const char* path);
+    /// Runs what takes the name away from a file, which makes room once that is done: open files
+    /// without a name take none.
+    template <typename Remove>
+    int removing(const char* path, Remove remove)
+    {
+        const quint64 room_bytes = roomOf(path);
+        if (remove() < 0)
+            return -errno;
+        m_used_bytes -= room_bytes;
+        return 0;
+    }
     int space(struct statvfs& space) const;
 
 private:
@@ -41,6 +51,7 @@ private:
         bool readable = true;
     };
 
+    quint64 roomOf(const char* path) const;
     int writePiece(int fd, const char* data, size_t length_bytes, off_t offset_bytes);
     size_t pieceBytes(size_t length_bytes) const;
     quint64 freeBytes() const;

@@ -83,8 +83,8 @@ int mkdir(const char* path, mode_t mode)
 int unlink(const char* path)
 {
     return onMedium([&](Medium& stick) {
-        stick.forget(below(path));
-        return outcome(::unlinkat(stick.folder(), below(path), 0));
+        return stick.removing(below(path),
+                              [&] { return ::unlinkat(stick.folder(), below(path), 0); });
     });
 }
 
@@ -100,8 +100,9 @@ int rename(const char* from, const char* to, unsigned int flags)
     return onMedium([&](Medium& stick) {
         if (flags != 0)
             return -EINVAL;
-        stick.forget(below(to));
-        return outcome(::renameat(stick.folder(), below(from), stick.folder(), below(to)));
+        return stick.removing(below(to), [&] {
+            return ::renameat(stick.folder(), below(from), stick.folder(), below(to));
+        });
     });
 }
 

@@ -1,7 +1,8 @@
 # Each scenario plays the real station at the bench to its end; the bench judges it.
 foreach(scenario IN ITEMS
-    backup backupfull backuppower backuppulled bounce diskfull faults firmware firmwareescaped
-    firmwareunheard powerloss quit sharedname sizes stick stop updatemarker)
+    backup backupfull backuppower backuppulled bounce diskfull erasedfirst export exportfull
+    faults firmware firmwareescaped firmwareunheard powerloss quit sharedname sizes stick stop
+    updatemarker)
   add_test(NAME scenario_${scenario}
     COMMAND corvane-sim --once --scenario ${CMAKE_CURRENT_LIST_DIR}/${scenario}.json)
   set_tests_properties(scenario_${scenario} PROPERTIES

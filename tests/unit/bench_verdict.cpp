@@ -1,12 +1,15 @@
 #include "bench/archivecheck.h"
 #include "bench/backupcheck.h"
 #include "bench/badinput.h"
+#include "bench/copypromise.h"
 #include "bench/podrack.h"
+#include "bench/servedstick.h"
 #include "bench/stationlog.h"
 #include "bench/verdict.h"
 #include "usb/usbbus.h"
 
 #include <QCryptographicHash>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
 #include <quazip/quazip.h>
@@ -57,6 +60,8 @@ private Q_SLOTS:
     void comparesThePanel();
     void findsUnexpectedLines();
     void keepsAccountOfPods();
+    void holdsThePanelToItsWord();
+    void judgesEveryRunOfTheStation();
 };
 
 void BenchVerdictTest::checksArchives_data()
@@ -158,6 +163,10 @@ void BenchVerdictTest::comparesTheBackup()
     QCOMPARE(checkBackup({newest, {oldest.name, {}}}, names, earlier),
              QStringList(QStringLiteral("the backup's entry 2 is not 0000000000.cvx")));
 
+    const QStringList one_new{QStringLiteral("new"), earlier[0].name};
+    QCOMPARE(checkBackup({newest, oldest}, one_new, earlier), QStringList());
+    QCOMPARE(checkBackup({{newest.name, {}}, oldest}, one_new, earlier).size(), 1);
+
     const QString backup = folder.filePath(QStringLiteral("backup.zip"));
     QFile inner(folder.filePath(earlier[0].name));
     QVERIFY(inner.open(QIODevice::ReadOnly));
@@ -209,6 +218,61 @@ void BenchVerdictTest::keepsAccountOfPods()
     rack.plug(slotSetOf(1)); // never erased: the same pod with the same recording
     QCOMPARE(rack.recordings(firstSlots(2))[1].sha256, before[1].sha256);
     QVERIFY(rack.erasedRecordings().empty());
+}
+
+void BenchVerdictTest::holdsThePanelToItsWord()
+{
+    const QTemporaryDir kept;
+    const BenchFolder folder(kept.path());
+    const ServedStick stick(folder.stick(), folder.control(), {});
+    QVERIFY_EXCEPTION_THROWN(BenchFolder(kept.path()), BadInput); // holds an earlier run
+    CopyPromise backup(folder, stick);
+    backup.check(true);
+    QCOMPARE(backup.broken().size(), 1);
+    writeArchive(stick.path(QStringLiteral("backup.zip")), {kInfos});
+    CopyPromise whole_backup(folder, stick);
+    whole_backup.check(true);
+    QCOMPARE(whole_backup.broken(), QStringList());
+
+    const QString copy = stick.path(QStringLiteral("QVX_DATAS.cvx"));
+    QVERIFY(QDir().mkdir(folder.archives()));
+    writeArchive(folder.archives() + QStringLiteral("/0000000001.cvx"), {kInfos});
+    writeArchive(copy, {{kInfos.first, "Serial number: 2"}});
+    CopyPromise archive(folder, stick);
+    archive.readoutCompleted();
+    archive.check(false); // the picture may be older than what the archive holds by now
+    QCOMPARE(archive.broken(), QStringList());
+    archive.pictureSeen();
+    archive.check(false);
+    archive.check(false);
+    QCOMPARE(archive.broken().size(), 1);
+    writeArchive(copy, {kInfos});
+    archive.check(false);
+    QCOMPARE(archive.broken().size(), 1);
+    archive.check(true);
+    QCOMPARE(archive.broken().size(), 2);
+}
+
+void BenchVerdictTest::judgesEveryRunOfTheStation()
+{
+    BenchSettings settings;
+    settings.station_program = QStringLiteral("/bin/false");
+    Bench bench(settings, plainScenario({}, {}, false, {}));
+    QVERIFY_EXCEPTION_THROWN(bench.perform(verb::Stick{false}), BadInput); // it is out
+    const QSignalSpy ended(&bench.station(), &Station::ended);
+    bench.start();
+    QTRY_COMPARE(ended.count(), 1);
+    bench.perform(verb::RestartStation{});
+    QTRY_COMPARE(ended.count(), 2);
+    Expectations expect;
+    expect.kept = slotSetOf(3);
+    expect.station_lacks = QStringList(QStringLiteral("version"));
+    expect.exit_code = 1;
+    const QStringList problems = judge(bench, expect).problems;
+    QVERIFY(problems.contains(
+        QStringLiteral("a run of the station before the last ended with exit code 1")));
+    QVERIFY(problems.contains(QStringLiteral("place 3 never had a pod")));
+    QVERIFY(problems.contains(QStringLiteral("the station holds 'version'")));
 }
 
 QTEST_GUILESS_MAIN(BenchVerdictTest)

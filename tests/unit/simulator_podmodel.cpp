@@ -247,6 +247,10 @@ void SimulatorPodModel::silences()
     for (const QByteArray& command : {kReadUdid, kReadCharge, kReadData, kErase})
         QCOMPARE(ask(no_answer, command), QByteArray());
     QVERIFY(!no_answer.report().erased);
+    PodModel erase_unanswered(faultyPod(PodFault::EraseUnanswered, 100));
+    QCOMPARE(ask(erase_unanswered, kReadUdid).size(), 9);
+    QCOMPARE(ask(erase_unanswered, kErase), QByteArray());
+    QVERIFY(erase_unanswered.report().erased);
 
     const QByteArray whole = readoutOf(bytesOf(Recording(42, 101)));
     PodModel cut(faultyPod(PodFault::CutHalfWay, 101));
