@@ -2,7 +2,6 @@
 #include "usbredir/i2cadapter.h"
 #include "usbredir/podfunction.h"
 #include "usbredir/podports.h"
-#include "usbredir/redirlayout.h"
 
 #include <QLocalSocket>
 #include <QTemporaryDir>
@@ -178,9 +177,7 @@ class SimulatorUsbRedir : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void layoutNamesEveryEndpoint();
     void adapterReachesTheChip();
-    void podComesAndGoes();
     void readWaitsForDataOrIsCancelled();
     void pulledPodAnswersNothingMore();
     void whatWasMeantForTheLastPodReachesNoOther();
@@ -190,20 +187,6 @@ private Q_SLOTS:
 private:
     QTemporaryDir m_folder;
 };
-
-void SimulatorUsbRedir::layoutNamesEveryEndpoint()
-{
-    const RedirLayout layout =
-        redirLayout(UsbDescription::pod(PodMode::Normal, smallPod().udid).configuration);
-    QCOMPARE(layout.interfaces.interface_count, 2U);
-    QCOMPARE(int(layout.interfaces.interface_class[1]), 10);
-    QCOMPARE(int(layout.endpoints.type[0x01]), int(usb_redir_type_bulk));
-    QCOMPARE(int(layout.endpoints.type[0x11]), int(usb_redir_type_bulk));
-    QCOMPARE(int(layout.endpoints.interface[0x11]), 1);
-    QCOMPARE(int(layout.endpoints.max_packet_size[0x11]), 64);
-    QCOMPARE(int(layout.endpoints.type[0x12]), int(usb_redir_type_interrupt));
-    QCOMPARE(int(layout.endpoints.type[0x02]), int(usb_redir_type_invalid));
-}
 
 void SimulatorUsbRedir::adapterReachesTheChip()
 {
@@ -220,18 +203,6 @@ void SimulatorUsbRedir::adapterReachesTheChip()
     QVERIFY(!request("C1FF000000000100"));
     QCOMPARE(adapter.control(QByteArray::fromHex("8006000100001200"), {})->mid(8, 4),
              QByteArray::fromHex("030431C6"));
-}
-
-void SimulatorUsbRedir::podComesAndGoes()
-{
-    PodPorts ports(m_folder.path());
-    ports.plug(3, smallPod()); // before the machine is there
-    Machine machine(ports.socketPath(3));
-    QTRY_COMPARE(machine.connected, 0x5203);
-    ports.unplug(3);
-    QTRY_COMPARE(machine.connected, 0);
-    ports.plug(3, smallPod());
-    QTRY_COMPARE(machine.connected, 0x5203);
 }
 
 void SimulatorUsbRedir::readWaitsForDataOrIsCancelled()
