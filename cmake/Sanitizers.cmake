@@ -14,7 +14,7 @@ endif()
 
 # What every test is run with.
 set(CORVANE_SANITIZER_ENVIRONMENT
-  "TSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan.supp"
+  "TSAN_OPTIONS=history_size=4:suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan.supp"
   "LSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/lsan.supp:print_suppressions=0")
 
 # Linked into every program: tells the thread sanitizer of the order that Qt's queued signals keep.

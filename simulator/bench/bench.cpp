@@ -272,7 +272,7 @@ void Bench::noteEnd()
 {
     // By now the folders are current everywhere, and what was mounted is no more.
     if (m_panel_code == kPanelCopied)
-        m_promise.check(false);
+        m_promise.endedAsCopied();
     m_screen.stop();
     Q_EMIT changed();
 }
@@ -285,12 +285,11 @@ void Bench::readScreen()
     m_empty_gauges = ScreenReader::emptyGauges(m_screen.picture());
     if (m_panel_code)
         m_panel_shown += *m_panel_code;
-    if (m_panel_code == kPanelCopied && before != m_panel_code) {
+    const bool copied = m_panel_code == kPanelCopied;
+    if (copied && before != m_panel_code)
         m_times.last_copy_ms = elapsedMs();
-        if (m_site->foldersAreCurrent())
-            m_promise.check(station().mounted(kStickFolder).value_or(false));
-    }
-    m_promise.pictureSeen();
+    m_promise.pictureSeen(copied && m_site->foldersAreCurrent(),
+                          station().mounted(kStickFolder).value_or(false));
     if (m_quitting)
         touchQuitCorner();
     Q_EMIT changed();

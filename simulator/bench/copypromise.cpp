@@ -41,11 +41,30 @@ CopyPromise::CopyPromise(const BenchFolder& folder, const BenchStick& stick)
 {
 }
 
-void CopyPromise::check(bool stick_mounted)
+void CopyPromise::stationStarted()
 {
-    const QString wrong = whatIsWrong(stick_mounted);
-    if (!wrong.isEmpty() && !m_broken.contains(wrong))
-        m_broken += wrong;
+    m_completed = m_completed_by_picture = 0;
+    m_copied = false;
+}
+
+void CopyPromise::pictureSeen(bool copied, bool stick_mounted)
+{
+    if (copied && m_copied)
+        m_lies = broken();
+    m_doubt = copied && !m_copied ? whatIsWrong(stick_mounted) : QString();
+    m_copied = copied;
+    m_completed_by_picture = m_completed;
+}
+
+void CopyPromise::endedAsCopied()
+{
+    m_lies = broken();
+    m_doubt = whatIsWrong(false);
+}
+
+QStringList CopyPromise::broken() const
+{
+    return m_doubt.isEmpty() || m_lies.contains(m_doubt) ? m_lies : m_lies + QStringList(m_doubt);
 }
 
 QString CopyPromise::whatIsWrong(bool stick_mounted) const

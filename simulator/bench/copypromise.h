@@ -14,14 +14,17 @@ public:
     /// Both must outlive it.
     CopyPromise(const BenchFolder& folder, const BenchStick& stick);
 
-    void stationStarted() { m_completed = m_completed_by_picture = 0; }
+    void stationStarted();
     void readoutCompleted() { ++m_completed; }
-    void pictureSeen() { m_completed_by_picture = m_completed; }
-    /// To be called while the panel says "copied", before the picture that says so is noted.
-    void check(bool stick_mounted);
+    /// The panel says "copied", or not. What the first such picture gives reason to doubt is a lie
+    /// when the next one says so still, or when none comes: of a pod that was read while the
+    /// controller copied, the panel tells right after the copy.
+    void pictureSeen(bool copied, bool stick_mounted);
+    /// The station has ended, and "copied" was the last that the panel said.
+    void endedAsCopied();
 
-    /// How it was broken so far, a line each.
-    const QStringList& broken() const { return m_broken; }
+    /// How it was broken, a line each.
+    QStringList broken() const;
 
 private:
     QString whatIsWrong(bool stick_mounted) const;
@@ -30,5 +33,7 @@ private:
     const BenchStick& m_stick;
     int m_completed = 0; ///< read-outs since the station was started
     int m_completed_by_picture = 0;
-    QStringList m_broken;
+    bool m_copied = false; ///< the last picture
+    QString m_doubt;       ///< what was wrong at the first such picture, if anything
+    QStringList m_lies;
 };

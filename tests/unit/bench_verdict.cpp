@@ -227,11 +227,11 @@ void BenchVerdictTest::holdsThePanelToItsWord()
     const ServedStick stick(folder.stick(), folder.control(), {});
     QVERIFY_EXCEPTION_THROWN(BenchFolder(kept.path()), BadInput); // holds an earlier run
     CopyPromise backup(folder, stick);
-    backup.check(true);
+    backup.pictureSeen(true, true);
     QCOMPARE(backup.broken().size(), 1);
     writeArchive(stick.path(QStringLiteral("backup.zip")), {kInfos});
     CopyPromise whole_backup(folder, stick);
-    whole_backup.check(true);
+    whole_backup.pictureSeen(true, true);
     QCOMPARE(whole_backup.broken(), QStringList());
 
     const QString copy = stick.path(QStringLiteral("QVX_DATAS.cvx"));
@@ -240,16 +240,21 @@ void BenchVerdictTest::holdsThePanelToItsWord()
     writeArchive(copy, {{kInfos.first, "Serial number: 2"}});
     CopyPromise archive(folder, stick);
     archive.readoutCompleted();
-    archive.check(false); // the picture may be older than what the archive holds by now
+    archive.pictureSeen(true, false); // may be older than what the archive holds by now
     QCOMPARE(archive.broken(), QStringList());
-    archive.pictureSeen();
-    archive.check(false);
-    archive.check(false);
+    archive.pictureSeen(false, false);
+    archive.pictureSeen(true, false);
     QCOMPARE(archive.broken().size(), 1);
+    archive.pictureSeen(false, false); // work went on right after the copy
+    QCOMPARE(archive.broken(), QStringList());
+    archive.pictureSeen(true, false);
     writeArchive(copy, {kInfos});
-    archive.check(false);
+    archive.pictureSeen(true, false); // too late
+    archive.pictureSeen(false, false);
     QCOMPARE(archive.broken().size(), 1);
-    archive.check(true);
+    archive.pictureSeen(true, true);
+    QCOMPARE(archive.broken().size(), 2);
+    archive.endedAsCopied();
     QCOMPARE(archive.broken().size(), 2);
 }
 
