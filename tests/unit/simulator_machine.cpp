@@ -250,7 +250,7 @@ void SimulatorMachineTest::quotesPaths()
 
 void SimulatorMachineTest::refusesPaths()
 {
-    for (const char* path : {"/opt/work/corvane", "/home/\"work\"/corvane"})
+    for (const char* path : {"/opt/desk/corvane", "/home/\"desk\"/corvane"})
         QVERIFY_EXCEPTION_THROWN(argumentsWith(QLatin1String(path), {}), BadInput);
 }
 
