@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 
@@ -140,8 +139,11 @@ qint64 ArchiveAddition::readAt(qint64 offset, char* data, qint64 maxBytes) const
 {
     if (m_protected)
         return -1;
-    if (offset < m_undo.tail_offset)
-        return ::pread(m_fd.get(), data, size_t(maxBytes), offset);
+    if (offset < m_undo.tail_offset) {
+        const qint64 bytes = std::min(maxBytes, m_undo.tail_offset - offset);
+        std::fill_n(data, bytes, '\0');
+        return bytes;
+    }
     const QByteArray part = m_undo.tail.mid(int(offset - m_undo.tail_offset), int(maxBytes));
     std::copy(part.cbegin(), part.cend(), data);
     return part.size();

@@ -49,6 +49,9 @@ Loaded load(UndoRecord& record)
     const auto bytes = storage::readRange(fd.get(), 0, storage::sizeOf(fd.get()));
     if (!bytes)
         return failed();
+    // A record of earlier, from wherever it comes, would take back what was acknowledged since.
+    if (!readback::holds(fd.get(), 0, *bytes))
+        return Loaded::Unknown;
     const auto waiting = UndoRecord::decode(*bytes);
     if (!waiting)
         return Loaded::Nothing;
