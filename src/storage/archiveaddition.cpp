@@ -71,10 +71,28 @@ Recovery recoverWaiting(bool keep_for_later)
     return result != PutBack::Failed && undofile::blank() ? Recovery::Clean : Recovery::Waiting;
 }
 
+bool isWhole(const QString& archive)
+{
+    const UniqueFd fd = storage::openRegular(archive, O_RDONLY);
+    return fd && zipdirectory::read(fd.get());
+}
+
+/// An archive that is whole was never changed, or was given up by hand: nothing may be put back
+/// over what came into it since.
+void recoverSetAside()
+{
+    const auto record = undofile::loadSetAside();
+    if (!record || mayComeLater(record->archive_path))
+        return;
+    if (isWhole(record->archive_path) || putBack(*record) != PutBack::Failed)
+        undofile::removeSetAside();
+}
+
 } // namespace
 
 bool ArchiveAddition::recover()
 {
+    recoverSetAside();
     return recoverWaiting(true) != Recovery::Waiting;
 }
 
