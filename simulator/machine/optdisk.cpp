@@ -9,7 +9,6 @@
 
 namespace {
 
-const QString kSize = QStringLiteral("2G"); // of which the image takes what is written
 const QString kStation = QStringLiteral("Corvane");
 const QString kLauncher = QStringLiteral("CorvaneLauncher");
 const QString kCopy = QStringLiteral("cp");
@@ -53,7 +52,7 @@ void replace(const QString& folder, const QString& by)
 
 } // namespace
 
-OptDisk::OptDisk(const BenchFolder& folder, QString image)
+OptDisk::OptDisk(const BenchFolder& folder, QString image, quint64 size_bytes)
     : m_folder(folder)
     , m_image(std::move(image))
 {
@@ -62,7 +61,8 @@ OptDisk::OptDisk(const BenchFolder& folder, QString image)
     runTool(kCopy, {QStringLiteral("-a"), folder.launcher(), tree.filePath(kLauncher)});
     runTool(QStringLiteral("/sbin/mke2fs"),
             {QStringLiteral("-q"), QStringLiteral("-t"), QStringLiteral("ext4"),
-             QStringLiteral("-d"), tree.path(), m_image, kSize});
+             QStringLiteral("-b"), QStringLiteral("4096"), QStringLiteral("-d"), tree.path(),
+             m_image, QStringLiteral("%1k").arg(size_bytes / 1024)});
 }
 
 void OptDisk::unpack() const

@@ -114,7 +114,7 @@ void Package::install()
     BenchSettings settings;
     settings.make_site = [this](const auto& of_bench, const auto& scenario, const auto& folder) {
         auto site = std::make_unique<MachineSite>(of_bench, scenario, folder,
-                                                  QStringLiteral(CORVANE_PACKAGES));
+                                                  MachineExtras{QStringLiteral(CORVANE_PACKAGES)});
         m_site = site.get();
         return site;
     };
