@@ -34,7 +34,7 @@ QStringList failures(const QByteArray& said)
     return lines;
 }
 
-/// The station's and the launcher's folder, into this one, whose name debugfs could misread.
+/// Into this folder, whose name debugfs could misread.
 void dump(const QString& image, const QString& folder)
 {
     const QString command = QStringLiteral("rdump /%1 /%2 .").arg(kStation, kLauncher);
@@ -71,8 +71,13 @@ void OptDisk::unpack() const
     // The disk itself stays as the loss of power left it: its journal is for the machine's kernel.
     const QString copy = work.filePath(QStringLiteral("opt.img"));
     runTool(kCopy, {QStringLiteral("--sparse=always"), m_image, copy});
-    replayJournal(copy);
-    dump(copy, work.path());
+    extract(copy, work.path());
     replace(m_folder.station(), work.filePath(kStation));
     replace(m_folder.launcher(), work.filePath(kLauncher));
+}
+
+void OptDisk::extract(const QString& image, const QString& folder)
+{
+    replayJournal(image);
+    dump(image, folder);
 }

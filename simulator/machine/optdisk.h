@@ -20,6 +20,10 @@ public:
     /// machine must be off.
     void unpack() const;
 
+    /// The station's and the launcher's folder, as the next mount finds them: the image is mended
+    /// by its journal.
+    static void extract(const QString& image, const QString& folder);
+
 private:
     const BenchFolder& m_folder;
     QString m_image;

@@ -1,0 +1,300 @@
+#include "bench/archivecheck.h"
+#include "bench/badinput.h"
+#include "bench/bench.h"
+#include "bench/verdict.h"
+#include "machine/machinesite.h"
+#include "machine/tool.h"
+#include "support/diskstates.h"
+#include "support/machinecommand.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+/// Lets the kernel log all that is written to the station's disk while pods are archived, and
+/// starts the station again on each of a thousand disks that a loss of power could have left
+/// behind. For more disks set CORVANE_DISKS=10000, for others CORVANE_DISKS_SEED=2 and, as the test
+/// library ends a test after five minutes, QTEST_FUNCTION_TIMEOUT=36000000.
+class WriteLog : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void losesNothingAcknowledged();
+
+private:
+    using Recordings = std::vector<KnownRecording>;
+
+    void record();
+    void markErased();
+    void archiveOneByOne();
+    void archiveTogether();
+    void look(const DiskStates::State& state);
+    Recordings acknowledgedAt(const DiskStates::State& state) const;
+    void startStorage(const QString& folder);
+    void startStation(const DiskStates::State& state);
+    void bootMachine(const DiskStates::State& state);
+    void checkBench(Bench& bench, const DiskStates::State& state, const char* where);
+    void note(const DiskStates::State& state, const char* where, const QString& problem);
+
+    QTemporaryDir m_work;
+    std::unique_ptr<Bench> m_bench;
+    MachineSite* m_site = nullptr; ///< the bench's
+    /// By the number that its mark in the log has: what had been erased from pods when that was put
+    /// there. The storage had it all before.
+    std::vector<Recordings> m_erased;
+    int m_disks = 0;
+    int m_put_back = 0;
+    int m_stations = 0;
+    int m_boots = 0;
+    QStringList m_problems;
+};
+
+namespace {
+
+constexpr std::chrono::minutes kLimit{3};
+constexpr quint64 kDiskBytes = quint64(64) << 20;
+constexpr int kOneByOne = 5;
+constexpr int kTogether = 3;
+constexpr int kUsualDisks = 1000;
+/// Every so many disks the program itself is started on one, as at a bench; that takes seconds.
+constexpr int kDisksForStation = 50;
+/// And the machine, which takes half a minute.
+constexpr int kDisksForBoot = 450;
+constexpr int kMostProblems = 10;
+const QString kPuttingBack = QStringLiteral("Putting archive back:");
+/// Said by every start once nothing is half done any more.
+const QString kChoosingArchive = QStringLiteral("Last zip files count:");
+const QString kStation = QStringLiteral("Corvane");
+
+bool comes(const std::function<bool()>& event)
+{
+    return QTest::qWaitFor(event, int(std::chrono::milliseconds(kLimit).count()));
+}
+
+int numberFrom(const char* variable, int usual)
+{
+    bool ok = false;
+    const int number = qEnvironmentVariableIntValue(variable, &ok);
+    return ok ? number : usual;
+}
+
+/// Without a stick, which could take what was to be found on the disk.
+Scenario scenario()
+{
+    Scenario scenario;
+    PodPlan plan;
+    plan.size = {16 * 1024, 512 * 1024};
+    plan.bytes_per_second = 0;
+    plan.polls_until_charged = 0;
+    scenario.plans.fill(plan);
+    scenario.stick.inserted = false;
+    return scenario;
+}
+
+BenchSettings benchSettings()
+{
+    BenchSettings settings;
+    settings.station_program = QStringLiteral(CORVANE_STATION_PROGRAM);
+    return settings;
+}
+
+void copySparse(const QString& from, const QString& to)
+{
+    runTool(QStringLiteral("cp"), {QStringLiteral("--sparse=always"), from, to});
+}
+
+/// In none of the archives in that folder.
+QStringList missingFrom(const QString& datas, const std::vector<KnownRecording>& recordings)
+{
+    std::vector<ArchiveEntry> entries;
+    QStringList unreadable; // which is no loss by itself
+    for (const QFileInfo& file : QDir(datas).entryInfoList(QDir::Files)) {
+        const std::vector<ArchiveEntry> more = readArchive(file.filePath(), unreadable);
+        entries.insert(entries.end(), more.begin(), more.end());
+    }
+    QStringList missing;
+    for (const KnownRecording& recording : recordings)
+        if (!holdsRecording(entries, recording))
+            missing += recording.name;
+    return missing;
+}
+
+} // namespace
+
+/// The log then says: this was erased by now. A mark is late, never early, as the pod's word for it
+/// has gone through two computers; while no other pod is there, nothing is written meanwhile.
+void WriteLog::markErased()
+{
+    const auto number = m_erased.size();
+    m_erased.push_back(m_bench->rack().erasedRecordings());
+    const QString failure =
+        failureOf(m_site->shell(), QStringLiteral("dmsetup message opt 0 mark %1").arg(number));
+    QVERIFY2(failure.isEmpty(), qPrintable(failure));
+}
+
+void WriteLog::archiveOneByOne()
+{
+    for (int slot = 0; slot < kOneByOne; ++slot) {
+        m_bench->perform(verb::Plug{slotSetOf(slot), {}});
+        QVERIFY(comes([&] { return m_bench->rack().report(slot).erased; }));
+        markErased();
+    }
+}
+
+/// Where one addition follows on the other; with a second recording of a pod among them.
+void WriteLog::archiveTogether()
+{
+    m_bench->perform(verb::Unplug{slotSetOf(0)});
+    m_bench->perform(verb::Plug{slotSetOf(0), {}});
+    for (int slot = kOneByOne; slot < kOneByOne + kTogether; ++slot)
+        m_bench->perform(verb::Plug{slotSetOf(slot), {}});
+    constexpr std::size_t kAll = kOneByOne + kTogether + 1;
+    while (m_erased.back().size() < kAll) {
+        QVERIFY(comes(
+            [&] { return m_bench->rack().erasedRecordings().size() > m_erased.back().size(); }));
+        markErased();
+    }
+}
+
+void WriteLog::record()
+{
+    BenchSettings settings = benchSettings();
+    settings.make_site = [this](const auto& of_bench, const auto& scenario, const auto& folder) {
+        MachineExtras extras;
+        extras.disk_bytes = kDiskBytes;
+        extras.writes_logged = true;
+        auto site = std::make_unique<MachineSite>(of_bench, scenario, folder, extras);
+        m_site = site.get();
+        return site;
+    };
+    m_bench = std::make_unique<Bench>(settings, scenario());
+    copySparse(m_site->disk().image(), m_work.filePath(QStringLiteral("first.img")));
+    m_bench->start();
+    QVERIFY(comes([&] { return m_bench->holds({Condition::Kind::Log, {}, kChoosingArchive, 1}); }));
+    archiveOneByOne();
+    if (!QTest::currentTestFailed())
+        archiveTogether();
+    m_bench->perform(verb::Quit{});
+    QVERIFY(comes([&] { return !m_bench->station().running(); }));
+    Expectations expect;
+    expect.on_stick = false;
+    expect.archived = firstSlots(kOneByOne + kTogether);
+    expect.erased = expect.archived;
+    const Verdict verdict = judge(*m_bench, expect);
+    QVERIFY2(verdict.good(), qPrintable(summary(*m_bench, verdict)));
+}
+
+WriteLog::Recordings WriteLog::acknowledgedAt(const DiskStates::State& state) const
+{
+    return state.mark.isEmpty() ? Recordings() : m_erased.at(state.mark.toUInt());
+}
+
+void WriteLog::note(const DiskStates::State& state, const char* where, const QString& problem)
+{
+    m_problems += QStringLiteral("disk %1, between flushes %2, %3: %4")
+                      .arg(state.number)
+                      .arg(state.interval)
+                      .arg(QLatin1String(where), problem);
+}
+
+/// Its part with the archives, as the station starts: puts back, then begins a new archive.
+void WriteLog::startStorage(const QString& folder)
+{
+    QDir station(folder);
+    station.mkdir(QStringLiteral("tmp"));
+    QFile infos(station.filePath(QStringLiteral("tmp/infos.log")));
+    if (!infos.open(QIODevice::WriteOnly))
+        throw BadInput(infos.errorString());
+    infos.close();
+    const ToolResult result =
+        runTool(QStringLiteral(CORVANE_STORAGE_DRIVER),
+                {QStringLiteral("recover"), QStringLiteral("begin")}, {{}, folder, 0});
+    if (result.output != "yy")
+        throw BadInput(QString::fromUtf8(result.errors));
+    m_put_back += result.errors.contains(kPuttingBack.toUtf8()) ? 1 : 0;
+}
+
+/// The program itself, where a private root takes the place of the machine.
+void WriteLog::startStation(const DiskStates::State& state)
+{
+    ++m_stations;
+    Bench bench(benchSettings(), scenario());
+    const QTemporaryDir folder(m_work.filePath(QStringLiteral("station")));
+    copySparse(state.image, folder.filePath(QStringLiteral("copy")));
+    OptDisk::extract(folder.filePath(QStringLiteral("copy")), folder.path());
+    runTool(QStringLiteral("cp"),
+            {QStringLiteral("-a"), folder.filePath(kStation) + QStringLiteral("/."),
+             bench.folder().station()});
+    checkBench(bench, state, "with the station started");
+}
+
+/// Where the kernel itself mends the file system.
+void WriteLog::bootMachine(const DiskStates::State& state)
+{
+    ++m_boots;
+    BenchSettings settings = benchSettings();
+    settings.make_site = makeMachine;
+    Bench bench(settings, scenario());
+    copySparse(state.image, QDir(bench.folder().path()).filePath(QStringLiteral("opt.img")));
+    checkBench(bench, state, "with the machine booted");
+}
+
+void WriteLog::checkBench(Bench& bench, const DiskStates::State& state, const char* where)
+{
+    bench.start();
+    const bool started = comes([&] {
+        return bench.holds({Condition::Kind::Log, {}, kChoosingArchive, 1});
+    });
+    bench.perform(verb::Quit{});
+    if (!started || !comes([&] { return !bench.station().running(); }))
+        note(state, where, QStringLiteral("it does not start"));
+    for (const QString& line : bench.station().log().unexpected({}))
+        note(state, where, line);
+    for (const QString& name : missingFrom(bench.folder().archives(), acknowledgedAt(state)))
+        note(state, where, QStringLiteral("LOST ") + name);
+}
+
+void WriteLog::look(const DiskStates::State& state)
+{
+    if (m_problems.size() > kMostProblems)
+        return;
+    m_disks = state.number;
+    try {
+        if (state.number % kDisksForStation == 0)
+            startStation(state);
+        if (state.number % kDisksForBoot == 0)
+            bootMachine(state);
+        const QTemporaryDir folder(m_work.filePath(QStringLiteral("files")));
+        OptDisk::extract(state.image, folder.path());
+        startStorage(folder.filePath(kStation));
+        const QString datas = folder.filePath(kStation + QStringLiteral("/datas"));
+        for (const QString& name : missingFrom(datas, acknowledgedAt(state)))
+            note(state, "with the storage started", QStringLiteral("LOST ") + name);
+    } catch (const BadInput& bad) {
+        note(state, "with the storage started", bad.text());
+    }
+}
+
+void WriteLog::losesNothingAcknowledged()
+{
+    record();
+    if (QTest::currentTestFailed())
+        return;
+    const int wanted = numberFrom("CORVANE_DISKS", kUsualDisks);
+    DiskStates states(m_work.filePath(QStringLiteral("first.img")),
+                      readWriteLog(m_site->writeLog()), wanted,
+                      quint32(numberFrom("CORVANE_DISKS_SEED", 1)));
+    states.each([this](const DiskStates::State& state) { look(state); });
+    qInfo("%d disks, %d of them with an addition that had to be put back; the program was started "
+          "on %d, the machine on %d",
+          m_disks, m_put_back, m_stations, m_boots);
+    QVERIFY2(m_problems.isEmpty(), qPrintable(m_problems.join(QLatin1Char('\n'))));
+    QVERIFY(m_disks >= wanted && m_put_back > 0 && m_stations > 0);
+}
+
+QTEST_GUILESS_MAIN(WriteLog)
+#include "writelog.moc"
