@@ -12,13 +12,15 @@ namespace {
 constexpr std::chrono::milliseconds kLimit = std::chrono::minutes(4);
 } // namespace
 
-QString failureOf(MachineShell& shell, const QString& command)
+QString failureOf(MachineShell& shell, const QString& command, QStringList* said)
 {
     const auto result = std::make_shared<std::optional<MachineShell::Result>>();
     shell.run(command, [result](const MachineShell::Result& what) { *result = what; });
     const bool answered = QTest::qWaitFor([&] { return result->has_value(); }, int(kLimit.count()));
+    if (answered && said != nullptr)
+        *said = (*result)->lines;
     if (answered && (*result)->exit_code == 0)
         return {};
-    const QStringList said = answered ? (*result)->lines : QStringList(QStringLiteral("no answer"));
-    return command + QStringLiteral(": ") + said.join(QLatin1Char('\n'));
+    const QStringList why = answered ? (*result)->lines : QStringList(QStringLiteral("no answer"));
+    return command + QStringLiteral(": ") + why.join(QLatin1Char('\n'));
 }

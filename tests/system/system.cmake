@@ -32,6 +32,7 @@ target_compile_definitions(system_writelog
   PRIVATE CORVANE_STORAGE_DRIVER="$<TARGET_FILE:faultystorage_driver>")
 add_dependencies(system_writelog faultystorage_driver)
 
+corvane_add_system_test(lyingdisk support/machinecommand.cpp)
 corvane_add_system_test(package support/machinecommand.cpp)
 target_compile_definitions(system_package
   PRIVATE CORVANE_PACKAGES="${CMAKE_SOURCE_DIR}/build/package")
