@@ -28,7 +28,7 @@ public:
 
     QByteArray read(qint64 bytes)
     {
-        const QByteArray got = m_file.read(bytes);
+        QByteArray got = m_file.read(bytes);
         if (got.size() != bytes)
             fail();
         return got;

@@ -8,12 +8,18 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace {
 
 constexpr int kSectorBytes = 512;
 constexpr int kBlockSectors = 8;
 constexpr int kWholeWrite = 1 << 30;
+
+// A sector as it was, as it was to be, or as a card without power for the rest leaves it.
+constexpr char kOld = '\0';
+constexpr char kNew = '\1';
+constexpr char kErased = '\2';
 
 int sectorsOf(const LoggedWrite& write)
 {
@@ -35,17 +41,20 @@ int sectorsOf(const std::vector<LoggedWrite>& writes)
     return sectors;
 }
 
-/// Those sectors whose character in the part is 1.
+/// What the part says of each sector of the writes.
 void writeTo(const QString& image, const std::vector<LoggedWrite>& writes, const QByteArray& part)
 {
     QFile file(image);
+    const QByteArray erased(kSectorBytes, '\xFF');
     bool written = file.open(QIODevice::ReadWrite);
     int sector = 0;
     for (const LoggedWrite& write : writes)
         for (int offset = 0; offset < write.data.size(); offset += kSectorBytes, ++sector)
-            if (part.at(sector) != 0)
+            if (part.at(sector) != kOld)
                 written = written && file.seek(write.offset_bytes + offset) &&
-                          file.write(write.data.constData() + offset, kSectorBytes) == kSectorBytes;
+                          file.write(part.at(sector) == kNew ? write.data.constData() + offset
+                                                             : erased.constData(),
+                                     kSectorBytes) == kSectorBytes;
     if (!written || !file.flush())
         throw BadInput(QStringLiteral("%1: %2").arg(image, file.errorString()));
 }
@@ -101,9 +110,9 @@ void DiskStates::each(const std::function<void(const State&)>& look)
             showParts(i, (parts_to_come + torn_to_come - 1) / torn_to_come);
             --torn_to_come;
         }
-        const Part all(sectorsOf(writes), '\1');
+        const Part all(sectorsOf(writes), kNew);
         writeTo(m_disk, writes, all);
-        show(i, m_intervals.at(i).mark, Part(all.size(), '\0'));
+        show(i, m_intervals.at(i).mark, Part(all.size(), kOld));
     }
 }
 
@@ -113,7 +122,7 @@ void DiskStates::showParts(std::size_t interval, int count)
     constexpr int kTrials = 3;
     const std::vector<LoggedWrite>& writes = m_intervals.at(interval).writes;
     const int sectors = sectorsOf(writes);
-    QSet<Part> shown{Part(sectors, '\0'), Part(sectors, '\1')};
+    QSet<Part> shown{Part(sectors, kOld), Part(sectors, kNew)};
     const int with_ends = count + shown.size();
     for (int trial = 0; trial < kTrials * count && shown.size() < with_ends; ++trial) {
         const Part part = anyPart(writes);
@@ -137,9 +146,31 @@ DiskStates::Part DiskStates::anyPart(const std::vector<LoggedWrite>& writes)
         const int step = std::min(std::max(piece, least), sectors);
         for (int sector = 0; sector < sectors; sector += step)
             part.append(std::min(step, sectors - sector),
-                        m_random.generateDouble() < share ? '\1' : '\0');
+                        m_random.generateDouble() < share ? kNew : kOld);
     }
+    if (m_random.bounded(2) == 1)
+        eraseBlock(writes, part);
     return part;
+}
+
+/// The one that was being written when the power went: a card erases a block first. The first
+/// block of a write, which may hold more than what was new in it, is as likely as all others.
+void DiskStates::eraseBlock(const std::vector<LoggedWrite>& writes, Part& part)
+{
+    std::vector<std::pair<int, int>>
+        candidates; // where a write begins in the part, and its sectors
+    int begin = 0;
+    for (const LoggedWrite& write : writes) {
+        if (!comesInBlocks(write))
+            candidates.emplace_back(begin, sectorsOf(write));
+        begin += sectorsOf(write);
+    }
+    if (candidates.empty())
+        return;
+    const auto [at, sectors] = candidates.at(m_random.bounded(quint32(candidates.size())));
+    const int blocks = sectors / kBlockSectors;
+    const int block = m_random.bounded(2) == 1 ? 0 : m_random.bounded(blocks);
+    part.replace(at + block * kBlockSectors, kBlockSectors, Part(kBlockSectors, kErased));
 }
 
 void DiskStates::show(std::size_t interval, const QString& mark, const Part& part)

@@ -10,7 +10,8 @@
 
 /// The disks that a loss of power could have left behind in the course of a run whose writes were
 /// logged: as the disk was at each flush, and with any part of what came between two flushes, as a
-/// drive has it that writes its cache in an order of its own. No two are the same.
+/// drive has it that writes its cache in an order of its own, one block perhaps erased and not yet
+/// written again. No two are the same.
 class DiskStates
 {
 public:
@@ -35,13 +36,14 @@ private:
         std::vector<LoggedWrite> writes;
         QString mark; ///< the last one when all of them were beyond the cache
     };
-    /// Of an interval's writes, a character for each sector: 1 when it is on the disk.
+    /// Of an interval's writes, a character for each sector.
     using Part = QByteArray;
 
     static std::vector<Interval> intervalsOf(const std::vector<LoggedWrite>& log);
     static bool canBeTorn(const Interval& interval);
     void showParts(std::size_t interval, int count);
     Part anyPart(const std::vector<LoggedWrite>& writes);
+    void eraseBlock(const std::vector<LoggedWrite>& writes, Part& part);
     void show(std::size_t interval, const QString& mark, const Part& part);
 
     QString m_disk;
