@@ -1,5 +1,6 @@
-// What the storage holds when it fails, or the power goes, at any one of its calls.
+// What the storage holds when it fails, lies, or loses its power at any one of its calls.
 #include "storage/archiveaddition.h"
+#include "storage/checksum.h"
 #include "support/faultyrun.h"
 #include "support/testfiles.h"
 #include "utils/ziputils.h"
@@ -20,9 +21,6 @@ const QString kArchive = QStringLiteral("datas/0000000000.cvx");
 const QString kStickFile = QStringLiteral("stick/QVX_DATAS.cvx");
 const QString kSideFile = QStringLiteral("addition.undo");
 
-const QStringList kTwoAdditions = {QStringLiteral("add:%1:tmp/a.ozu").arg(kArchive),
-                                   QStringLiteral("add:%1:tmp/b.ozu").arg(kArchive)};
-
 QByteArray noise(quint32 seed, int bytes)
 {
     QByteArray content(bytes, Qt::Uninitialized);
@@ -31,6 +29,21 @@ QByteArray noise(quint32 seed, int bytes)
         byte = char(generator.bounded(256));
     return content;
 }
+
+/// Of what came from two pods.
+const QByteArray kRecordings[] = {noise(1, 300000), noise(2, 5000)};
+
+QString addition(const char* file, const QByteArray& recording)
+{
+    Checksum checksum;
+    checksum.add(recording);
+    return QStringLiteral("record:%1:tmp/%2:%3")
+        .arg(kArchive, QLatin1String(file))
+        .arg(checksum.value());
+}
+
+const QStringList kTwoAdditions = {addition("a.ozu", kRecordings[0]),
+                                   addition("b.ozu", kRecordings[1])};
 
 QString firstRefusedKept(QString answers)
 {
@@ -51,6 +64,8 @@ private slots:
     void additionSurvivesALoss();
     void additionUndoesAFailure_data();
     void additionUndoesAFailure();
+    void liesAreFoundOut_data();
+    void liesAreFoundOut();
     void killWhilePuttingBack_data();
     void killWhilePuttingBack();
     void recoveryMayBeCutShort_data();
@@ -59,6 +74,7 @@ private slots:
     void newArchiveIsNeverHalfMade_data();
     void newArchiveIsNeverHalfMade();
     void archivesStayWhenNoneCanBeBegun();
+    void unlistedArchivesStay();
     void copyIsWholeOrNone_data();
     void copyIsWholeOrNone();
 
@@ -85,8 +101,8 @@ void StoragePower::init()
         QVERIFY(root.mkpath(QLatin1String(name)));
     QVERIFY(QDir::setCurrent(root.filePath(QStringLiteral("station"))));
     // Longer than one block, and no shorter once deflated.
-    QVERIFY(write(QStringLiteral("tmp/a.ozu"), noise(1, 300000)));
-    QVERIFY(write(QStringLiteral("tmp/b.ozu"), noise(2, 5000)));
+    QVERIFY(write(QStringLiteral("tmp/a.ozu"), kRecordings[0]));
+    QVERIFY(write(QStringLiteral("tmp/b.ozu"), kRecordings[1]));
     QVERIFY(write(QStringLiteral("tmp/infos.log"), "Serial number: 001122334455"));
     QVERIFY(ZipUtils::createZip(kArchive));
     QVERIFY(ZipUtils::addFile(kArchive, QStringLiteral("tmp/infos.log")));
@@ -208,6 +224,35 @@ void StoragePower::additionUndoesAFailure()
     }
     // Half a write is followed by the other half; anything else costs the addition that it hits.
     QVERIFY(fault == QLatin1String("short") ? refused == 0 : refused > calls * 3 / 4);
+}
+
+void StoragePower::liesAreFoundOut_data()
+{
+    QTest::addColumn<QString>("plan");
+    for (const char* plan : {"r%1:zeros", "r%1:flip", "r%1:stale", "%1:drop"})
+        QTest::newRow(plan) << QString::fromLatin1(plan);
+}
+
+/// One read gives something else than what is there, or one write does not arrive: whatever was
+/// acknowledged all the same is in the archive, byte for byte.
+void StoragePower::liesAreFoundOut()
+{
+    QFETCH(QString, plan);
+    const FaultyRun honest = run(kTwoAdditions);
+    const int lies = plan.startsWith(u'r') ? honest.reads : honest.calls;
+    int refused = 0;
+    for (int at = 1; at <= lies; ++at) {
+        reset(m_original);
+        const FaultyRun once = run(kTwoAdditions, plan.arg(at));
+        QVERIFY(ArchiveAddition::recover());
+        QVERIFY2(contentOf(kArchive) == m_expected.value(once.answers), qPrintable(plan.arg(at)));
+        refused += once.answers.count(u'n');
+    }
+    // Some of the reads see what was there before in any case, and some of the writes are repeated.
+    QVERIFY2(refused > lies / 4, qPrintable(QStringLiteral("%1 of %2").arg(refused).arg(lies)));
+    // A storage that lies from the start lets nothing be erased.
+    reset(m_original);
+    QVERIFY(!run(kTwoAdditions, plan.arg(QStringLiteral("1+"))).answers.contains(u'y'));
 }
 
 void StoragePower::killWhilePuttingBack_data()
@@ -343,6 +388,17 @@ void StoragePower::archivesStayWhenNoneCanBeBegun()
     QCOMPARE(ZipUtils::listFiles(QStringLiteral("datas/0000000025.cvx")),
              QStringList(QStringLiteral("infos.log")));
     QCOMPARE(datas.entryList(QDir::Files).mid(0, 25), before);
+}
+
+/// A folder that cannot be listed is not an empty one.
+void StoragePower::unlistedArchivesStay()
+{
+    const QByteArray before = contentOf(kArchive);
+    const QString listing = QStringLiteral("1+:listing");
+    QCOMPARE(run({QStringLiteral("begin"), QStringLiteral("begin")}, listing).answers,
+             QStringLiteral("nn"));
+    QCOMPARE(QDir(QStringLiteral("datas")).entryList(QDir::Files).size(), 1);
+    QCOMPARE(contentOf(kArchive), before);
 }
 
 void StoragePower::copyIsWholeOrNone_data()
