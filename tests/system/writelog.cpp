@@ -107,20 +107,36 @@ void copySparse(const QString& from, const QString& to)
     runTool(QStringLiteral("cp"), {QStringLiteral("--sparse=always"), from, to});
 }
 
-/// In none of the archives in that folder.
-QStringList missingFrom(const QString& datas, const std::vector<KnownRecording>& recordings)
+/// The owed archives alone, or all.
+std::vector<ArchiveEntry> entriesBelow(const QDir& station, bool owed)
 {
+    QFile list(station.filePath(QStringLiteral("owed")));
+    const QList<QByteArray> names =
+        list.open(QIODevice::ReadOnly) ? list.readAll().split('\n') : QList<QByteArray>();
     std::vector<ArchiveEntry> entries;
     QStringList unreadable; // which is no loss by itself
-    for (const QFileInfo& file : QDir(datas).entryInfoList(QDir::Files)) {
+    for (const QFileInfo& file :
+         QDir(station.filePath(QStringLiteral("datas"))).entryInfoList(QDir::Files)) {
+        if (owed && !names.contains(file.fileName().toUtf8()))
+            continue;
         const std::vector<ArchiveEntry> more = readArchive(file.filePath(), unreadable);
         entries.insert(entries.end(), more.begin(), more.end());
     }
-    QStringList missing;
+    return entries;
+}
+
+/// Of these in the station's folder: what is whole in no archive, and what no stick would get.
+QStringList lossesOf(const std::vector<KnownRecording>& recordings, const QString& station)
+{
+    const std::vector<ArchiveEntry> all = entriesBelow(QDir(station), false);
+    const std::vector<ArchiveEntry> owed = entriesBelow(QDir(station), true);
+    QStringList losses;
     for (const KnownRecording& recording : recordings)
-        if (!holdsRecording(entries, recording))
-            missing += recording.name;
-    return missing;
+        if (!holdsRecording(all, recording))
+            losses += QStringLiteral("LOST %1").arg(recording.name);
+        else if (!holdsRecording(owed, recording))
+            losses += QStringLiteral("NOT OWED %1").arg(recording.name);
+    return losses;
 }
 
 } // namespace
@@ -254,8 +270,8 @@ void WriteLog::checkBench(Bench& bench, const DiskStates::State& state, const ch
         note(state, where, QStringLiteral("it does not start"));
     for (const QString& line : bench.station().log().unexpected({}))
         note(state, where, line);
-    for (const QString& name : missingFrom(bench.folder().archives(), acknowledgedAt(state)))
-        note(state, where, QStringLiteral("LOST ") + name);
+    for (const QString& loss : lossesOf(acknowledgedAt(state), bench.folder().station()))
+        note(state, where, loss);
 }
 
 void WriteLog::look(const DiskStates::State& state)
@@ -271,9 +287,8 @@ void WriteLog::look(const DiskStates::State& state)
         const QTemporaryDir folder(m_work.filePath(QStringLiteral("files")));
         OptDisk::extract(state.image, folder.path());
         startStorage(folder.filePath(kStation));
-        const QString datas = folder.filePath(kStation + QStringLiteral("/datas"));
-        for (const QString& name : missingFrom(datas, acknowledgedAt(state)))
-            note(state, "with the storage started", QStringLiteral("LOST ") + name);
+        for (const QString& loss : lossesOf(acknowledgedAt(state), folder.filePath(kStation)))
+            note(state, "with the storage started", loss);
     } catch (const BadInput& bad) {
         note(state, "with the storage started", bad.text());
     }
