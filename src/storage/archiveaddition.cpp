@@ -31,6 +31,12 @@ PutBack putBack(const UndoRecord& undo)
     return done ? PutBack::Done : PutBack::Failed;
 }
 
+/// Gone, or something else of that name.
+bool isNoFile(int error)
+{
+    return error == ENOENT || error == EINVAL || error == EISDIR;
+}
+
 /// A disk that is not mounted yet looks like this, too.
 bool mayComeLater(const QString& archive)
 {
@@ -65,10 +71,28 @@ Recovery recoverWaiting(bool keep_for_later)
     return result != PutBack::Failed && undofile::blank() ? Recovery::Clean : Recovery::Waiting;
 }
 
+bool isWhole(const QString& archive)
+{
+    const UniqueFd fd = storage::openRegular(archive, O_RDONLY);
+    return fd && zipdirectory::read(fd.get());
+}
+
+/// An archive that is whole was never changed, or was given up by hand: nothing may be put back
+/// over what came into it since.
+void recoverSetAside()
+{
+    const auto record = undofile::loadSetAside();
+    if (!record || mayComeLater(record->archive_path))
+        return;
+    if (isWhole(record->archive_path) || putBack(*record) != PutBack::Failed)
+        undofile::removeSetAside();
+}
+
 } // namespace
 
 bool ArchiveAddition::recover()
 {
+    recoverSetAside();
     return recoverWaiting(true) != Recovery::Waiting;
 }
 
@@ -97,9 +121,8 @@ AdditionResult ArchiveAddition::begin()
                                                                   : AdditionResult::Failed);
     m_fd = storage::openRegular(m_undo.archive_path, O_RDWR);
     if (!m_fd)
-        return AdditionResult::of(errno == ENOENT || errno == EINVAL
-                                      ? AdditionResult::ArchiveUnusable
-                                      : AdditionResult::Failed);
+        return AdditionResult::of(isNoFile(errno) ? AdditionResult::ArchiveUnusable
+                                                  : AdditionResult::Failed);
     m_undo.old_size_bytes = m_size_bytes = storage::sizeOf(m_fd.get());
     const auto directory = zipdirectory::find(m_fd.get());
     if (!directory)
@@ -139,14 +162,13 @@ qint64 ArchiveAddition::readAt(qint64 offset, char* data, qint64 maxBytes) const
 {
     if (m_protected)
         return -1;
-    if (offset < m_undo.tail_offset) {
-        const qint64 bytes = std::min(maxBytes, m_undo.tail_offset - offset);
-        std::fill_n(data, bytes, '\0');
-        return bytes;
-    }
-    const QByteArray part = m_undo.tail.mid(int(offset - m_undo.tail_offset), int(maxBytes));
-    std::copy(part.cbegin(), part.cend(), data);
-    return part.size();
+    // In one piece: the library takes a short answer for the end.
+    const qint64 before = std::clamp<qint64>(m_undo.tail_offset - offset, 0, maxBytes);
+    std::fill_n(data, before, '\0');
+    const qint64 at = offset + before - m_undo.tail_offset;
+    const QByteArray part = m_undo.tail.mid(int(at), int(maxBytes - before));
+    std::copy(part.cbegin(), part.cend(), data + before);
+    return before + part.size();
 }
 
 bool ArchiveAddition::writeAt(qint64 offset, const QByteArray& data)

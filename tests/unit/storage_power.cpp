@@ -71,9 +71,11 @@ private slots:
     void recoveryMayBeCutShort_data();
     void recoveryMayBeCutShort();
     void recoveryLeavesTheRestAlone();
+    void recordWaitsForItsArchive();
     void newArchiveIsNeverHalfMade_data();
     void newArchiveIsNeverHalfMade();
     void archivesStayWhenNoneCanBeBegun();
+    void archivesStayWhenEachStartIsCut();
     void unlistedArchivesStay();
     void copyIsWholeOrNone_data();
     void copyIsWholeOrNone();
@@ -341,6 +343,28 @@ void StoragePower::recoveryLeavesTheRestAlone()
     QCOMPARE(contentOf(kArchive).size(), 22);
 }
 
+/// The disk with the archives may be mounted later, and a bad block be read the next time.
+void StoragePower::recordWaitsForItsArchive()
+{
+    for (int at = 1; !ZipUtils::listFiles(kArchive).isEmpty(); ++at) {
+        reset(m_original);
+        QVERIFY(run(kTwoAdditions, QStringLiteral("%1:kill").arg(at)).killed);
+    }
+    const QByteArray changed = contentOf(kArchive);
+    QVERIFY(QDir().rename(QStringLiteral("datas"), QStringLiteral("disk")));
+    QVERIFY(QDir().mkdir(QStringLiteral("datas")) && ArchiveAddition::recover());
+    QVERIFY(QDir().rmdir(QStringLiteral("datas")) &&
+            QDir().rename(QStringLiteral("disk"), QStringLiteral("datas")));
+    // Unreadable, it blocks nothing; what it was to put back goes no further.
+    QCOMPARE(
+        run({QStringLiteral("recover"), kTwoAdditions.at(0)}, QStringLiteral("r1:eio")).answers,
+        QStringLiteral("yn"));
+    QCOMPARE(contentOf(kArchive), changed);
+    QVERIFY(ArchiveAddition::recover());
+    QCOMPARE(contentOf(kArchive), m_original);
+    QVERIFY(QDir().entryList({QStringLiteral("addition.undo.*")}).isEmpty());
+}
+
 void StoragePower::newArchiveIsNeverHalfMade_data()
 {
     QTest::addColumn<QString>("fault");
@@ -388,6 +412,21 @@ void StoragePower::archivesStayWhenNoneCanBeBegun()
     QCOMPARE(ZipUtils::listFiles(QStringLiteral("datas/0000000025.cvx")),
              QStringList(QStringLiteral("infos.log")));
     QCOMPARE(datas.entryList(QDir::Files).mid(0, 25), before);
+}
+
+/// Nor does a station that loses its power each time it begins one take a number each time.
+void StoragePower::archivesStayWhenEachStartIsCut()
+{
+    QVERIFY(ZipUtils::addFile(kArchive, QStringLiteral("tmp/a.ozu")));
+    const QStringList begin = {QStringLiteral("begin")};
+    const int calls = callsOf(begin);
+    for (int at = 1; at <= calls; ++at) {
+        run(begin, QStringLiteral("%1:kill").arg(at));
+        const QStringList names = QDir(QStringLiteral("datas")).entryList(QDir::Files);
+        QVERIFY(names.size() <= 2);
+        QVERIFY(names.size() == 1 || ZipUtils::listFiles(QStringLiteral("datas/") + names.last()) ==
+                                         QStringList(QStringLiteral("infos.log")));
+    }
 }
 
 /// A folder that cannot be listed is not an empty one.
