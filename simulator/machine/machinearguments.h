@@ -13,6 +13,8 @@ struct MachineParts
     QString station_program; ///< on the root that host and machine share
     QString packages;        ///< a folder there; if any, they are installed under systemd instead
     QString opt_image;
+    bool opt_mapped = false; ///< "/opt" is on /dev/mapper/opt instead, by default a linear target
+    QString write_log_image; ///< if any, that is one which logs here all that is written
     QString stick_image;
     quint32 stick_bytes_per_second = 0; ///< written to it; 0: no limit
     QString console_log;                ///< what the kernel says

@@ -11,8 +11,10 @@ foreach(scenario IN ITEMS
   set_tests_properties(system_${name} PROPERTIES ${alone})
 endforeach()
 
+# Further arguments: more sources.
 function(corvane_add_system_test name)
-  add_executable(system_${name} ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/${name}.cpp)
+  add_executable(system_${name} ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/${name}.cpp ${ARGN})
+  target_include_directories(system_${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_link_libraries(system_${name} PRIVATE corvane_machine corvane_warnings Qt5::Test)
   target_compile_definitions(system_${name}
     PRIVATE CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>")
@@ -25,7 +27,13 @@ corvane_add_system_test(launcherreplacement)
 corvane_add_system_test(optdisk)
 corvane_add_system_test(powercuts)
 
-corvane_add_system_test(package)
+corvane_add_system_test(writelog support/diskstates.cpp support/machinecommand.cpp)
+target_compile_definitions(system_writelog
+  PRIVATE CORVANE_STORAGE_DRIVER="$<TARGET_FILE:faultystorage_driver>")
+add_dependencies(system_writelog faultystorage_driver)
+
+corvane_add_system_test(lyingdisk support/machinecommand.cpp)
+corvane_add_system_test(package support/machinecommand.cpp)
 target_compile_definitions(system_package
   PRIVATE CORVANE_PACKAGES="${CMAKE_SOURCE_DIR}/build/package")
 add_test(NAME packages COMMAND ${CMAKE_SOURCE_DIR}/scripts/package --if-changed
