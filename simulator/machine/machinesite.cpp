@@ -6,9 +6,10 @@
 #include <QDir>
 
 MachineSite::MachineSite(const BenchSettings& settings, const Scenario& scenario,
-                         const BenchFolder& folder, const QString& packages)
+                         const BenchFolder& folder, const Computer& computer,
+                         const QString& packages)
     : m_disk(folder, QDir(folder.path()).filePath(QStringLiteral("opt.img")))
-    , m_machine({settings.station_program, m_disk.image(),
+    , m_machine({computer, settings.station_program, m_disk.image(),
                  QDir(folder.path()).filePath(QStringLiteral("stick.img")),
                  scenario.stick.settings.bytes_per_second,
                  QDir(folder.path()).filePath(QStringLiteral("console.log")), packages})
@@ -27,8 +28,10 @@ void MachineSite::unpack() const
     m_stick.unpack();
 }
 
-std::unique_ptr<Site> makeMachine(const BenchSettings& settings, const Scenario& scenario,
-                                  const BenchFolder& folder)
+SiteMaker machineMaker(const Computer& computer)
 {
-    return std::make_unique<MachineSite>(settings, scenario, folder);
+    return [computer](const BenchSettings& settings, const Scenario& scenario,
+                      const BenchFolder& folder) {
+        return std::make_unique<MachineSite>(settings, scenario, folder, computer);
+    };
 }

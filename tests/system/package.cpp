@@ -2,6 +2,7 @@
 #include "bench/verdict.h"
 #include "machine/machineshell.h"
 #include "machine/machinesite.h"
+#include "system/testedcomputer.h"
 #include "usb/usbaddress.h"
 
 #include <QtTest>
@@ -113,8 +114,8 @@ void Package::install()
 {
     BenchSettings settings;
     settings.make_site = [this](const auto& of_bench, const auto& scenario, const auto& folder) {
-        auto site = std::make_unique<MachineSite>(of_bench, scenario, folder,
-                                                  QStringLiteral(CORVANE_PACKAGES));
+        auto site = std::make_unique<MachineSite>(
+            of_bench, scenario, folder, testedcomputer::computer(), testedcomputer::packages());
         m_site = site.get();
         return site;
     };
