@@ -5,6 +5,7 @@
 
 #include <QDebug>
 #include <QDir>
+#include <QFileInfo>
 
 namespace {
 
@@ -14,7 +15,9 @@ const QString kManifest = QStringLiteral("manifest.json");
 
 bool UpdatePackage::unpack(const QString& zipPath)
 {
-    if (!ZipUtils::extractZip(zipPath, stationpaths::kFirmware)) {
+    // Whatever has that name is not the station's: its own went with the start.
+    if (QFileInfo::exists(stationpaths::kFirmware) ||
+        !ZipUtils::extractZip(zipPath, stationpaths::kFirmware)) {
         qInfo() << "Failed to unzip firmware";
         return false;
     }

@@ -4,6 +4,7 @@
 #include "downloader/podprotocol.h"
 #include "main/pod.h"
 #include "main/progress.h"
+#include "storage/checksum.h"
 #include "utils/interruptiblesleep.h"
 #include "utils/libusbutils.h"
 
@@ -101,10 +102,12 @@ void showProgress(Pod& pod, uint32_t size_bytes, uint32_t remaining_bytes)
     emit pod.setSyncProgress(pod.getIdx(), static_cast<int>(100.0 - remaining * 100.0));
 }
 
-/// Copies the data bytes into the file; returns their digest.
+/// Copies the data bytes into the file; returns their digest, and leaves their checksum with the
+/// pod's ticket: what the archive is given must be what the digest was taken of.
 QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
 {
     QCryptographicHash digest(QCryptographicHash::Sha256);
+    Checksum checksum;
     std::array<uint8_t, kChunkBytes> buffer{};
     uint32_t remaining = size_bytes;
     while (remaining != 0) {
@@ -118,9 +121,11 @@ QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
         remaining -= chunk;
         file.write(buffer.data(), chunk);
         digest.addData(reinterpret_cast<const char*>(buffer.data()), static_cast<int>(chunk));
+        checksum.add(reinterpret_cast<const char*>(buffer.data()), chunk);
         showProgress(pod, size_bytes, remaining);
     }
     file.close();
+    pod.ticket()->data_crc32 = checksum.value();
     qDebug() << "Done ! Byte remaining:" << remaining;
     return digest.result();
 }
@@ -178,6 +183,8 @@ bool Downloader::downloadPodData(Pod& pod)
             failInterrupted();
     }
     // Deliberately true: a recording that the pod itself cannot read back right is still kept.
+    qWarning().noquote() << "Kept although its digest was wrong three times:"
+                         << pod.getOzuFilePath() << "on pod at index" << pod.getIdx();
     emit pod.setSyncProgress(pod.getIdx(), progress::kWrongDigest);
     return true;
 }

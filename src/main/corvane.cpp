@@ -1,17 +1,16 @@
 #include "main/corvane.h"
 
 #include "main/discovery.h"
-#include "main/progress.h"
+#include "main/localarchives.h"
 #include "main/stickcommands.h"
+#include "main/stickdelivery.h"
 #include "stationpaths.h"
 #include "storage/archiveaddition.h"
 #include "uibackend/uibackend.h"
 #include "utils/backupgenerator.h"
 #include "utils/childprocess.h"
-#include "utils/filesaver.h"
 #include "utils/interruptiblesleep.h"
 #include "utils/serialnumberchip.h"
-#include "utils/ziputils.h"
 
 #include <QDebug>
 #include <QDir>
@@ -20,8 +19,7 @@
 #include <QThread>
 #include <QTimer>
 
-#include <cerrno>
-#include <system_error>
+#include <limits>
 
 using namespace std::chrono_literals;
 
@@ -30,8 +28,7 @@ namespace {
 constexpr auto kDiscoveryDelay = 3500ms;
 constexpr auto kPanelInterval = 2000ms;
 constexpr int kMaxArchives = 25;
-
-const QString kExportName = QStringLiteral("QVX_DATAS.cvx");
+constexpr int kAllArchives = std::numeric_limits<int>::max();
 
 /// The whole content as it stands, empty when there is no such file.
 QByteArray contentOf(const QString& path)
@@ -40,14 +37,11 @@ QByteArray contentOf(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Why `archive` refused `file`. What is wrong with the archive itself is no error of the system;
-/// then ENOENT is merely that of the record of an addition cut short, which was looked for first.
-QString reasonFor(const QString& archive, const QString& file, int error)
+/// Where the installation's folder is missing, the program stays where it was started: folders of
+/// the same names are somebody else's there.
+bool isAtHome()
 {
-    const bool both_there = QFile::exists(archive) && QFile::exists(file);
-    if (error == 0 || (error == ENOENT && both_there))
-        return QStringLiteral("archive damaged or full");
-    return QString::fromStdString(std::generic_category().message(error));
+    return QDir::current() == QDir(stationpaths::kStation);
 }
 
 } // namespace
@@ -63,13 +57,15 @@ Corvane::~Corvane() = default;
 void Corvane::init()
 {
     // A backup cut short by the power is not put back first: it may take all the room there is.
-    BackupGenerator::discardBackup();
+    if (isAtHome())
+        BackupGenerator::discardBackup();
     // Before anything reads "datas": an addition cut short by the power is put back.
     if (!ArchiveAddition::recover())
         qCritical() << "An archive waits to be put back";
-    QDir(stationpaths::kFirmware).removeRecursively();
-    QDir(stationpaths::kWork).removeRecursively();
-    QDir().mkdir(stationpaths::kWork);
+    if (isAtHome()) {
+        QDir(stationpaths::kFirmware).removeRecursively();
+        QDir(stationpaths::kWork).removeRecursively();
+    }
 
     connect(this, &Corvane::podConnection, &uibackend, &UIBackEnd::setPodConnection);
     connect(this, &Corvane::syncDone, &uibackend, &UIBackEnd::setSyncDone);
@@ -85,12 +81,18 @@ QByteArray Corvane::getEUI48()
     return SerialNumberChip(QStringLiteral("/dev/i2c-3")).readEui48();
 }
 
+QByteArray Corvane::serialNumber() const
+{
+    return m_eui48.toHex().toUpper();
+}
+
 void Corvane::writeInfosFile()
 {
     const QByteArray version = contentOf(stationpaths::kVersion);
+    QDir().mkdir(stationpaths::kWork);
     QFile infos(stationpaths::kInfos);
     if (infos.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        infos.write("Serial number: " + m_eui48.toHex().toUpper());
+        infos.write("Serial number: " + serialNumber());
         infos.write("\r\nBootloader version: " + contentOf(stationpaths::kLauncherVersion));
         infos.write("\r\nCorvane version: " + version);
     }
@@ -101,13 +103,14 @@ void Corvane::taskLoop()
 {
     init();
     Discovery discovery(*this);
-    FileSaver saver(stationpaths::kArchives, QStringLiteral(".cvx"), kMaxArchives);
+    m_archives = std::make_unique<LocalArchives>([this] { writeInfosFile(); },
+                                                 isAtHome() ? kMaxArchives : kAllArchives);
     checkUpdateMarker();
     checkUsbCmd();
     if (!sleepUnlessInterrupted(2000ms))
         return;
-    startNewArchive(saver);
-    serveTimers(discovery, saver);
+    m_archives->beginNext();
+    serveTimers(discovery);
     if (discovery.workersLeft() > 0)
         emit workersAbandoned();
 }
@@ -127,39 +130,22 @@ void Corvane::checkUpdateMarker()
 void Corvane::checkUsbCmd()
 {
     StickCommands commands(m_usbkey);
-    connect(&commands, &StickCommands::syncDone, this, &Corvane::syncDone);
-    const auto obeyed = commands.obey();
-    m_saved_to_usb = obeyed.backup_saved;
+    connect(&commands, &StickCommands::syncDone, this, [this](int code) { show(SyncCode(code)); });
+    const auto obeyed = commands.obey(m_archives->owed());
+    if (obeyed.erased)
+        m_archives->forgetErased();
+    m_saved_to_usb = obeyed.backup_saved && !m_archives->owesAny();
     m_backup_saved = obeyed.backup_saved;
     m_no_backup = m_no_backup || obeyed.erased;
 }
 
-void Corvane::startNewArchive(FileSaver& saver)
+void Corvane::archiveTimeout()
 {
-    saver.createNewFile();
-    const QString path = saver.getCurrentFilePath();
-    if (ZipUtils::createZip(path, stationpaths::kInfos)) {
-        m_current_zip_path = path;
-        return;
-    }
-    qCritical().noquote() << "No new archive at" << path;
-    if (path == m_current_zip_path)
-        m_current_zip_path.clear();
+    if (m_archives->beginNext())
+        qDebug().noquote() << "Timeout new file:" << m_archives->currentPath();
 }
 
-void Corvane::archiveTimeout(FileSaver& saver)
-{
-    // The stick is given the current archive alone: with a new one, a stick that comes late would
-    // get an empty file, and the panel would show that all is copied.
-    if (m_nb_pods_exported != m_nb_pods_zipped) {
-        qDebug().noquote() << "Not yet on a stick, so it stays:" << m_current_zip_path;
-        return;
-    }
-    startNewArchive(saver);
-    qDebug().noquote() << "Timeout new file:" << m_current_zip_path;
-}
-
-void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
+void Corvane::serveTimers(Discovery& discovery)
 {
     QThread discovery_thread;
     discovery.moveToThread(&discovery_thread);
@@ -177,13 +163,13 @@ void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
     // A station in use keeps one archive: only three hours without a plug or unplug begin the next.
     connect(&discovery, &Discovery::podConnectionEvent, &archive_timer,
             qOverload<>(&QTimer::start));
-    connect(&archive_timer, &QTimer::timeout, this, [&] { archiveTimeout(saver); });
+    connect(&archive_timer, &QTimer::timeout, this, &Corvane::archiveTimeout);
 
     QTimer panel_timer;
     panel_timer.setInterval(kPanelInterval);
-    connect(&panel_timer, &QTimer::timeout, this, [&] {
-        if (m_current_zip_path.isEmpty())
-            startNewArchive(saver);
+    connect(&panel_timer, &QTimer::timeout, this, [this] {
+        if (!m_archives->hasCurrent())
+            m_archives->beginNext();
     });
     connect(&panel_timer, &QTimer::timeout, this, &Corvane::updateInfowWindow);
 
@@ -202,9 +188,9 @@ void Corvane::serveTimers(Discovery& discovery, FileSaver& saver)
 void Corvane::zipFile(const QString& file_path, int idx,
                       const std::shared_ptr<ArchiveTicket>& ticket)
 {
-    errno = 0;
-    const bool success = ZipUtils::addFile(m_current_zip_path, file_path);
-    const int error = errno;
+    const AdditionResult result = m_archives ? m_archives->add(file_path, ticket->data_crc32)
+                                             : AdditionResult{AdditionResult::ArchiveUnusable};
+    const bool success = result.added();
     // Before the broadcast, which is what makes the pod look at its ticket.
     const bool pod_there = ticket->answer.give(success);
     emit fileZipped(success, idx);
@@ -214,9 +200,9 @@ void Corvane::zipFile(const QString& file_path, int idx,
         return;
     }
     qDebug() << "Zip failed";
-    qWarning().noquote() << "Not archived:" << file_path << "in" << m_current_zip_path
-                         << "reason:" << reasonFor(m_current_zip_path, file_path, error)
-                         << "on pod at index" << idx;
+    qWarning().noquote() << "Not archived:" << file_path << "in"
+                         << (m_archives ? m_archives->currentPath() : QString())
+                         << "reason:" << result.reason() << "on pod at index" << idx;
     if (!pod_there)
         nbPodsInSync(true); // what the pod would have done on the answer
 }
@@ -235,7 +221,7 @@ void Corvane::nbPodsInSync(bool failed)
         ++m_nb_pods_to_sync;
     }
     if (m_nb_pods_to_sync > 0)
-        emit syncDone(Syncing);
+        show(Syncing);
     qDebug() << "Pods to sync:" << m_nb_pods_to_sync;
 }
 
@@ -244,38 +230,60 @@ bool Corvane::isIdle() const
     return m_nb_pods_to_sync == 0 && m_nb_pods_zipped == 0;
 }
 
+void Corvane::show(SyncCode code)
+{
+    m_shown = code;
+    emit syncDone(code);
+}
+
 void Corvane::updateInfowWindow()
 {
     if (m_saved_to_usb)
         return;
     if (isIdle() && !m_just_updated)
         ChildProcess::run(QStringLiteral("lsusb"), {QStringLiteral("-v")});
+    if (isIdle() && m_archives->owesAny() && mountAnew()) {
+        deliver();
+        return;
+    }
     if (m_nb_pods_to_sync == 0 && !m_backup_saved && !new_firmware && !m_no_backup)
-        emit syncDone(WaitingForPods);
+        show(WaitingForPods);
     if (m_nb_pods_zipped != m_nb_pods_to_sync)
-        emit syncDone(Syncing);
+        show(Syncing);
     else if (m_nb_pods_zipped != 0)
         exportArchive();
 }
 
+/// Of pods that held nothing, no stick needs to know.
 void Corvane::exportArchive()
 {
-    // Still mounted after a copy that failed: the stick may be another one by now.
+    if (m_archives->owesAny() && !mountAnew())
+        show(NoUsbKey);
+    else
+        deliver();
+}
+
+/// Still mounted after a copy that failed: the stick may be another one by now.
+bool Corvane::mountAnew()
+{
     m_usbkey.umountKey();
-    if (m_usbkey.mountKey() != 0) {
-        emit syncDone(NoUsbKey);
-        return;
-    }
+    return m_usbkey.mountKey() == 0;
+}
+
+void Corvane::deliver()
+{
+    if (m_shown == WaitingForPods)
+        show(Syncing);
     // After a storage error an addition may still wait to be put back: half of it is no export.
-    if (!ArchiveAddition::recover() ||
-        !m_usbkey.copyFileToUsbKey(m_current_zip_path, kExportName)) {
-        emit syncDone(CopyFailed);
-        return;
+    const SyncCode code =
+        ArchiveAddition::recover()
+            ? StickDelivery(m_usbkey, *m_archives, QString::fromLatin1(serialNumber())).run()
+            : CopyFailed;
+    m_saved_to_usb = code == Copied;
+    if (code != CopyFailed && m_usbkey.mounted()) {
+        ChildProcess::run(QStringLiteral("sync"));
+        if (m_usbkey.umountKey() != 0)
+            qDebug() << "Failed to unmount usb key";
     }
-    ChildProcess::run(QStringLiteral("sync"));
-    m_saved_to_usb = true;
-    m_nb_pods_exported = m_nb_pods_zipped;
-    if (m_usbkey.umountKey() != 0)
-        qDebug() << "Failed to unmount usb key";
-    emit syncDone(Copied);
+    show(code);
 }

@@ -2,6 +2,7 @@
 
 #include "main/archiveticket.h"
 #include "main/deviceslot.h"
+#include "main/progress.h"
 #include "utils/usbkeyutils.h"
 
 #include <QByteArray>
@@ -14,7 +15,7 @@
 #include <memory>
 
 class Discovery;
-class FileSaver;
+class LocalArchives;
 class UIBackEnd;
 
 /// The station controller. Made by main, lives on a thread of its own whose start runs taskLoop,
@@ -68,17 +69,19 @@ private:
     QByteArray getEUI48();
     void checkNewFirmware();
     void writeInfosFile();
+    QByteArray serialNumber() const; ///< as 12 hexadecimal digits, or none
     void checkUpdateMarker();
     void checkUsbCmd();
-    /// Stays with the archive at hand when a new one cannot be made.
-    void startNewArchive(FileSaver& saver);
-    void archiveTimeout(FileSaver& saver);
-    void serveTimers(Discovery& discovery, FileSaver& saver);
+    void archiveTimeout();
+    void serveTimers(Discovery& discovery);
     bool isIdle() const;
+    void show(SyncCode code);
     void exportArchive();
+    bool mountAnew();
+    /// The stick is mounted: brings what is owed.
+    void deliver();
 
     int m_nb_pods_zipped = 0;
-    int m_nb_pods_exported = 0; ///< of those zipped, how many a stick has got
     int m_nb_pods_empty = 0;
     int m_nb_pods_to_sync = 0;
     bool m_saved_to_usb = false;
@@ -87,6 +90,7 @@ private:
     bool m_no_backup = false;
     std::chrono::milliseconds m_archive_interval;
     UsbKeyUtils m_usbkey;
-    QByteArray m_eui48;         ///< 6 bytes, empty when the chip did not answer
-    QString m_current_zip_path; ///< empty until an archive could be made
+    QByteArray m_eui48; ///< 6 bytes, empty when the chip did not answer
+    SyncCode m_shown = WaitingForPods;
+    std::unique_ptr<LocalArchives> m_archives; ///< from the end of init on
 };

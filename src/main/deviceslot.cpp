@@ -53,7 +53,7 @@ void wireController(Pod* pod, Corvane* controller)
 } // namespace
 
 void device_slot_ts::start(int idx, const UsbDeviceRef& dev, Corvane& controller,
-                           UIBackEnd& backend, bool dfu)
+                           UIBackEnd& backend, bool dfu, const std::function<void(Pod*)>& wire)
 {
     workThread = new QThread;
     pod = new Pod(idx, dev, backend, dfu, controller.new_firmware);
@@ -61,6 +61,7 @@ void device_slot_ts::start(int idx, const UsbDeviceRef& dev, Corvane& controller
     pod->moveToThread(workThread);
     wireLifetime(workThread, pod);
     wireController(pod, &controller);
+    wire(pod);
 
     workThread->start();
     if (workThread->isRunning())

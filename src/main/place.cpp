@@ -76,6 +76,7 @@ void Place::onRemoval(const Hotplug& hotplug)
     // The bootloader leaves right after its last reply, which the worker may not have seen yet:
     // only the worker can say whether this is the end of an update or a pod that was pulled.
     m_state = State::AwaitingVerdict;
+    m_back_by = QDeadlineTimer(m_return_limit);
     emit m_slot.pod->bootloaderLeft(hotplug.dev);
 }
 
@@ -130,13 +131,14 @@ void Place::giveUpRestart()
 
 void Place::startPod(const Hotplug& hotplug)
 {
-    m_slot.start(m_idx, hotplug.dev, m_corvane, m_corvane.uibackend, hotplug.dfu);
+    m_slot.start(m_idx, hotplug.dev, m_corvane, m_corvane.uibackend, hotplug.dfu, [this](Pod* pod) {
+        connect(pod, &Pod::restarting, this, &Place::onRestarting);
+        connect(pod, &Pod::updateJudged, this, &Place::onUpdateJudged);
+    });
     if (!m_slot.occupied())
         return;
     serveAs(hotplug.dev);
     m_held.clear();
-    connect(m_slot.pod, &Pod::restarting, this, &Place::onRestarting);
-    connect(m_slot.pod, &Pod::updateJudged, this, &Place::onUpdateJudged);
     emit workerStarted(m_slot.workThread);
     ++m_corvane.nb_pods_connected;
     if (!hotplug.dfu) // deliberate: one that comes in its bootloader is not shown as connected

@@ -3,6 +3,7 @@
 #include "dfu/updatepackage.h"
 #include "main/progress.h"
 #include "stationpaths.h"
+#include "storage/owedarchives.h"
 #include "storage/storagefile.h"
 #include "utils/backupgenerator.h"
 #include "utils/childprocess.h"
@@ -56,13 +57,13 @@ bool StickCommands::takeUpdateMarker()
     return true;
 }
 
-StickCommands::Obeyed StickCommands::obey()
+StickCommands::Obeyed StickCommands::obey(OwedArchives& owed)
 {
     qDebug() << "Checking usb commands...";
     Obeyed obeyed;
     if (m_usbkey.mountKey() != 0)
         return obeyed;
-    obeyed.backup_saved = holds(kBackupCommand) && backUp();
+    obeyed.backup_saved = holds(kBackupCommand) && backUp(owed);
     obeyed.erased = holds(kEraseCommand);
     if (obeyed.erased)
         UsbCmdUtils().cmdEraseDatas(m_usbkey.pathOf(kEraseCommand));
@@ -70,28 +71,31 @@ StickCommands::Obeyed StickCommands::obey()
     return obeyed;
 }
 
-bool StickCommands::backUp()
+bool StickCommands::backUp(OwedArchives& owed)
 {
     qDebug() << "Generating backup";
     emit syncDone(Syncing);
-    const bool complete = BackupGenerator::generateBackup(stationpaths::kBackup);
+    const auto backup = BackupGenerator::generateBackup(stationpaths::kBackup);
     // Also an incomplete one: the stick then holds what could still be read.
     const bool copied = m_usbkey.copyFileToUsbKey(stationpaths::kBackup, kBackupName);
     // Obeyed a second time, the command would replace this backup by one of what is left here.
     const bool consumed = storage::removeFile(m_usbkey.pathOf(kBackupCommand));
-    if (!copied || !complete) {
+    if (!copied || !backup.complete) {
         qWarning() << "No backup:" << (copied ? "an archive is missing" : "not on the stick");
         BackupGenerator::discardBackup();
         emit syncDone(CopyFailed);
         return false;
     }
     qDebug() << "Backup saved";
+    owed.remove(backup.archives);
     if (consumed)
-        BackupGenerator::deleteBackedUpFiles();
+        BackupGenerator::deleteBackedUpFiles(owed);
     else
         qWarning() << "The backup command cannot be removed, so the local archives stay";
     ChildProcess::run(QStringLiteral("sync"));
-    emit syncDone(Copied);
+    // What the backup had no room for, the station's looks at the stick bring after it.
+    if (owed.names().isEmpty())
+        emit syncDone(Copied);
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QString>
 
+class OwedArchives;
 class UsbKeyUtils;
 
 /// What an operator put on the stick for the station's start: new firmware for the pods, the mark
@@ -29,13 +30,14 @@ public:
         bool backup_saved = false;
         bool erased = false; ///< an erase command was found
     };
-    Obeyed obey();
+    /// What a backup brought to the stick is owed no more.
+    Obeyed obey(OwedArchives& owed);
 
 signals:
     void syncDone(int code); ///< a SyncCode
 
 private:
-    bool backUp();
+    bool backUp(OwedArchives& owed);
     /// Logs what stands on the stick under that name and is no file.
     bool holds(const QString& name) const;
     void unmount();

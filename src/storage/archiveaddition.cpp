@@ -1,43 +1,81 @@
 #include "storage/archiveaddition.h"
 
+#include "storage/readback.h"
 #include "storage/storagefile.h"
 #include "storage/undofile.h"
 
 #include <QDebug>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
-/// An archive's directory is far smaller; more would mean that the library overwrites recordings.
-constexpr qint64 kMaxTailBytes = qint64(64) * 1024 * 1024;
+/// A card that writes no sector in one step tears the whole block in which the last recording ends.
+constexpr qint64 kBlockAlignment = 4096;
 
-/// A record whose archive is gone has nothing to put back.
-bool putBack(const UndoRecord& undo)
+enum class PutBack { Done, Gone, Failed };
+
+PutBack putBack(const UndoRecord& undo)
 {
     const UniqueFd fd = storage::openRegular(undo.archive_path, O_RDWR);
     if (!fd)
-        return errno == ENOENT;
-    return storage::truncate(fd.get(), undo.old_size_bytes) &&
-           storage::writeAllAt(fd.get(), undo.tail_offset, undo.tail.constData(),
-                               undo.tail.size()) &&
-           storage::syncFile(fd.get());
+        return errno == ENOENT ? PutBack::Gone : PutBack::Failed;
+    qInfo().noquote() << "Putting archive back:" << undo.archive_path;
+    const bool done =
+        storage::truncate(fd.get(), undo.old_size_bytes) &&
+        storage::writeAllAt(fd.get(), undo.tail_offset, undo.tail.constData(), undo.tail.size()) &&
+        storage::syncFile(fd.get()) && readback::holds(fd.get(), undo.tail_offset, undo.tail);
+    return done ? PutBack::Done : PutBack::Failed;
+}
+
+/// A disk that is not mounted yet looks like this, too.
+bool mayComeLater(const QString& archive)
+{
+    const auto names = storage::listFiles(QFileInfo(archive).path());
+    return !names || names->isEmpty();
+}
+
+enum class Recovery {
+    Clean,
+    Forgotten, ///< the record could not be read: any archive may be half changed
+    Waiting,
+};
+
+/// The record goes last: cut short anywhere before, the next start begins anew.
+Recovery recoverWaiting(bool keep_for_later)
+{
+    UndoRecord waiting;
+    switch (undofile::load(waiting)) {
+    case undofile::Loaded::Nothing:
+        return Recovery::Clean;
+    case undofile::Loaded::Unknown:
+        return Recovery::Waiting;
+    case undofile::Loaded::Unreadable:
+        qCritical() << "The record of an unfinished addition cannot be read and is set aside";
+        return undofile::setAside() ? Recovery::Forgotten : Recovery::Waiting;
+    case undofile::Loaded::Record:
+        break;
+    }
+    const PutBack result = putBack(waiting);
+    if (result == PutBack::Gone && keep_for_later && mayComeLater(waiting.archive_path))
+        return Recovery::Clean;
+    return result != PutBack::Failed && undofile::blank() ? Recovery::Clean : Recovery::Waiting;
 }
 
 } // namespace
 
 bool ArchiveAddition::recover()
 {
-    std::optional<UndoRecord> waiting;
-    if (!undofile::load(waiting))
-        return false;
-    if (!waiting)
-        return true;
-    qInfo().noquote() << "Putting archive back:" << waiting->archive_path;
-    // The record goes last: cut short anywhere before, the next start begins anew.
-    return putBack(*waiting) && undofile::blank();
+    return recoverWaiting(true) != Recovery::Waiting;
+}
+
+bool ArchiveAddition::recoverForNew()
+{
+    return recoverWaiting(false) != Recovery::Waiting;
 }
 
 ArchiveAddition::ArchiveAddition(const QString& archivePath)
@@ -48,71 +86,140 @@ ArchiveAddition::ArchiveAddition(const QString& archivePath)
 ArchiveAddition::~ArchiveAddition()
 {
     // When this fails the record stays, for the next addition or the next start to try again.
-    if (m_protected && !m_committed && putBack(m_undo))
+    if (m_protected && !m_committed && putBack(m_undo) != PutBack::Failed)
         undofile::blank();
 }
 
-bool ArchiveAddition::begin()
+AdditionResult ArchiveAddition::begin()
 {
-    if (!recover())
-        return false;
+    const Recovery recovery = recoverWaiting(true);
+    if (recovery != Recovery::Clean)
+        return AdditionResult::of(recovery == Recovery::Forgotten ? AdditionResult::ArchiveUnusable
+                                                                  : AdditionResult::Failed);
     m_fd = storage::openRegular(m_undo.archive_path, O_RDWR);
     if (!m_fd)
+        return AdditionResult::of(errno == ENOENT || errno == EINVAL
+                                      ? AdditionResult::ArchiveUnusable
+                                      : AdditionResult::Failed);
+    m_undo.old_size_bytes = m_size_bytes = storage::sizeOf(m_fd.get());
+    const auto directory = zipdirectory::find(m_fd.get());
+    if (!directory)
+        return {AdditionResult::ArchiveUnusable};
+    m_directory = *directory;
+    if (m_directory.bytes > kMaxDirectoryBytes)
+        return {AdditionResult::ArchiveFull};
+    return readTail() ? AdditionResult{AdditionResult::Added}
+                      : AdditionResult{AdditionResult::ArchiveUnusable};
+}
+
+/// What an addition overwrites is all that is left to put the archive back from, and to make the
+/// new directory of: it counts when the cache and the storage agree on it.
+bool ArchiveAddition::readTail()
+{
+    m_undo.tail_offset = m_directory.offset - m_directory.offset % kBlockAlignment;
+    const qint64 bytes = m_undo.old_size_bytes - m_undo.tail_offset;
+    const auto tail = storage::readRange(m_fd.get(), m_undo.tail_offset, bytes);
+    if (!tail || !readback::holds(m_fd.get(), m_undo.tail_offset, *tail))
         return false;
-    m_undo.old_size_bytes = storage::sizeOf(m_fd.get());
-    m_size_bytes = m_undo.old_size_bytes;
-    return m_size_bytes >= 0;
+    m_undo.tail = *tail;
+    const int at = int(m_directory.offset - m_undo.tail_offset);
+    const auto entries = zipdirectory::parse(tail->mid(at), m_directory.entry_count);
+    m_entries = entries.value_or(QVector<ZipEntry>());
+    return entries.has_value();
 }
 
 bool ArchiveAddition::fits(qint64 archive_bytes) const
 {
     if (archive_bytes <= kMaxArchiveBytes)
         return true;
-    qWarning().noquote() << "Archive full:" << m_undo.archive_path;
+    qInfo().noquote() << "Archive full:" << m_undo.archive_path;
     return false;
 }
 
-bool ArchiveAddition::protectFrom(qint64 offset)
+qint64 ArchiveAddition::readAt(qint64 offset, char* data, qint64 maxBytes) const
 {
-    m_undo.tail_offset = std::min(offset, m_undo.old_size_bytes);
-    const qint64 tailBytes = m_undo.old_size_bytes - m_undo.tail_offset;
-    if (tailBytes > kMaxTailBytes)
-        return false;
-    const auto tail = storage::readRange(m_fd.get(), m_undo.tail_offset, tailBytes);
-    if (!tail)
-        return false;
-    m_undo.tail = *tail;
-    m_protected = undofile::store(m_undo);
-    return m_protected;
+    if (m_protected)
+        return -1;
+    if (offset < m_undo.tail_offset)
+        return ::pread(m_fd.get(), data, size_t(maxBytes), offset);
+    const QByteArray part = m_undo.tail.mid(int(offset - m_undo.tail_offset), int(maxBytes));
+    std::copy(part.cbegin(), part.cend(), data);
+    return part.size();
 }
 
 bool ArchiveAddition::writeAt(qint64 offset, const QByteArray& data)
 {
     if (m_failed)
         return false;
-    const qint64 end = offset + data.size();
-    const bool written = fits(end) && (m_protected || protectFrom(offset)) &&
-                         offset >= m_undo.tail_offset &&
-                         storage::writeAllAt(m_fd.get(), offset, data.constData(), data.size());
-    m_failed = !written;
-    m_end_offset = std::max(m_end_offset, end);
+    m_full = !fits(offset + data.size());
+    m_protected = m_protected || (!m_full && undofile::store(m_undo));
+    m_failed = m_full || !m_protected || !put(offset, data);
     m_size_bytes = std::max(m_size_bytes, m_end_offset);
-    return written;
+    return !m_failed;
 }
 
-bool ArchiveAddition::commit()
+bool ArchiveAddition::put(qint64 offset, const QByteArray& data)
 {
-    if (m_failed || !m_protected)
+    const qint64 in_head = offset - m_directory.offset;
+    if (m_head.isEmpty()) {
+        m_head = data;
+        m_end_offset = m_directory.offset + data.size();
+        return in_head == 0;
+    }
+    if (in_head >= 0 && in_head + data.size() <= m_head.size()) {
+        m_head.replace(int(in_head), data.size(), data);
+        return true;
+    }
+    if (offset != m_end_offset)
         return false;
-    m_committed = finish();
-    return m_committed;
+    m_body.add(data);
+    m_end_offset += data.size();
+    return storage::writeAllAt(m_fd.get(), offset, data.constData(), data.size());
 }
 
-bool ArchiveAddition::finish()
+AdditionResult ArchiveAddition::failure() const
 {
-    if (!storage::truncate(m_fd.get(), m_end_offset) || !storage::syncFile(m_fd.get()) ||
-        !storage::syncFolderOf(m_undo.archive_path))
-        return false;
+    return AdditionResult::of(m_full ? AdditionResult::ArchiveFull : AdditionResult::Failed);
+}
+
+AdditionResult ArchiveAddition::commit(const std::optional<quint32>& entry_crc32)
+{
+    if (m_failed || !m_protected || !flush())
+        return failure();
+    if (!isReadBack())
+        return {AdditionResult::NotReadBack};
+    if (entry_crc32 && !lastEntryHas(*entry_crc32))
+        return {AdditionResult::FileChanged};
+    m_committed = confirm();
+    return m_committed ? AdditionResult{AdditionResult::Added}
+                       : AdditionResult::of(AdditionResult::Failed);
+}
+
+bool ArchiveAddition::flush()
+{
+    return storage::writeAllAt(m_fd.get(), m_directory.offset, m_head.constData(), m_head.size()) &&
+           storage::truncate(m_fd.get(), m_end_offset) && storage::syncFile(m_fd.get()) &&
+           storage::syncFolderOf(m_undo.archive_path);
+}
+
+bool ArchiveAddition::isReadBack() const
+{
+    Checksum written;
+    written.add(m_undo.tail.constData(), m_directory.offset - m_undo.tail_offset);
+    written.add(m_head);
+    written.add(m_body);
+    const qint64 bytes = m_end_offset - m_undo.tail_offset;
+    return readback::crc32(m_fd.get(), m_undo.tail_offset, bytes) == written.value();
+}
+
+bool ArchiveAddition::lastEntryHas(quint32 crc32) const
+{
+    const auto entries = zipdirectory::read(m_fd.get());
+    return entries && entries->size() == m_entries.size() + 1 && entries->last().crc32 == crc32;
+}
+
+bool ArchiveAddition::confirm()
+{
     if (undofile::blank())
         return true;
     // Whether the record is still on the storage is not known, so the archive goes back; but not

@@ -4,7 +4,6 @@
 #include "storage/storagefile.h"
 
 #include <algorithm>
-#include <unistd.h>
 
 ArchiveDevice::ArchiveDevice(ArchiveAddition& addition)
     : m_addition(addition)
@@ -38,7 +37,7 @@ qint64 ArchiveDevice::readData(char* data, qint64 maxBytes)
 {
     if (!flush())
         return -1;
-    const qint64 got = ::pread(m_addition.descriptor(), data, size_t(maxBytes), m_position);
+    const qint64 got = m_addition.readAt(m_position, data, maxBytes);
     m_position += std::max<qint64>(got, 0);
     return got;
 }

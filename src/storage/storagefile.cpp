@@ -7,7 +7,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <unistd.h>
 
 namespace storage {
@@ -22,6 +25,11 @@ auto retried(Call call)
         result = call();
     return result;
 }
+
+struct FolderCloser
+{
+    void operator()(DIR* stream) const { ::closedir(stream); }
+};
 
 bool isRegular(int fd)
 {
@@ -58,7 +66,7 @@ UniqueFd openRegular(const QString& path, int flags)
 UniqueFd createNew(const QString& path)
 {
     const QByteArray name = QFile::encodeName(path);
-    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    constexpr int kFlags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     return UniqueFd(retried([&] { return ::open(name.constData(), kFlags, 0644); }));
 }
 
@@ -130,9 +138,39 @@ bool syncFolderOf(const QString& path)
     return fd && syncFile(fd.get());
 }
 
+std::optional<QStringList> listFiles(const QString& folder)
+{
+    const std::unique_ptr<DIR, FolderCloser> stream(
+        ::opendir(QFile::encodeName(folder).constData()));
+    if (!stream)
+        return std::nullopt;
+    QStringList names;
+    const QString prefix = folder + QLatin1Char('/');
+    for (;;) {
+        errno = 0;
+        const dirent* entry = ::readdir(stream.get()); // NOLINT(concurrency-mt-unsafe): own stream
+        if (entry == nullptr)
+            break;
+        const QString name = QFile::decodeName(static_cast<const char*>(entry->d_name));
+        if (!name.startsWith(QLatin1Char('.')) && QFileInfo(prefix + name).isFile())
+            names.append(name);
+    }
+    if (errno != 0)
+        return std::nullopt;
+    names.sort();
+    return names;
+}
+
 bool makeFolder(const QString& path)
 {
     return QDir().mkdir(path) && syncFolderOf(path);
+}
+
+bool replaceFile(const QString& from, const QString& to)
+{
+    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) ==
+               0 &&
+           syncFolderOf(to);
 }
 
 bool removeFile(const QString& path)

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -39,9 +40,16 @@ bool syncFile(const QString& path);
 /// Flushes the entry of `path` in the folder that holds it.
 bool syncFolderOf(const QString& path);
 
+/// The names of the plain files in a folder, hidden ones left out, in rising order; nothing when it
+/// cannot be listed whole, which must never pass for an empty folder.
+std::optional<QStringList> listFiles(const QString& folder);
+
 /// One level. True when its name will not go with the power, for what is in it would go too; false
 /// also when the folder is there already.
 bool makeFolder(const QString& path);
+
+/// Puts `from` in the place of whatever is at `to`, in one step that is on the storage when true.
+bool replaceFile(const QString& from, const QString& to);
 
 /// True when the file is gone from the storage, and will not come back with the power.
 bool removeFile(const QString& path);

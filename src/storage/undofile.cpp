@@ -1,5 +1,6 @@
 #include "storage/undofile.h"
 
+#include "storage/readback.h"
 #include "storage/storagefile.h"
 
 #include <cerrno>
@@ -14,24 +15,45 @@ QString path()
     return QStringLiteral("addition.undo");
 }
 
+UniqueFd open(int flags)
+{
+    return storage::openRegular(path(), flags);
+}
+
 UniqueFd openOrCreate()
 {
-    UniqueFd fd = storage::openRegular(path(), O_WRONLY);
+    UniqueFd fd = open(O_RDWR);
     return !fd && errno == ENOENT ? storage::createNew(path()) : std::move(fd);
+}
+
+/// What is over as soon as somebody closes a file or frees memory says nothing about the side file.
+bool isPassing(int error)
+{
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
+Loaded failed()
+{
+    if (errno == ENOENT)
+        return Loaded::Nothing;
+    return isPassing(errno) ? Loaded::Unknown : Loaded::Unreadable;
 }
 
 } // namespace
 
-bool load(std::optional<UndoRecord>& waiting)
+Loaded load(UndoRecord& record)
 {
-    waiting.reset();
-    const UniqueFd fd = storage::openRegular(path(), O_RDONLY);
+    const UniqueFd fd = open(O_RDONLY);
     if (!fd)
-        return errno == ENOENT;
+        return failed();
     const auto bytes = storage::readRange(fd.get(), 0, storage::sizeOf(fd.get()));
-    if (bytes)
-        waiting = UndoRecord::decode(*bytes);
-    return bytes.has_value();
+    if (!bytes)
+        return failed();
+    const auto waiting = UndoRecord::decode(*bytes);
+    if (!waiting)
+        return Loaded::Nothing;
+    record = *waiting;
+    return Loaded::Record;
 }
 
 bool store(const UndoRecord& record)
@@ -40,17 +62,22 @@ bool store(const UndoRecord& record)
     const UniqueFd fd = openOrCreate();
     return fd && storage::writeAllAt(fd.get(), 0, bytes.constData(), bytes.size()) &&
            storage::truncate(fd.get(), bytes.size()) && storage::syncFile(fd.get()) &&
-           storage::syncFolderOf(path());
+           storage::syncFolderOf(path()) && readback::holds(fd.get(), 0, bytes);
 }
 
 bool blank()
 {
     const QByteArray zeros(UndoRecord::kMagicBytes, '\0');
-    const UniqueFd fd = storage::openRegular(path(), O_WRONLY);
+    const UniqueFd fd = open(O_RDWR);
     if (!fd)
         return errno == ENOENT;
     return storage::writeAllAt(fd.get(), 0, zeros.constData(), zeros.size()) &&
-           storage::syncFile(fd.get());
+           storage::syncFile(fd.get()) && readback::holds(fd.get(), 0, zeros);
+}
+
+bool setAside()
+{
+    return storage::replaceFile(path(), path() + QStringLiteral(".unreadable"));
 }
 
 } // namespace undofile

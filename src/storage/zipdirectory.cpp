@@ -19,10 +19,12 @@ constexpr int kEndCountAt = 10;
 constexpr int kEndDirectoryBytesAt = 12;
 constexpr int kMaxCommentBytes = 0xFFFF;
 
-// Entry: signature, ... 16-bit flags at 8, 32-bit unpacked size at 24, 16-bit lengths of name,
-// extra field and comment at 28, 32-bit attributes at 38 (Unix mode in the upper half), name at 46.
+// Entry: signature, ... 16-bit flags at 8, 32-bit CRC at 16 and unpacked size at 24, 16-bit lengths
+// of name, extra field and comment at 28, 32-bit attributes at 38 (Unix mode in the upper half),
+// name at 46.
 constexpr int kEntryHeaderBytes = 46;
 constexpr int kFlagsAt = 8;
+constexpr int kCrcAt = 16;
 constexpr int kUnpackedBytesAt = 24;
 constexpr int kNameBytesAt = 28;
 constexpr int kExtraBytesAt = 30;
@@ -56,6 +58,7 @@ ZipEntry entryFrom(const char* header)
 {
     ZipEntry entry;
     entry.name = QByteArray(header + kEntryHeaderBytes, int(number16(header + kNameBytesAt)));
+    entry.crc32 = number32(header + kCrcAt);
     entry.unpacked_bytes = number32(header + kUnpackedBytesAt);
     entry.encrypted = (number16(header + kFlagsAt) & kEncryptedFlag) != 0;
     entry.unix_type = (number32(header + kAttributesAt) >> 16U) & S_IFMT;
@@ -103,16 +106,30 @@ std::optional<QVector<ZipEntry>> parse(const QByteArray& directory, int entryCou
     return entries;
 }
 
-std::optional<QVector<ZipEntry>> read(int fd)
+std::optional<Extent> find(int fd)
 {
     const qint64 fileBytes = storage::sizeOf(fd);
     const qint64 lastBytes = std::min<qint64>(fileBytes, kMaxCommentBytes + kEndRecordBytes);
     const auto last = storage::readRange(fd, fileBytes - lastBytes, lastBytes);
-    const auto extent = last ? locate(*last, fileBytes) : std::nullopt;
+    return last ? locate(*last, fileBytes) : std::nullopt;
+}
+
+std::optional<QVector<ZipEntry>> read(int fd)
+{
+    const auto extent = find(fd);
     if (!extent)
         return std::nullopt;
     const auto directory = storage::readRange(fd, extent->offset, extent->bytes);
     return directory ? parse(*directory, extent->entry_count) : std::nullopt;
+}
+
+QStringList names(const QVector<ZipEntry>& entries)
+{
+    QStringList names;
+    names.reserve(entries.size());
+    for (const ZipEntry& entry : entries)
+        names.append(QString::fromUtf8(entry.name));
+    return names;
 }
 
 QByteArray emptyArchive()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QStringList>
 #include <QVector>
 
 #include <optional>
@@ -9,6 +10,7 @@
 struct ZipEntry
 {
     QByteArray name;
+    quint32 crc32 = 0; ///< of the unpacked bytes
     quint64 unpacked_bytes = 0;
     bool encrypted = false;
     /// The type bits (S_IFMT) of the entry's Unix mode; 0 where its writer gave none.
@@ -38,7 +40,11 @@ std::optional<Extent> locate(const QByteArray& lastBytes, qint64 fileBytes);
 std::optional<QVector<ZipEntry>> parse(const QByteArray& directory, int entryCount);
 
 /// Both of the above on an open archive.
+std::optional<Extent> find(int fd);
 std::optional<QVector<ZipEntry>> read(int fd);
+
+/// Names as text, in the directory's order.
+QStringList names(const QVector<ZipEntry>& entries);
 
 /// The 22 bytes of an archive without entries.
 QByteArray emptyArchive();

@@ -1,12 +1,18 @@
 #include "utils/backupgenerator.h"
 
 #include "stationpaths.h"
+#include "storage/owedarchives.h"
+#include "storage/readback.h"
+#include "storage/storagefile.h"
 #include "utils/ziputils.h"
 
 #include <QDebug>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+
+#include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -18,9 +24,26 @@ QString pathOf(const QString& archive)
     return stationpaths::kArchives + QLatin1Char('/') + archive;
 }
 
-QStringList archivesNewestFirst()
+std::optional<QStringList> archivesNewestFirst()
 {
-    return QDir(stationpaths::kArchives).entryList(QDir::Files, QDir::Name | QDir::Reversed);
+    auto names = storage::listFiles(stationpaths::kArchives);
+    if (names)
+        std::reverse(names->begin(), names->end());
+    else
+        qCritical() << "The archives cannot be listed";
+    return names;
+}
+
+/// The archive is read a second time, past the system's cache: both readings must agree.
+bool add(const QString& backupPath, const QString& archive, int number)
+{
+    qDebug().noquote() << "Adding:" << archive;
+    const auto crc32 = readback::crc32(pathOf(archive));
+    const QString entry = QStringLiteral("datas_%1.cvx").arg(number);
+    if (crc32 && ZipUtils::addRecording(backupPath, pathOf(archive), entry, *crc32).added())
+        return true;
+    qCritical().noquote() << "Not in the backup:" << archive;
+    return false;
 }
 
 bool hasRoomLeft(const QString& backupPath, qint64 max_bytes)
@@ -35,37 +58,36 @@ bool hasRoomLeft(const QString& backupPath, qint64 max_bytes)
 
 } // namespace
 
-bool BackupGenerator::generateBackup(const QString& backupPath, qint64 maxBytes)
+BackupGenerator::Backup BackupGenerator::generateBackup(const QString& backupPath, qint64 maxBytes)
 {
     QDir(kBackupFolder).removeRecursively();
     QDir().mkdir(kBackupFolder);
     qDebug() << "Starting backup generation";
     ZipUtils::deleteZip(backupPath);
-    bool complete = ZipUtils::createZip(backupPath);
+    Backup backup;
+    backup.complete = ZipUtils::createZip(backupPath);
     qDebug() << "Created emtpy backup file"; // spelled so since the first station
 
+    const auto names = archivesNewestFirst();
+    backup.complete = backup.complete && names;
     int number = 0;
-    for (const QString& name : archivesNewestFirst()) {
-        qDebug().noquote() << "Adding:" << name;
-        ++number;
-        if (!ZipUtils::addFile(backupPath, pathOf(name),
-                               QStringLiteral("datas_%1.cvx").arg(number))) {
-            qCritical().noquote() << "Not in the backup:" << name;
-            complete = false;
-        }
+    for (const QString& name : names.value_or(QStringList())) {
+        if (add(backupPath, name, ++number))
+            backup.archives += name;
+        else
+            backup.complete = false;
         if (!hasRoomLeft(backupPath, maxBytes))
             break;
     }
-    return complete;
+    return backup;
 }
 
-void BackupGenerator::deleteBackedUpFiles()
+void BackupGenerator::deleteBackedUpFiles(const OwedArchives& owed)
 {
-    QStringList names = archivesNewestFirst();
-    if (!names.isEmpty())
-        names.removeFirst(); // the one in use
-    for (const QString& name : qAsConst(names))
-        QFile::remove(pathOf(name));
+    const QStringList earlier = archivesNewestFirst().value_or(QStringList()).mid(1);
+    for (const QString& name : earlier) // the newest is in use
+        if (!owed.contains(name))
+            QFile::remove(pathOf(name));
     ZipUtils::deleteZip(stationpaths::kBackup);
 }
 

@@ -6,6 +6,7 @@
 #include <QDebug>
 #include <QFile>
 
+#include <limits>
 #include <utility>
 
 namespace {
@@ -21,11 +22,12 @@ QString numbered(qint64 number, const QString& extension)
 
 } // namespace
 
-FileSaver::FileSaver(const QString& dir, QString extension, int maxFiles)
+FileSaver::FileSaver(const QString& dir, QString extension, int maxFiles, Predicate mustStay)
     : m_dir(dir)
     , m_file_extension(std::move(extension))
     , m_dir_path(dir)
     , m_max_files(maxFiles)
+    , m_must_stay(std::move(mustStay))
 {
     storage::makeFolder(dir);
     m_current_file_path = pathOf(getLastFileName());
@@ -34,7 +36,7 @@ FileSaver::FileSaver(const QString& dir, QString extension, int maxFiles)
 
 QStringList FileSaver::listFiles() const
 {
-    return m_dir.entryList(QDir::Files, QDir::Name);
+    return storage::listFiles(m_dir_path).value_or(QStringList());
 }
 
 QString FileSaver::getLastFileName() const
@@ -49,28 +51,46 @@ QString FileSaver::getLastFilePath() const
     return last.isEmpty() ? QString() : pathOf(last);
 }
 
-void FileSaver::createNewFile()
+bool FileSaver::createNewFile()
 {
     cleanLocalBackups();
-    const QString last = getLastFileName();
+    const auto names = storage::listFiles(m_dir_path);
+    if (!names)
+        return false;
+    const QString last = names->isEmpty() ? QString() : names->last();
     const QStringList entries = ZipUtils::listFiles(pathOf(last));
     qDebug() << "Last zip files count:" << entries.size();
     // What is current will be made anew: it must hold the information file and no recording, and a
     // foreign archive that sorts last says nothing about it.
     if (pathOf(last) == m_current_file_path && entries == QStringList(kInfosEntry))
-        return;
+        return true;
     m_current_file_path = pathOf(nameAfter(last));
     qDebug().noquote() << "Current zip" << m_current_file_path;
+    return true;
 }
 
 void FileSaver::cleanLocalBackups()
 {
     const QStringList names = listFiles();
-    for (int i = 0; i < names.size() - m_max_files; ++i) {
-        const QString path = pathOf(names.at(i));
-        qDebug().noquote() << "Removing:" << path;
-        QFile::remove(path);
+    if (names.size() > m_max_files)
+        removeOldest(names);
+}
+
+void FileSaver::removeOldest(const QStringList& names)
+{
+    int too_many = names.size() - m_max_files;
+    const QStringList earlier = names.mid(0, names.size() - 1); // the last one may be in use
+    for (const QString& name : earlier) {
+        if (too_many == 0)
+            return;
+        if (m_must_stay && m_must_stay(name))
+            continue;
+        qDebug().noquote() << "Removing:" << pathOf(name);
+        QFile::remove(pathOf(name));
+        --too_many;
     }
+    if (too_many > 0)
+        qWarning() << "More archives than usual, on no stick yet:" << too_many;
 }
 
 QString FileSaver::pathOf(const QString& name) const
@@ -88,8 +108,10 @@ QString FileSaver::nameAfter(const QString& last)
         wipe();
         return numbered(0, m_file_extension);
     }
-    qint64 number = last.chopped(m_file_extension.size()).toLongLong() + 1;
-    // A foreign name that sorts last counts as 0: an archive that is there is never replaced.
+    // A foreign name that sorts last, or that no number can follow, counts as 0: an archive that is
+    // there is never replaced.
+    const qint64 last_number = last.chopped(m_file_extension.size()).toLongLong();
+    qint64 number = last_number < std::numeric_limits<qint64>::max() ? last_number + 1 : 1;
     while (QFile::exists(pathOf(numbered(number, m_file_extension))))
         ++number;
     return numbered(number, m_file_extension);

@@ -74,7 +74,7 @@ void removeAll()
 void removeOldest(uint count)
 {
     QDir datas(stationpaths::kArchives);
-    const QStringList names = datas.entryList(QDir::Files, QDir::Name);
+    const QStringList names = storage::listFiles(stationpaths::kArchives).value_or(QStringList());
     for (int i = 0; i < names.size() && uint(i) < count; ++i) {
         qDebug().noquote() << "Removing" << names.at(i);
         datas.remove(names.at(i));

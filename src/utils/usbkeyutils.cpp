@@ -1,12 +1,15 @@
 #include "utils/usbkeyutils.h"
 
+#include "storage/readback.h"
 #include "storage/storagefile.h"
 
+#include <QDebug>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QStorageInfo>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -72,13 +75,33 @@ UsbKeyUtils::Entry UsbKeyUtils::lookUp(const QString& name) const
     return entry.isFile() && !entry.isSymLink() ? Entry::File : Entry::Other;
 }
 
-bool UsbKeyUtils::copyFileToUsbKey(const QString& source, const QString& name)
+UsbKeyUtils::Copy UsbKeyUtils::copyWhole(const QString& source, const QString& name)
 {
     if (!isAttached() || !QFile::exists(source))
-        return false;
+        return Copy::Failed;
     const QString target = pathOf(name);
-    QFile::remove(target);
-    return storage::copyFile(source, target);
+    const QString draft = pathOf(QStringLiteral(".%1.new").arg(name));
+    QFile::remove(draft);
+    const qint64 bytes = QFileInfo(source).size();
+    const qint64 room_bytes = roomBytes();
+    const bool fits_beside = bytes <= room_bytes;
+    if (!fits_beside && bytes > room_bytes + QFileInfo(target).size())
+        return Copy::NoRoom;
+    if (!fits_beside)
+        QFile::remove(target);
+    const QString& written = fits_beside ? draft : target;
+    if (!storage::copyFile(source, written))
+        return Copy::Failed;
+    if (readback::same(source, written) && (!fits_beside || storage::replaceFile(draft, target)))
+        return Copy::Done;
+    qInfo().noquote() << "The stick does not hold what was copied:" << name;
+    QFile::remove(written);
+    return Copy::Failed;
+}
+
+bool UsbKeyUtils::copyFileToUsbKey(const QString& source, const QString& name)
+{
+    return copyWhole(source, name) == Copy::Done;
 }
 
 bool UsbKeyUtils::copyFileToUsbKey(const QString& source)
@@ -99,6 +122,13 @@ bool UsbKeyUtils::isAttached() const
 {
     return m_mounted &&
            QStorageInfo(m_usb_path).rootPath() == QFileInfo(m_usb_path).canonicalFilePath();
+}
+
+/// Without the block that the end of a file leaves half empty.
+qint64 UsbKeyUtils::roomBytes() const
+{
+    const QStorageInfo stick(m_usb_path);
+    return std::max<qint64>(0, stick.bytesAvailable() - stick.blockSize());
 }
 
 /// The exit code is not looked at: a tool that ran and refused counts as done, deliberately.

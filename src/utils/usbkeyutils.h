@@ -38,8 +38,16 @@ public:
 
     QString pathOf(const QString& name) const { return m_usb_path + QLatin1Char('/') + name; }
 
-    /// True when the stick holds all of `source`, flushed. An older file of that name goes first,
-    /// so that a failure leaves none.
+    enum class Copy {
+        Done,   ///< flushed, and read back from the stick as it is in `source`
+        NoRoom, ///< nothing was changed
+        Failed,
+    };
+    /// Where the stick has room for both, an older file of that name stays until the new one is
+    /// whole. Else it goes first, and a failure leaves none.
+    Copy copyWhole(const QString& source, const QString& name);
+
+    /// True when copyWhole is done.
     bool copyFileToUsbKey(const QString& source, const QString& name);
     bool copyFileToUsbKey(const QString& source);
 
@@ -51,6 +59,7 @@ public:
 private:
     int runMountTool(const QString& program, const QStringList& arguments);
     bool isAttached() const;
+    qint64 roomBytes() const;
 
     QString m_usb_path;
     bool m_mounted = false;

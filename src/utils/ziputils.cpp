@@ -11,6 +11,7 @@
 #include <quazip/quazip.h>
 #include <quazip/quazipfile.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <optional>
@@ -34,42 +35,17 @@ QString draftPath(const QString& zipPath)
     return info.path() + QStringLiteral("/.") + info.fileName() + QStringLiteral(".new");
 }
 
-bool writeDraft(const QString& draft)
+QString baseName(const QString& path)
 {
-    const QByteArray bytes = zipdirectory::emptyArchive();
-    QFile::remove(draft);
-    const UniqueFd fd = storage::createNew(draft);
-    return fd && storage::writeAll(fd.get(), bytes.constData(), bytes.size()) &&
-           storage::syncFile(fd.get());
+    return path.section(QLatin1Char('/'), -1);
 }
 
-bool replaceDurably(const QString& from, const QString& to)
+/// Made unique among the archive's entries; empty when there is no room for one more.
+QString uniqueName(const QVector<ZipEntry>& entries, const QString& entryName)
 {
-    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) ==
-               0 &&
-           storage::syncFolderOf(to);
-}
-
-/// Nothing when the directory is damaged: an addition would be made on top of the damage.
-std::optional<QStringList> entryNames(int archive)
-{
-    const auto entries = zipdirectory::read(archive);
-    if (!entries)
-        return std::nullopt;
-    QStringList names;
-    names.reserve(entries->size());
-    for (const ZipEntry& entry : *entries)
-        names.append(QString::fromUtf8(entry.name));
-    return names;
-}
-
-/// Empty when no entry can be added under that name.
-QString uniqueName(int archive, const QString& entryName)
-{
-    const auto names = entryNames(archive);
-    if (!names || names->size() >= zipdirectory::kMaxEntries)
+    if (entries.size() >= zipdirectory::kMaxEntries)
         return {};
-    const QString name = ZipUtils::incFileName(*names, entryName, 0);
+    const QString name = ZipUtils::incFileName(zipdirectory::names(entries), entryName, 0);
     return name.toUtf8().size() <= kMaxNameBytes ? name : QString();
 }
 
@@ -109,61 +85,99 @@ bool writeEntry(QuaZip& zip, const QuaZipNewInfo& info, int source)
 }
 
 /// The library writes the directory when it is closed, and tells a failure by its error code alone.
-bool appendEntry(ArchiveDevice& device, const QuaZipNewInfo& info, int source)
+bool writeArchive(QIODevice& device, QuaZip::Mode mode, const QuaZipNewInfo& info, int source)
 {
     QuaZip zip(&device);
     zip.setAutoClose(false);
     zip.setUtf8Enabled(true);
-    if (!zip.open(QuaZip::mdAdd))
+    if (!zip.open(mode))
         return false;
     const bool written = writeEntry(zip, info, source);
     zip.close();
     return written && zip.getZipError() == ZIP_OK;
 }
 
-bool addUnder(const QString& zipPath, const QString& filePath, const QString& entryName)
+bool writeFirstEntry(int fd, const QString& filePath)
 {
-    ArchiveAddition addition(zipPath);
-    if (!addition.begin())
-        return false;
-    const QString name = uniqueName(addition.descriptor(), entryName);
-    if (name.isEmpty())
-        return false;
     const UniqueFd source = storage::openRegular(filePath, O_RDONLY);
-    if (!source)
-        return false;
+    QFile device;
+    return source && device.open(fd, QIODevice::ReadWrite) &&
+           writeArchive(device, QuaZip::mdCreate, entryInfo(baseName(filePath), filePath),
+                        source.get()) &&
+           device.flush();
+}
+
+/// The content of a new archive, on the storage; without entries where no file is named.
+bool writeDraft(const QString& draft, const QString& filePath)
+{
+    const QByteArray empty = zipdirectory::emptyArchive();
+    QFile::remove(draft);
+    const UniqueFd fd = storage::createNew(draft);
+    const bool written =
+        fd && (filePath.isEmpty() ? storage::writeAll(fd.get(), empty.constData(), empty.size())
+                                  : writeFirstEntry(fd.get(), filePath));
+    return written && storage::syncFile(fd.get());
+}
+
+enum class Made { Yes, No, NotFlushed };
+
+/// In one step: a loss of power leaves either what was there before or a whole archive.
+Made makeArchive(const QString& zipPath, const QString& filePath)
+{
+    const QString draft = draftPath(zipPath);
+    if (ArchiveAddition::recoverForNew() && writeDraft(draft, filePath))
+        return storage::replaceFile(draft, zipPath) ? Made::Yes : Made::NotFlushed;
+    QFile::remove(draft);
+    return Made::No;
+}
+
+AdditionResult write(ArchiveAddition& addition, const QString& name, const QString& filePath,
+                     const std::optional<quint32>& crc32)
+{
+    const UniqueFd source = storage::openRegular(filePath, O_RDONLY);
     // How small a file gets is known only when it has been written, so it counts in full.
-    const qint64 file_bytes = storage::sizeOf(source.get());
+    const qint64 file_bytes = source ? storage::sizeOf(source.get()) : -1;
+    if (file_bytes < 0)
+        return AdditionResult::of(AdditionResult::Failed);
     if (file_bytes > kMaxEntryBytes || !addition.hasRoomFor(file_bytes))
-        return false;
+        return {AdditionResult::ArchiveFull};
     ArchiveDevice device(addition);
-    return device.open(QIODevice::ReadWrite) &&
-           appendEntry(device, entryInfo(name, filePath), source.get()) && device.flush() &&
-           addition.commit();
+    const bool written =
+        device.open(QIODevice::ReadWrite) &&
+        writeArchive(device, QuaZip::mdAdd, entryInfo(name, filePath), source.get()) &&
+        device.flush();
+    return written ? addition.commit(crc32) : addition.failure();
+}
+
+AdditionResult addUnder(const QString& zipPath, const QString& filePath, const QString& entryName,
+                        const std::optional<quint32>& crc32)
+{
+    if (entryName.isEmpty())
+        return {AdditionResult::Failed, EINVAL};
+    ArchiveAddition addition(zipPath);
+    const AdditionResult begun = addition.begin();
+    if (!begun.added())
+        return begun;
+    const QString name = uniqueName(addition.entries(), entryName);
+    if (name.isEmpty())
+        return {AdditionResult::ArchiveFull};
+    return write(addition, name, filePath, crc32);
 }
 
 } // namespace
 
 bool ZipUtils::createZip(const QString& zipPath)
 {
-    // An archive that still waits to be put back must not be put back over the new one.
-    if (!ArchiveAddition::recover())
-        return false;
-    const QString draft = draftPath(zipPath);
-    if (writeDraft(draft) && replaceDurably(draft, zipPath))
-        return true;
-    QFile::remove(draft);
-    return false;
+    return makeArchive(zipPath, {}) == Made::Yes;
 }
 
 bool ZipUtils::createZip(const QString& zipPath, const QString& filePath)
 {
-    if (createZip(zipPath) && addFile(zipPath, filePath))
-        return true;
-    // Also when it was only the flush that failed: each archive that is of no use takes a number
-    // and, in time, the place of one with recordings.
-    deleteZip(zipPath);
-    return false;
+    const Made made = makeArchive(zipPath, filePath);
+    // Each archive that is of no use takes a number and, in time, the place of one with recordings.
+    if (made == Made::NotFlushed)
+        deleteZip(zipPath);
+    return made == Made::Yes;
 }
 
 bool ZipUtils::deleteZip(const QString& zipPath)
@@ -174,17 +188,30 @@ bool ZipUtils::deleteZip(const QString& zipPath)
 QStringList ZipUtils::listFiles(const QString& zipPath)
 {
     const UniqueFd archive = storage::openRegular(zipPath, O_RDONLY);
-    return archive ? entryNames(archive.get()).value_or(QStringList()) : QStringList();
+    const auto entries = archive ? zipdirectory::read(archive.get()) : std::nullopt;
+    return entries ? zipdirectory::names(*entries) : QStringList();
 }
 
 bool ZipUtils::addFile(const QString& zipPath, const QString& filePath)
 {
-    return addUnder(zipPath, filePath, filePath.section(QLatin1Char('/'), -1));
+    return addFile(zipPath, filePath, baseName(filePath));
 }
 
 bool ZipUtils::addFile(const QString& zipPath, const QString& filePath, const QString& entryName)
 {
-    return addUnder(zipPath, filePath, entryName);
+    return addUnder(zipPath, filePath, entryName, std::nullopt).added();
+}
+
+AdditionResult ZipUtils::addRecording(const QString& zipPath, const QString& filePath,
+                                      quint32 crc32)
+{
+    return addRecording(zipPath, filePath, baseName(filePath), crc32);
+}
+
+AdditionResult ZipUtils::addRecording(const QString& zipPath, const QString& filePath,
+                                      const QString& entryName, quint32 crc32)
+{
+    return addUnder(zipPath, filePath, entryName, crc32);
 }
 
 bool ZipUtils::extractZip(const QString& zipPath, const QString& dir)

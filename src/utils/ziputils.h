@@ -1,5 +1,7 @@
 #pragma once
 
+#include "storage/additionresult.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -11,7 +13,7 @@ class ZipUtils
 public:
     /// Makes an empty archive, in place of any other of that name. True when it is on the storage.
     static bool createZip(const QString& zipPath);
-    /// With the file as its first entry. Unlike above, a failure leaves nothing at `zipPath`.
+    /// With the file as its first entry; in one step, as above.
     static bool createZip(const QString& zipPath, const QString& filePath);
 
     static bool deleteZip(const QString& zipPath);
@@ -23,6 +25,13 @@ public:
     /// its directory entry are on the storage.
     static bool addFile(const QString& zipPath, const QString& filePath);
     static bool addFile(const QString& zipPath, const QString& filePath, const QString& entryName);
+
+    /// As addFile, for a file whose bytes are known to have this CRC-32; the entry's own must be
+    /// it.
+    static AdditionResult addRecording(const QString& zipPath, const QString& filePath,
+                                       quint32 crc32);
+    static AdditionResult addRecording(const QString& zipPath, const QString& filePath,
+                                       const QString& entryName, quint32 crc32);
 
     /// All entries, or none: see ZipExtraction for what is refused.
     static bool extractZip(const QString& zipPath, const QString& dir);

@@ -4,6 +4,7 @@
 #include "main/progress.h"
 #include "main/stickcommands.h"
 #include "storage/archiveaddition.h"
+#include "storage/owedarchives.h"
 #include "storage/storagefile.h"
 #include "utils/filesaver.h"
 #include "utils/usbkeyutils.h"
@@ -23,7 +24,8 @@ bool obeyStick()
     StickCommands commands(usbkey);
     int shown = Copied;
     QObject::connect(&commands, &StickCommands::syncDone, [&shown](int code) { shown = code; });
-    commands.obey();
+    OwedArchives owed;
+    commands.obey(owed);
     return shown == Copied;
 }
 

@@ -110,7 +110,7 @@ void ControllerAnswers::refusalTellsPodFileAndReason()
     const auto ticket = std::make_shared<ArchiveTicket>();
     QTest::ignoreMessage(QtDebugMsg, "Zip failed");
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral(
-                                           "data.ozu .*No such file.* on pod at index 7$")));
+                                           "data.ozu .*damaged or gone on pod at index 7$")));
     controller.zipFile(QStringLiteral("data.ozu"), 7, ticket); // before there is an archive
     QCOMPARE(ticket->answer.added(), std::optional(false));
     QCOMPARE(answered.first(), QVariantList({false, 7}));

@@ -215,7 +215,7 @@ void StorageCommands::backupStopsAtItsLimit()
         "Max backup size reached, stopping. Max size: " + QByteArray::number(limit);
     QTest::ignoreMessage(QtDebugMsg, first.constData());
     QTest::ignoreMessage(QtDebugMsg, QRegularExpression(QStringLiteral("^Current size: \\d+$")));
-    QVERIFY(BackupGenerator::generateBackup(kBackup, limit));
+    QVERIFY(BackupGenerator::generateBackup(kBackup, limit).complete);
     QCOMPARE(ZipUtils::listFiles(kBackup),
              QStringList({QStringLiteral("datas_1.cvx"), QStringLiteral("datas_2.cvx")}));
 }

@@ -56,6 +56,8 @@ QStringList calls()
 
 } // namespace
 
+Q_DECLARE_METATYPE(UsbKeyUtils::Copy)
+
 class StorageUsbKey : public QObject
 {
     Q_OBJECT
@@ -71,6 +73,8 @@ private slots:
     void presence();
     void copies();
     void refusedCopies();
+    void room_data();
+    void room();
     void ownDiskIsNoStick();
     void entries();
     void childIsBoundedAndReaped();
@@ -203,13 +207,46 @@ void StorageUsbKey::refusedCopies()
     QVERIFY(write(onKey, "older"));
     QVERIFY(!key.copyFileToUsbKey(QStringLiteral("missing"), name));
     QCOMPARE(contentOf(onKey), QByteArray("older"));
-    // From here on the older file has gone first.
     QVERIFY(!key.copyFileToUsbKey(QStringLiteral("bin"), name));
-    QVERIFY(!QFile::exists(onKey));
-    QVERIFY(QDir().mkdir(onKey));
+    QCOMPARE(contentOf(onKey), QByteArray("older"));
+    QVERIFY(QFile::remove(onKey) && QDir().mkdir(onKey));
     QVERIFY(write(QStringLiteral("source"), "source"));
     QVERIFY(!key.copyFileToUsbKey(QStringLiteral("source"), name));
     QVERIFY(QDir(onKey).exists());
+}
+
+/// A stick of a MiB: what is on it, what is to be written, what becomes of both.
+void StorageUsbKey::room_data()
+{
+    QTest::addColumn<int>("older_kib");
+    QTest::addColumn<int>("foreign_kib");
+    QTest::addColumn<int>("new_kib");
+    QTest::addColumn<UsbKeyUtils::Copy>("result");
+    QTest::newRow("both") << 300 << 0 << 400 << UsbKeyUtils::Copy::Done;
+    QTest::newRow("in its place alone") << 600 << 0 << 600 << UsbKeyUtils::Copy::Done;
+    QTest::newRow("none") << 300 << 600 << 500 << UsbKeyUtils::Copy::NoRoom;
+    QTest::newRow("none at all") << 0 << 600 << 2000 << UsbKeyUtils::Copy::NoRoom;
+}
+
+void StorageUsbKey::room()
+{
+    QFETCH(int, older_kib);
+    QFETCH(int, foreign_kib);
+    QFETCH(int, new_kib);
+    const QByteArray older(older_kib * 1024, 'o');
+    const QByteArray newer(new_kib * 1024, 'n');
+    QVERIFY(makeTool(QStringLiteral("mount"), "exec /bin/mount -t tmpfs -o size=1m key \"$2\""));
+    UsbKeyUtils key(m_mount_point);
+    QCOMPARE(key.mountKey(), 0);
+    const QString on_key = key.pathOf(QStringLiteral("x"));
+    QVERIFY(write(on_key, older) && write(QStringLiteral("source"), newer));
+    QVERIFY(write(key.pathOf(QStringLiteral("foreign")), QByteArray(foreign_kib * 1024, 'f')));
+    // What a copy cut short by the power left: it must not take the room of the next.
+    QVERIFY(write(key.pathOf(QStringLiteral(".x.new")), QByteArray(50 * 1024, 'd')));
+    const UsbKeyUtils::Copy result = key.copyWhole(QStringLiteral("source"), QStringLiteral("x"));
+    QTEST(result, "result");
+    QCOMPARE(contentOf(on_key), result == UsbKeyUtils::Copy::Done ? newer : older);
+    QVERIFY(!QFile::exists(key.pathOf(QStringLiteral(".x.new"))));
 }
 
 void StorageUsbKey::ownDiskIsNoStick()

@@ -1,0 +1,90 @@
+#include "main/localarchives.h"
+
+#include "stationpaths.h"
+#include "storage/storagefile.h"
+#include "utils/ziputils.h"
+
+#include <QDebug>
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <utility>
+
+LocalArchives::LocalArchives(std::function<void()> write_infos, int max_archives)
+    : m_write_infos(std::move(write_infos))
+    , m_saver(stationpaths::kArchives, QStringLiteral(".cvx"), max_archives,
+              [this](const QString& name) { return m_owed.contains(name); })
+{
+    // An empty folder may be that of a disk that is not mounted yet.
+    const auto names = storage::listFiles(stationpaths::kArchives);
+    if (names && !names->isEmpty())
+        m_owed.keepOnly(*names);
+}
+
+bool LocalArchives::beginNext()
+{
+    if (!QFile::exists(stationpaths::kInfos))
+        m_write_infos();
+    const bool named = m_saver.createNewFile();
+    const QString path = m_saver.getCurrentFilePath();
+    if (named && ZipUtils::createZip(path, stationpaths::kInfos)) {
+        m_current_zip_path = path;
+        return true;
+    }
+    qCritical().noquote() << "No new archive at" << path;
+    if (!QFile::exists(m_current_zip_path))
+        m_current_zip_path.clear();
+    return false;
+}
+
+AdditionResult LocalArchives::add(const QString& file_path, quint32 crc32)
+{
+    AdditionResult result = addToCurrent(file_path, crc32);
+    if (result.isTheArchives() && beginNext())
+        result = addToCurrent(file_path, crc32);
+    return result;
+}
+
+AdditionResult LocalArchives::addToCurrent(const QString& file_path, quint32 crc32)
+{
+    if (!hasCurrent())
+        return {AdditionResult::ArchiveUnusable};
+    if (!m_owed.add(currentName()))
+        return AdditionResult::of(AdditionResult::Failed);
+    return ZipUtils::addRecording(m_current_zip_path, file_path, crc32);
+}
+
+bool LocalArchives::owesCurrent() const
+{
+    return hasCurrent() && m_owed.contains(currentName()) && isThere(currentName());
+}
+
+QStringList LocalArchives::owedEarlier() const
+{
+    QStringList earlier;
+    std::copy_if(m_owed.names().cbegin(), m_owed.names().cend(), std::back_inserter(earlier),
+                 [this](const QString& name) { return name != currentName() && isThere(name); });
+    return earlier;
+}
+
+void LocalArchives::forgetErased()
+{
+    if (const auto names = storage::listFiles(stationpaths::kArchives))
+        m_owed.keepOnly(*names);
+}
+
+QString LocalArchives::pathOf(const QString& name)
+{
+    return stationpaths::kArchives + QLatin1Char('/') + name;
+}
+
+QString LocalArchives::currentName() const
+{
+    return QFileInfo(m_current_zip_path).fileName();
+}
+
+bool LocalArchives::isThere(const QString& name) const
+{
+    return QFile::exists(pathOf(name));
+}

@@ -1,0 +1,28 @@
+#include "storage/additionresult.h"
+
+#include <cerrno>
+#include <system_error>
+
+AdditionResult AdditionResult::of(Kind kind)
+{
+    return {kind, errno};
+}
+
+QString AdditionResult::reason() const
+{
+    switch (kind) {
+    case Added:
+        return QStringLiteral("none");
+    case ArchiveFull:
+        return QStringLiteral("archive full");
+    case ArchiveUnusable:
+        return QStringLiteral("archive damaged or gone");
+    case FileChanged:
+        return QStringLiteral("the data file is not what came from the pod");
+    case NotReadBack:
+        return QStringLiteral("the storage does not hold what was written");
+    case Failed:
+        break;
+    }
+    return QString::fromStdString(std::generic_category().message(error));
+}
