@@ -25,5 +25,7 @@ corvane_add_test(storage_commands SOURCES unit/storage_commands.cpp support/test
 
 corvane_add_test(storage_zip
   SOURCES unit/storage_zip.cpp support/testfiles.cpp support/zipbytes.cpp)
+corvane_add_test(storage_large
+  SOURCES unit/storage_large.cpp support/testfiles.cpp support/zipbytes.cpp)
 corvane_add_test(storage_filesaver SOURCES unit/storage_filesaver.cpp)
 corvane_add_test(storage_usbkey SOURCES unit/storage_usbkey.cpp support/testfiles.cpp SANDBOXED)
