@@ -1,5 +1,6 @@
 #include "bench/bench.h"
 #include "bench/verdict.h"
+#include "machine/computer.h"
 #include "machine/machinesite.h"
 #include "support/machinecommand.h"
 
@@ -85,7 +86,8 @@ void LyingDisk::start()
         MachineExtras extras;
         extras.disk_bytes = kDiskBytes;
         extras.disk_mapped = true;
-        auto site = std::make_unique<MachineSite>(of_bench, scenario, folder, extras);
+        auto site =
+            std::make_unique<MachineSite>(of_bench, scenario, folder, Computer::desk(), extras);
         m_site = site.get();
         return site;
     };

@@ -3,6 +3,7 @@
 #include "machine/machineshell.h"
 #include "machine/machinesite.h"
 #include "support/machinecommand.h"
+#include "system/testedcomputer.h"
 #include "usb/usbaddress.h"
 
 #include <QtTest>
@@ -99,8 +100,9 @@ void Package::install()
 {
     BenchSettings settings;
     settings.make_site = [this](const auto& of_bench, const auto& scenario, const auto& folder) {
-        auto site = std::make_unique<MachineSite>(of_bench, scenario, folder,
-                                                  MachineExtras{QStringLiteral(CORVANE_PACKAGES)});
+        auto site =
+            std::make_unique<MachineSite>(of_bench, scenario, folder, testedcomputer::computer(),
+                                          MachineExtras{testedcomputer::packages()});
         m_site = site.get();
         return site;
     };

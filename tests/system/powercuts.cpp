@@ -1,6 +1,6 @@
 #include "bench/bench.h"
 #include "bench/verdict.h"
-#include "machine/machinesite.h"
+#include "system/testedcomputer.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
@@ -104,10 +104,8 @@ int numberFrom(const char* variable, int usual)
 
 void PowerCuts::makeBench(quint64 seed)
 {
-    BenchSettings settings;
-    settings.station_program = QStringLiteral(CORVANE_STATION_PROGRAM);
+    BenchSettings settings = testedcomputer::settings();
     settings.seed = seed;
-    settings.make_site = makeMachine;
     m_bench = std::make_unique<Bench>(settings, scenario());
     m_bench->start();
     m_starts = 1;

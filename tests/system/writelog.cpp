@@ -2,6 +2,7 @@
 #include "bench/badinput.h"
 #include "bench/bench.h"
 #include "bench/verdict.h"
+#include "machine/computer.h"
 #include "machine/machinesite.h"
 #include "machine/tool.h"
 #include "support/diskstates.h"
@@ -192,7 +193,8 @@ void WriteLog::makeBench()
         MachineExtras extras;
         extras.disk_bytes = kDiskBytes;
         extras.writes_logged = true;
-        auto site = std::make_unique<MachineSite>(of_bench, scenario, folder, extras);
+        auto site =
+            std::make_unique<MachineSite>(of_bench, scenario, folder, Computer::desk(), extras);
         m_site = site.get();
         return site;
     };
@@ -277,7 +279,7 @@ void WriteLog::bootMachine(const DiskStates::State& state)
 {
     ++m_boots;
     BenchSettings settings = benchSettings();
-    settings.make_site = makeMachine;
+    settings.make_site = machineMaker(Computer::desk());
     Bench bench(settings, scenario());
     copySparse(state.image, QDir(bench.folder().path()).filePath(QStringLiteral("opt.img")));
     checkBench(bench, state, "with the machine booted");
