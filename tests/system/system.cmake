@@ -44,13 +44,18 @@ set_tests_properties(system_package PROPERTIES FIXTURES_REQUIRED packages)
 
 # The same on a station's board, which scripts/test --board makes ready.
 set(board ${CMAKE_SOURCE_DIR}/build/board)
+set(on_board CONFIGURATIONS board WORKING_DIRECTORY ${board})
 foreach(scenario IN ITEMS commands firmware roads stick stickfull)
   add_test(NAME board_${scenario} COMMAND corvane-sim --board ${board} --once
-    --scenario ${CMAKE_CURRENT_SOURCE_DIR}/system/${scenario}.json CONFIGURATIONS board)
+    --scenario ${CMAKE_CURRENT_SOURCE_DIR}/system/${scenario}.json ${on_board})
   set_tests_properties(board_${scenario} PROPERTIES ${alone})
 endforeach()
 foreach(name IN ITEMS package powercuts)
-  add_test(NAME board_${name} COMMAND system_${name} CONFIGURATIONS board)
+  add_test(NAME board_${name} COMMAND system_${name} ${on_board})
   set_tests_properties(board_${name} PROPERTIES ${alone} ENVIRONMENT
     "CORVANE_BOARD=${board};CORVANE_POWER_CUTS=1;QTEST_FUNCTION_TIMEOUT=3000000")
 endforeach()
+# Its processor without the rest of it.
+add_test(NAME board_large COMMAND ${CMAKE_SOURCE_DIR}/scripts/test-on-arm storage_large
+  CONFIGURATIONS board)
+set_tests_properties(board_large PROPERTIES ${alone})
