@@ -37,15 +37,17 @@ bool isRegular(int fd)
     return ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
 }
 
-bool copyBlocks(int source, int target)
+CopyEnd copyBlocks(int source, int target)
 {
     QByteArray block(int(kBlockBytes), Qt::Uninitialized);
     for (;;) {
         const qint64 got = readBlock(source, block.data(), block.size());
-        if (got < 0 || !writeAll(target, block.constData(), got))
-            return false;
+        if (got < 0)
+            return CopyEnd::NotRead;
+        if (!writeAll(target, block.constData(), got))
+            return CopyEnd::NotWritten;
         if (got < block.size())
-            return true;
+            return CopyEnd::Done;
     }
 }
 
@@ -178,18 +180,20 @@ bool removeFile(const QString& path)
     return QFile::remove(path) && syncFolderOf(path);
 }
 
-bool copyFile(const QString& source, const QString& target)
+CopyEnd copyFile(const QString& source, const QString& target)
 {
     const UniqueFd from = openRegular(source, O_RDONLY);
     if (!from)
-        return false;
+        return CopyEnd::NotRead;
     const UniqueFd to = createNew(target);
     if (!to)
-        return false;
-    if (copyBlocks(from.get(), to.get()) && syncFile(to.get()) && syncFolderOf(target))
-        return true;
-    QFile::remove(target);
-    return false;
+        return CopyEnd::NotWritten;
+    CopyEnd end = copyBlocks(from.get(), to.get());
+    if (end == CopyEnd::Done && !(syncFile(to.get()) && syncFolderOf(target)))
+        end = CopyEnd::NotWritten;
+    if (end != CopyEnd::Done)
+        QFile::remove(target);
+    return end;
 }
 
 } // namespace storage

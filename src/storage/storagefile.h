@@ -54,8 +54,13 @@ bool replaceFile(const QString& from, const QString& to);
 /// True when the file is gone from the storage, and will not come back with the power.
 bool removeFile(const QString& path);
 
-/// True when `target` holds all of `source` and both it and its name are on the storage; a failure
-/// leaves no part of it. A `target` that exists already is a failure and stays as it is.
-bool copyFile(const QString& source, const QString& target);
+enum class CopyEnd {
+    Done, ///< `target` holds all of `source`, and both it and its name are on the storage
+    NotRead,
+    NotWritten,
+};
+/// Where it is not done no part of `target` is left. One that exists already is not written, and
+/// stays as it is.
+CopyEnd copyFile(const QString& source, const QString& target);
 
 } // namespace storage
