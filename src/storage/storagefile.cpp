@@ -37,6 +37,11 @@ bool isRegular(int fd)
     return ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
 }
 
+bool rename(const QString& from, const QString& to)
+{
+    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+}
+
 CopyEnd copyBlocks(int source, int target)
 {
     QByteArray block(int(kBlockBytes), Qt::Uninitialized);
@@ -168,11 +173,15 @@ bool makeFolder(const QString& path)
     return QDir().mkdir(path) && syncFolderOf(path);
 }
 
+bool renameEntry(const QString& from, const QString& to)
+{
+    return rename(from, to) && syncFolderOf(to);
+}
+
 bool replaceFile(const QString& from, const QString& to)
 {
-    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) ==
-               0 &&
-           syncFolderOf(to);
+    // With vfat the new name leads to the old content, or to none, until the file is flushed anew.
+    return rename(from, to) && syncFile(to) && syncFolderOf(to);
 }
 
 bool removeFile(const QString& path)

@@ -48,6 +48,9 @@ std::optional<QStringList> listFiles(const QString& folder);
 /// also when the folder is there already.
 bool makeFolder(const QString& path);
 
+/// Another name in the same folder, on the storage when true; for what cannot be opened, too.
+bool renameEntry(const QString& from, const QString& to);
+
 /// Puts `from` in the place of whatever is at `to`, in one step that is on the storage when true.
 bool replaceFile(const QString& from, const QString& to);
 
