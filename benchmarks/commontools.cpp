@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -70,11 +71,14 @@ double commonToolsCpuSeconds(const std::vector<PodSettings>& pods)
     return processusage::endedChildrenCpuSeconds() - before;
 }
 
-double copyAndPackSeconds(const QStringList& files)
+double copyPackAndCompareSeconds(const QStringList& files)
 {
     const QTemporaryDir folder;
     QElapsedTimer timer;
     timer.start();
     copyAndPack(files, folder);
+    const QDir copies(folder.filePath(QStringLiteral("copies")));
+    for (const QString& file : files)
+        runTool("cmp", {file, copies.filePath(QFileInfo(file).fileName())});
     return double(timer.elapsed()) / 1000;
 }

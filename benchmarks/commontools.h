@@ -11,5 +11,6 @@
 /// std::runtime_error when a file cannot be written or a tool fails.
 double commonToolsCpuSeconds(const std::vector<PodSettings>& pods);
 
-/// Seconds that `cp` of these files and `zip -6` of them take together, one after the other.
-double copyAndPackSeconds(const QStringList& files);
+/// Seconds that `cp` of these files, `zip -6` of them and `cmp` with the copies take together, one
+/// after the other.
+double copyPackAndCompareSeconds(const QStringList& files);

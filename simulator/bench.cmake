@@ -1,5 +1,6 @@
 add_library(corvane_bench STATIC
   bench/archivecheck.cpp
+  bench/archivehole.cpp
   bench/backupcheck.cpp
   bench/bench.cpp
   bench/benchfolder.cpp
@@ -32,6 +33,7 @@ add_library(corvane_bench STATIC
   bench/station.cpp
   bench/stationlog.cpp
   bench/statustext.cpp
+  bench/stickcheck.cpp
   bench/stickcontent.cpp
   bench/stickparser.cpp
   bench/verbparser.cpp

@@ -16,6 +16,7 @@ add_library(corvane_machine STATIC
   machine/stickport.cpp
   machine/tool.cpp
   machine/virtualmachine.cpp
+  machine/writelog.cpp
   usbredir/i2cadapter.cpp
   usbredir/podfunction.cpp
   usbredir/podports.cpp

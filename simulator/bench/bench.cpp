@@ -1,5 +1,6 @@
 #include "bench/bench.h"
 
+#include "bench/archivehole.h"
 #include "bench/badinput.h"
 #include "bench/statustext.h"
 #include "bench/verbparser.h"
@@ -30,7 +31,7 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     , m_folder(settings.kept_folder)
     , m_earlier(makeEarlierArchives(m_folder.archives(), scenario.earlier, settings.seed))
     , m_site(settings.make_site(settings, scenario, m_folder))
-    , m_promise(m_folder, stick())
+    , m_promise(m_folder, stick(), [this] { return m_rack.erasedRecordings(); })
     , m_firmware(bringFirmware(scenario.firmware, settings.seed, stick()))
     , m_stick_before(stick().listing(kStickLines))
     , m_rack(m_site->places(), settings.seed, m_firmware)
@@ -165,7 +166,18 @@ QString Bench::act(const verb::Stick& stick)
     if (stick.inserted == m_site->stick().inserted())
         throw BadInput(stick.inserted ? QStringLiteral("the stick is in already")
                                       : QStringLiteral("the stick is out already"));
+    if (stick.other)
+        m_site->stick().replace(*stick.other);
     m_site->stick().setInserted(stick.inserted);
+    return {};
+}
+
+QString Bench::act(const verb::GrowArchive& grow)
+{
+    const QStringList archives = m_folder.localArchives();
+    if (archives.isEmpty() || !m_site->foldersAreCurrent())
+        throw BadInput(QStringLiteral("there is no archive to grow here"));
+    putHoleInFront(archives.last(), grow.hole_bytes);
     return {};
 }
 

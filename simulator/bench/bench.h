@@ -73,6 +73,7 @@ private:
     QString act(const verb::Unplug& unplug);
     QString act(const verb::SetFault& fault);
     QString act(const verb::Stick& stick);
+    QString act(const verb::GrowArchive& grow);
     QString act(const verb::Touch& touch);
     QString act(const verb::Screenshot& screenshot);
     QString act(const verb::Quit& quit);

@@ -7,6 +7,7 @@
 
 namespace {
 
+const QDir::Filters kAll = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
 constexpr QFile::Permissions kUsable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
 
 /// Names are data and may hold anything; a line stays a line.
@@ -34,7 +35,42 @@ BenchStick::BenchStick(const QString& folder, const StickPlan& plan)
 {
     if (!QDir().mkpath(folder) || !QFile::setPermissions(folder, kUsable))
         throw BadInput(QStringLiteral("cannot make the folder %1").arg(folder));
-    fillStick(folder, plan);
+    fill(plan);
+}
+
+void BenchStick::replace(const StickPlan& /*plan*/)
+{
+    throw BadInput(QStringLiteral("there is only one stick here"));
+}
+
+/// The folder itself stays: the station's root has it, wherever its name leads by then.
+void BenchStick::beginAnother(const StickPlan& plan)
+{
+    const QString former = QStringLiteral("%1-%2").arg(m_folder.path()).arg(folders().size());
+    if (!QDir().mkdir(former))
+        throw BadInput(QStringLiteral("cannot make the folder %1").arg(former));
+    m_folder.refresh();
+    for (const QString& name : m_folder.entryList(kAll))
+        if (!m_folder.rename(name, former + QLatin1Char('/') + name))
+            throw BadInput(QStringLiteral("cannot move '%1' to %2").arg(name, former));
+    m_former_folders += former;
+    fill(plan);
+}
+
+void BenchStick::fill(const StickPlan& plan)
+{
+    fillStick(m_folder.path(), plan);
+    m_given.clear();
+    for (const StickItem& item : plan.items)
+        if (item.kind == StickItem::Kind::Text)
+            m_given.insert(item.name, item.text.toUtf8());
+}
+
+bool BenchStick::keeps(const QString& name) const
+{
+    QFile file(path(name));
+    return m_given.contains(name) && file.open(QIODevice::ReadOnly) &&
+           file.readAll() == m_given.value(name);
 }
 
 std::optional<qint64> BenchStick::bytesOf(const QString& name) const
@@ -45,8 +81,7 @@ std::optional<qint64> BenchStick::bytesOf(const QString& name) const
 
 QStringList BenchStick::listing(int most) const
 {
-    const QFileInfoList entries = m_folder.entryInfoList(
-        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    const QFileInfoList entries = m_folder.entryInfoList(kAll, QDir::Name);
     QStringList lines;
     for (const QFileInfo& entry : entries.mid(0, most))
         lines += lineOf(entry);

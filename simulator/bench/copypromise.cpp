@@ -1,14 +1,17 @@
 #include "bench/copypromise.h"
 
-#include "bench/archivecheck.h"
 #include "bench/benchfolder.h"
 #include "bench/benchstick.h"
+#include "bench/stickcheck.h"
 
 #include <QFile>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
+
+const QString kBackup = QStringLiteral("backup.zip");
 
 /// By their bytes: digests of large archives would keep the pods waiting for the bench.
 bool sameContent(const QString& path, const QString& other_path)
@@ -35,9 +38,11 @@ bool isWholeArchive(const QString& path)
 
 } // namespace
 
-CopyPromise::CopyPromise(const BenchFolder& folder, const BenchStick& stick)
+CopyPromise::CopyPromise(const BenchFolder& folder, const BenchStick& stick,
+                         std::function<Recordings()> erased)
     : m_folder(folder)
     , m_stick(stick)
+    , m_erased(std::move(erased))
 {
 }
 
@@ -69,17 +74,46 @@ QStringList CopyPromise::broken() const
 
 QString CopyPromise::whatIsWrong(bool stick_mounted) const
 {
-    if (m_completed == 0)
-        return isWholeArchive(m_stick.path(QStringLiteral("backup.zip")))
-                   ? QString()
-                   : QStringLiteral("the panel said copied, and backup.zip is not whole");
+    const bool backup = saysBackup();
+    if (backup && !isWholeArchive(m_stick.path(kBackup)))
+        return QStringLiteral("the panel said copied, and backup.zip is not whole");
     // The next recording may be in the archive by now, and the picture an older one.
     if (m_completed != m_completed_by_picture)
         return {};
-    if (stick_mounted)
+    if (stick_mounted && !backup)
         return QStringLiteral("the panel said copied, and the stick was still mounted");
-    if (!sameContent(m_folder.localArchives().value(m_folder.localArchives().size() - 1),
-                     m_stick.path(QStringLiteral("QVX_DATAS.cvx"))))
-        return QStringLiteral("the panel said copied, and the stick did not hold the archive");
-    return {};
+    const QString missing = whatIsMissing();
+    return missing.isEmpty() ? QString()
+                             : QStringLiteral("the panel said copied, and %1").arg(missing);
+}
+
+QString CopyPromise::whatIsMissing() const
+{
+    const Recordings erased = m_erased();
+    const QStringList lines =
+        erased.empty() ? QStringList() : undelivered(erased, readSticks(m_stick.folders()));
+    if (!lines.isEmpty())
+        return lines.first();
+    return saysBackup() || newestIsOnAStick()
+               ? QString()
+               : QStringLiteral("no stick holds the newest archive as it is");
+}
+
+/// Without a read-out since its start, the station speaks of a backup, or of what it owed.
+bool CopyPromise::saysBackup() const
+{
+    return m_completed == 0 && (m_stick.holds(kBackup) || m_erased().empty());
+}
+
+bool CopyPromise::newestIsOnAStick() const
+{
+    const QStringList archives = m_folder.localArchives();
+    QStringList unreadable;
+    if (archives.isEmpty() || readArchive(archives.last(), unreadable).size() == 1)
+        return true; // there is no recording in it
+    for (const QString& folder : m_stick.folders())
+        for (const QString& copy : archivesOnStick(folder))
+            if (sameContent(archives.last(), copy))
+                return true;
+    return false;
 }

@@ -1,18 +1,27 @@
 #pragma once
 
+#include "bench/archivecheck.h"
+
 #include <QStringList>
+
+#include <functional>
 
 class BenchFolder;
 class BenchStick;
 
-/// Holds the panel to its word: once it says "copied", the stick may be taken, so its file must be
-/// the station's newest archive, whole, and the stick unmounted; after a backup, which is said
-/// while the stick is still mounted, "backup.zip" must be whole. Owned by the bench, on its thread.
+/// Holds the panel to its word: once it says "copied", the stick may be taken, and nothing is left
+/// to be delivered. So each recording that was erased from a pod in this run is whole on one of its
+/// sticks, the station's newest archive, if it holds recordings, byte for byte, and the stick is
+/// unmounted; after a backup, which is said while the stick is still mounted, "backup.zip" is
+/// whole. Owned by the bench, on its thread.
 class CopyPromise
 {
 public:
-    /// Both must outlive it.
-    CopyPromise(const BenchFolder& folder, const BenchStick& stick);
+    using Recordings = std::vector<KnownRecording>;
+
+    /// Folder and stick must outlive it; erased: every recording that exists in no pod any more.
+    CopyPromise(const BenchFolder& folder, const BenchStick& stick,
+                std::function<Recordings()> erased);
 
     void stationStarted();
     void readoutCompleted() { ++m_completed; }
@@ -28,9 +37,13 @@ public:
 
 private:
     QString whatIsWrong(bool stick_mounted) const;
+    QString whatIsMissing() const;
+    bool saysBackup() const;
+    bool newestIsOnAStick() const;
 
     const BenchFolder& m_folder;
     const BenchStick& m_stick;
+    std::function<Recordings()> m_erased;
     int m_completed = 0; ///< read-outs since the station was started
     int m_completed_by_picture = 0;
     bool m_copied = false; ///< the last picture

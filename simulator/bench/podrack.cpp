@@ -82,10 +82,12 @@ std::vector<KnownRecording> PodRack::erasedRecordings() const
     return list;
 }
 
-KnownRecording PodRack::recordingOf(int slot, const PodSettings& pod)
+KnownRecording PodRack::recordingOf(int slot, const PodSettings& pod) const
 {
-    return {slot, recordingName(pod.udid), pod.size_bytes,
-            Recording(pod.seed, pod.size_bytes).sha256()};
+    QByteArray& digest = m_digests[{pod.seed, pod.size_bytes}]; // it takes its time
+    if (digest.isEmpty())
+        digest = Recording(pod.seed, pod.size_bytes).sha256();
+    return {slot, recordingName(pod.udid), pod.size_bytes, digest};
 }
 
 /// The bus forgets a pod when the next one takes its place.

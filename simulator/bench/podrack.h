@@ -4,7 +4,9 @@
 #include "bench/scenario.h"
 #include "usb/podbus.h"
 
+#include <QHash>
 #include <QObject>
+#include <QPair>
 
 #include <array>
 #include <optional>
@@ -50,7 +52,7 @@ private:
         bool replanned = true; ///< since the last pod was plugged in
     };
     PodSettings nextPod(int slot) const;
-    static KnownRecording recordingOf(int slot, const PodSettings& pod);
+    KnownRecording recordingOf(int slot, const PodSettings& pod) const;
     void retire(int slot);
 
     PodBus& m_bus;
@@ -58,4 +60,5 @@ private:
     std::optional<Firmware> m_firmware;
     std::array<Place, kSlotCount> m_places;
     std::vector<KnownRecording> m_erased;
+    mutable QHash<QPair<quint64, quint32>, QByteArray> m_digests; ///< by seed and size
 };

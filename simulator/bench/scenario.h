@@ -35,6 +35,13 @@ struct SetFault
 struct Stick
 {
     bool inserted;
+    std::optional<StickPlan> other; ///< put in instead of the one before
+};
+/// Bytes of nothing in front of what the station's newest archive holds: such an archive is large
+/// at once. Only while nothing is added to it.
+struct GrowArchive
+{
+    quint64 hole_bytes;
 };
 struct Touch
 {
@@ -65,9 +72,9 @@ struct Help
 };
 } // namespace verb
 
-using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::Touch,
-                          verb::Screenshot, verb::Quit, verb::StopStation, verb::KillStation,
-                          verb::RestartStation, verb::Status, verb::Help>;
+using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::GrowArchive,
+                          verb::Touch, verb::Screenshot, verb::Quit, verb::StopStation,
+                          verb::KillStation, verb::RestartStation, verb::Status, verb::Help>;
 
 /// What a step waits for: how things stand with a place's present or last pod, with all lines
 /// logged so far, with the picture last seen.
@@ -112,6 +119,7 @@ struct Expectations
 {
     SlotSet archived; ///< whose last recording must be in the archive, whole
     SlotSet erased;
+    SlotSet delivered;         ///< each recording ever erased from these places is whole on a stick
     SlotSet kept;              ///< plugged or not, their recording must still be in them
     SlotSet updated;           ///< run the scenario's firmware and refused nothing on the way
     QStringList infos_contain; ///< texts in the archive's information file
@@ -124,6 +132,7 @@ struct Expectations
     QStringList erased_archives;       ///< earlier archives that may be nowhere now
     QStringList stick_holds;
     QStringList stick_lacks;
+    QStringList stick_keeps;      ///< files of the last stick's content that are as they were
     QStringList station_lacks;    ///< names below the station's folder
     std::vector<int> panel_shown; ///< codes whose pictures were to be seen
     std::vector<int> panel_never; ///< and those that were not

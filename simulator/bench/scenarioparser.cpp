@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kPanelLeast = -2;
 constexpr int kPanelMost = 2;
+constexpr quint64 kMostHole = std::numeric_limits<quint32>::max();
 constexpr int kMost = std::numeric_limits<int>::max();
 
 QString key(const char* name)
@@ -115,9 +116,11 @@ FirmwarePlan firmwarePlanOf(const JsonPlace& place, const QString& file_name)
     return plan;
 }
 
-verb::Stick stickOf(const JsonPlace& place)
+/// As the author of the scenario's file sees the folder.
+void findFolder(StickPlan& stick, const QString& file_name)
 {
-    return {insertedOf(place)};
+    if (!stick.folder.isEmpty())
+        stick.folder = QFileInfo(file_name).dir().filePath(stick.folder);
 }
 
 verb::Plug plugOf(const JsonPlace& place, const PodPlan& usual)
@@ -170,7 +173,9 @@ QMap<QString, VerbReader> verbReaders(const PodPlan& usual)
         {key("unplug"),
          [](const JsonPlace& place) -> Verb { return verb::Unplug{place.slotSet()}; }},
         {key("fault"), setFaultOf},
-        {key("stick"), stickOf},
+        {key("stick"), stickVerbOf},
+        {key("grow archive"),
+         [](const JsonPlace& place) -> Verb { return verb::GrowArchive{place.bytes(kMostHole)}; }},
         {key("touch"), touchOf},
         {key("screenshot"), screenshotOf},
         {key("station"), stationVerbOf},
@@ -271,6 +276,18 @@ Step readStep(const JsonPlace& place, const QString& name, const PodPlan& usual)
     return step;
 }
 
+void readSteps(const JsonPlace& place, const QString& file_name, const PodPlan& usual,
+               Scenario& scenario)
+{
+    for (const JsonPlace& element : place.elements()) {
+        Step step =
+            readStep(element, QStringLiteral("step %1").arg(scenario.steps.size() + 1), usual);
+        if (auto* stick = std::get_if<verb::Stick>(&step.action); stick != nullptr && stick->other)
+            findFolder(*stick->other, file_name);
+        scenario.steps.push_back(step);
+    }
+}
+
 /// Those that note their runs; of any other nobody would know.
 QStringList toolsOf(const JsonPlace& place)
 {
@@ -288,6 +305,7 @@ Expectations readExpectations(const JsonPlace& place)
     const QMap<QString, std::function<void(const JsonPlace&)>> readers{
         {key("archived"), [&](const JsonPlace& value) { expect.archived = value.slotSet(); }},
         {key("erased"), [&](const JsonPlace& value) { expect.erased = value.slotSet(); }},
+        {key("delivered"), [&](const JsonPlace& value) { expect.delivered = value.slotSet(); }},
         {key("kept"), [&](const JsonPlace& value) { expect.kept = value.slotSet(); }},
         {key("updated"), [&](const JsonPlace& value) { expect.updated = value.slotSet(); }},
         {key("infos contain"),
@@ -305,6 +323,7 @@ Expectations readExpectations(const JsonPlace& place)
          [&](const JsonPlace& value) { expect.erased_archives = value.texts(); }},
         {key("stick holds"), [&](const JsonPlace& value) { expect.stick_holds = value.texts(); }},
         {key("stick lacks"), [&](const JsonPlace& value) { expect.stick_lacks = value.texts(); }},
+        {key("stick keeps"), [&](const JsonPlace& value) { expect.stick_keeps = value.texts(); }},
         {key("station lacks"),
          [&](const JsonPlace& value) { expect.station_lacks = value.texts(); }},
         {key("panel shown"),
@@ -355,8 +374,7 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
         readPods(file.member(key("pods")), scenario);
     if (file.has(key("stick")))
         scenario.stick = stickPlanOf(file.member(key("stick")));
-    if (!scenario.stick.folder.isEmpty()) // as the file's author sees it
-        scenario.stick.folder = QFileInfo(file_name).dir().filePath(scenario.stick.folder);
+    findFolder(scenario.stick, file_name);
     if (file.has(key("firmware")))
         scenario.firmware = firmwarePlanOf(file.member(key("firmware")), file_name);
     if (file.has(key("archives")))
@@ -365,9 +383,7 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
         scenario.download_space_bytes = sizeOf(file.member(key("download space"))).max_bytes;
     if (file.has(key("time limit")))
         scenario.time_limit = std::chrono::seconds(file.member(key("time limit")).number(1, 86400));
-    for (const JsonPlace& step : file.member(key("steps")).elements())
-        scenario.steps.push_back(
-            readStep(step, QStringLiteral("step %1").arg(scenario.steps.size() + 1), usual));
+    readSteps(file.member(key("steps")), file_name, usual, scenario);
     scenario.expect = readExpectations(file.member(key("expect")));
     if (scenario.expect.updated.any() && !scenario.firmware)
         file.refuse(QStringLiteral("'updated' is expected, but there is no 'firmware'"));

@@ -7,17 +7,24 @@
 namespace {
 const QString kMark = QStringLiteral("stick-inserted");
 const QString kLog = QStringLiteral("stick.log");
+
+StickSettings settingsOf(const StickPlan& plan)
+{
+    StickSettings settings = plan.settings;
+    for (const StickItem& item : plan.items)
+        if (item.kind == StickItem::Kind::Unreadable)
+            settings.unreadable += item.name;
+    return settings;
+}
+
 } // namespace
 
 ServedStick::ServedStick(const QString& folder, const QString& control_folder,
                          const StickPlan& plan)
     : BenchStick(folder, plan)
     , m_control(control_folder)
-    , m_settings(plan.settings)
+    , m_settings(settingsOf(plan))
 {
-    for (const StickItem& item : plan.items)
-        if (item.kind == StickItem::Kind::Unreadable)
-            m_settings.unreadable += item.name;
 }
 
 bool ServedStick::inserted() const
@@ -38,6 +45,12 @@ void ServedStick::setInserted(bool inserted)
             QStringLiteral("cannot write %1: %2").arg(mark.fileName(), mark.errorString()));
     m_leaves_by_itself = m_settings.pull_at_byte != 0;
     m_settings.pull_at_byte = 0;
+}
+
+void ServedStick::replace(const StickPlan& plan)
+{
+    beginAnother(plan);
+    m_settings = settingsOf(plan);
 }
 
 QStringList ServedStick::complaints() const

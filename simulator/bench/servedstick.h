@@ -11,6 +11,7 @@ public:
 
     bool inserted() const override;
     void setInserted(bool inserted) override;
+    void replace(const StickPlan& plan) override;
     QStringList complaints() const override;
 
 private:

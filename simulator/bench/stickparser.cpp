@@ -50,7 +50,28 @@ StickItem itemOf(const JsonPlace& content, const QString& name)
     return item;
 }
 
-} // namespace
+/// Not 0, which stands for never.
+quint64 byteOf(const JsonPlace& place)
+{
+    const quint64 byte = place.bytes(kMostBytes);
+    if (byte == 0)
+        place.refuse(QStringLiteral("a byte from 1 on is needed here"));
+    return byte;
+}
+
+void readSettings(const JsonPlace& place, StickSettings& settings)
+{
+    if (place.has(key("size")))
+        settings.size_bytes = place.member(key("size")).bytes(kMostBytes);
+    if (place.has(key("speed")))
+        settings.bytes_per_second = static_cast<quint32>(place.member(key("speed")).bytes(kMost32));
+    if (place.has(key("pull at byte")))
+        settings.pull_at_byte = byteOf(place.member(key("pull at byte")));
+    if (place.has(key("loses from byte")))
+        settings.loses_from_byte = byteOf(place.member(key("loses from byte")));
+    if (place.has(key("flips at byte")))
+        settings.flips_at_byte = byteOf(place.member(key("flips at byte")));
+}
 
 bool insertedOf(const JsonPlace& place)
 {
@@ -60,6 +81,8 @@ bool insertedOf(const JsonPlace& place)
     return state == QLatin1String("in");
 }
 
+} // namespace
+
 StickPlan stickPlanOf(const JsonPlace& place)
 {
     StickPlan plan;
@@ -68,7 +91,7 @@ StickPlan stickPlanOf(const JsonPlace& place)
         return plan;
     }
     place.allowMembers({key("inserted"), key("folder"), key("content"), key("size"), key("speed"),
-                        key("pull at byte")});
+                        key("pull at byte"), key("loses from byte"), key("flips at byte")});
     if (place.has(key("inserted")))
         plan.inserted = place.member(key("inserted")).flag();
     if (place.has(key("folder")))
@@ -78,14 +101,18 @@ StickPlan stickPlanOf(const JsonPlace& place)
         for (const QString& name : content.memberNames())
             plan.items.push_back(itemOf(content, name));
     }
-    if (place.has(key("size")))
-        plan.settings.size_bytes = place.member(key("size")).bytes(kMostBytes);
-    if (place.has(key("speed")))
-        plan.settings.bytes_per_second =
-            static_cast<quint32>(place.member(key("speed")).bytes(kMost32));
-    if (place.has(key("pull at byte")))
-        plan.settings.pull_at_byte = place.member(key("pull at byte")).bytes(kMostBytes);
+    readSettings(place, plan.settings);
     return plan;
+}
+
+verb::Stick stickVerbOf(const JsonPlace& place)
+{
+    if (!place.isObject())
+        return {insertedOf(place), std::nullopt};
+    const StickPlan other = stickPlanOf(place);
+    if (!other.inserted)
+        place.refuse(QStringLiteral("another stick is put in"));
+    return {true, other};
 }
 
 EarlierPlan earlierPlanOf(const JsonPlace& place)

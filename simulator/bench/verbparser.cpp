@@ -54,7 +54,7 @@ Verb stickOf(const Words& words, const PodPlan& /*usual*/)
     needWords(words, 1, 1);
     if (words.at(1) != QLatin1String("in") && words.at(1) != QLatin1String("out"))
         throw BadInput(QStringLiteral("write stick in or stick out"));
-    return verb::Stick{words.at(1) == QLatin1String("in")};
+    return verb::Stick{words.at(1) == QLatin1String("in"), std::nullopt};
 }
 
 Verb touchOf(const Words& words, const PodPlan& /*usual*/)

@@ -2,7 +2,9 @@
 
 #include "bench/archivecheck.h"
 #include "bench/backupcheck.h"
+#include "bench/stickcheck.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -54,17 +56,14 @@ void checkInfos(const Bench& bench, const Expectations& expect, Verdict& verdict
             verdict.problems += QStringLiteral("the archive's information lacks '%1'").arg(text);
 }
 
-void checkNothingLost(const Bench& bench, Verdict& verdict)
+void checkNothingLost(const Bench& bench, const Entries& on_sticks, Verdict& verdict)
 {
-    Entries entries;
+    Entries entries = on_sticks;
     QStringList unreadable; // a later check's business, if anybody's: only what is lost counts here
-    const QStringList local = bench.folder().localArchives();
-    for (const QString& path : local + QStringList{bench.stick().path(kExport)}) {
+    for (const QString& path : bench.folder().localArchives()) {
         const Entries more = readArchive(path, unreadable);
         entries.insert(entries.end(), more.begin(), more.end());
     }
-    const Entries backed_up = readBackedUpArchives(bench.stick().path(kBackup));
-    entries.insert(entries.end(), backed_up.begin(), backed_up.end());
     for (const KnownRecording& recording : bench.rack().erasedRecordings())
         if (!holdsRecording(entries, recording))
             verdict.problems += QStringLiteral("LOST: place %1 was erased and %2 is in no archive")
@@ -72,16 +71,40 @@ void checkNothingLost(const Bench& bench, Verdict& verdict)
                                     .arg(recording.name);
 }
 
+void checkDelivered(const Bench& bench, const Expectations& expect, const Entries& on_sticks,
+                    Verdict& verdict)
+{
+    SlotSet erased;
+    Recordings asked;
+    for (const KnownRecording& recording : bench.rack().erasedRecordings()) {
+        erased.set(recording.slot);
+        if (expect.delivered.test(recording.slot))
+            asked.push_back(recording);
+    }
+    if (const SlotSet never = expect.delivered & ~erased; never.any())
+        verdict.problems += QStringLiteral("places never erased: %1").arg(slotSetToText(never));
+    verdict.problems += undelivered(asked, on_sticks);
+}
+
+/// What the backups of all sticks hold.
+Entries readBackups(const Bench& bench)
+{
+    Entries entries;
+    QStringList unreadable; // it holds nothing
+    for (const QString& folder : bench.stick().folders()) {
+        const Entries more = readArchive(QDir(folder).filePath(kBackup), unreadable);
+        entries.insert(entries.end(), more.begin(), more.end());
+    }
+    return entries;
+}
+
 void checkEarlier(const Bench& bench, const Expectations& expect, Verdict& verdict)
 {
-    QStringList unreadable; // a fault only where a backup is expected
-    const Entries backup = readArchive(bench.stick().path(kBackup), unreadable);
     verdict.problems += checkEarlierArchives(bench.earlierArchives(), bench.folder().archives(),
-                                             backup, expect.erased_archives);
-    if (expect.backup) {
-        verdict.problems += unreadable;
-        verdict.problems += checkBackup(backup, *expect.backup, bench.earlierArchives());
-    }
+                                             readBackups(bench), expect.erased_archives);
+    if (expect.backup)
+        verdict.problems += checkBackup(readArchive(bench.stick().path(kBackup), verdict.problems),
+                                        *expect.backup, bench.earlierArchives());
 }
 
 void checkFiles(const Bench& bench, const Expectations& expect, Verdict& verdict)
@@ -99,6 +122,9 @@ void checkFiles(const Bench& bench, const Expectations& expect, Verdict& verdict
     for (const QString& name : expect.stick_lacks)
         if (bench.stick().holds(name))
             verdict.problems += QStringLiteral("the stick holds '%1'").arg(name);
+    for (const QString& name : expect.stick_keeps)
+        if (!bench.stick().keeps(name))
+            verdict.problems += QStringLiteral("the stick's '%1' is not what it was").arg(name);
     for (const QString& name : expect.station_lacks)
         if (QFileInfo::exists(bench.folder().station() + QLatin1Char('/') + name))
             verdict.problems += QStringLiteral("the station holds '%1'").arg(name);
@@ -122,7 +148,8 @@ bool leavesByItself(PodFault fault)
 
 void checkPods(const PodRack& rack, const Expectations& expect, Verdict& verdict)
 {
-    const SlotSet asked = expect.archived | expect.erased | expect.kept | expect.updated;
+    const SlotSet asked =
+        expect.archived | expect.erased | expect.delivered | expect.kept | expect.updated;
     for (int slot = 0; slot < kSlotCount; ++slot) {
         const auto pod = rack.lastPod(slot);
         if (!pod && asked.test(slot))
@@ -226,7 +253,9 @@ Verdict judge(const Bench& bench, const Expectations& expect)
     Verdict verdict;
     checkExport(bench, expect, verdict);
     checkInfos(bench, expect, verdict);
-    checkNothingLost(bench, verdict);
+    const Entries on_sticks = readSticks(bench.stick().folders());
+    checkNothingLost(bench, on_sticks, verdict);
+    checkDelivered(bench, expect, on_sticks, verdict);
     checkEarlier(bench, expect, verdict);
     checkFiles(bench, expect, verdict);
     verdict.problems += checkPanel(bench.panelShown(), expect);

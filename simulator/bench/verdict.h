@@ -19,9 +19,9 @@ struct Verdict
 };
 
 /// Holds a finished bench against its expectations. Besides those, three things must be true of
-/// every run: a recording that was erased from a pod is whole in an archive of the station or the
-/// stick; so is each of the station's earlier archives that was not to be erased; and whenever the
-/// panel said "copied", it was (CopyPromise).
+/// every run: a recording that was erased from a pod is whole in an archive of the station or of a
+/// stick of the run; so is each of the station's earlier archives that was not to be erased; and
+/// whenever the panel said "copied", it was (CopyPromise).
 Verdict judge(const Bench& bench, const Expectations& expect);
 
 /// The pictures that the panel has shown, by code, against those that it should have. Pure.

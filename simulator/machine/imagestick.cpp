@@ -30,9 +30,9 @@ ImageStick::ImageStick(const QString& folder, const StickPlan& plan, VirtualMach
     , m_size_bytes(plan.settings.size_bytes > 0 ? plan.settings.size_bytes : kUsualBytes)
 {
     if (!std::all_of(plan.items.begin(), plan.items.end(), isPlain) ||
-        plan.settings.pull_at_byte > 0)
-        throw BadInput(
-            QStringLiteral("a machine's stick holds plain files and does not leave by itself"));
+        plan.settings.pull_at_byte > 0 || plan.settings.lies())
+        throw BadInput(QStringLiteral("a machine's stick holds plain files, keeps what it is given "
+                                      "and does not leave by itself"));
 }
 
 bool ImageStick::inserted() const

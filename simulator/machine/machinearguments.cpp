@@ -52,6 +52,12 @@ public:
     {
         add("chardev", QStringLiteral("socket,id=%1,path=%2").arg(id, asValue(path)));
     }
+    /// In the order in which the kernel is to name them.
+    void disk(const QString& id, const QString& image)
+    {
+        add("drive", QStringLiteral("if=none,id=%1,format=raw,file=%2").arg(id, asValue(image)));
+        device(QStringLiteral("virtio-blk-pci,drive=%1").arg(id));
+    }
     void hub(const QString& port) { device(QStringLiteral("usb-hub,bus=usb.0,port=%1").arg(port)); }
     void redirected(const QString& id, const QString& path, const QString& port)
     {
@@ -67,6 +73,14 @@ private:
                             QStringLiteral("-no-reboot")};
 };
 
+/// For start-station.
+QString diskOption(const MachineParts& parts)
+{
+    if (!parts.write_log_image.isEmpty())
+        return QStringLiteral(" disk=recorded");
+    return parts.opt_mapped ? QStringLiteral(" disk=mapped") : QString();
+}
+
 void addComputer(CommandLine& line, const Computer& computer, const MachineParts& parts)
 {
     line.add("machine", computer.machine);
@@ -81,9 +95,10 @@ void addComputer(CommandLine& line, const Computer& computer, const MachineParts
     const QString station = parts.packages.isEmpty()
                                 ? forKernel(QStringLiteral("station"), parts.station_program)
                                 : forKernel(QStringLiteral("packages"), parts.packages);
-    line.add("append", QStringLiteral("console=%1 quiet panic=-1 mitigations=off %2 %3")
-                           .arg(computer.console,
-                                forKernel(QStringLiteral("layers"), layersOf(computer)), station));
+    line.add("append",
+             QStringLiteral("console=%1 quiet panic=-1 mitigations=off %2 %3%4")
+                 .arg(computer.console, forKernel(QStringLiteral("layers"), layersOf(computer)),
+                      station, diskOption(parts)));
 }
 
 void addScreen(CommandLine& line, const MachineParts& parts)
@@ -111,9 +126,9 @@ void addDisks(CommandLine& line, const MachineParts& parts)
     line.add("fsdev", QStringLiteral(
                           "local,id=host,path=/,security_model=none,readonly=on,multidevs=remap"));
     line.device(QStringLiteral("virtio-9p-pci,fsdev=host,mount_tag=host"));
-    line.add("drive",
-             QStringLiteral("if=none,id=opt,format=raw,file=%1").arg(asValue(parts.opt_image)));
-    line.device(QStringLiteral("virtio-blk-pci,drive=opt"));
+    line.disk(QStringLiteral("opt"), parts.opt_image);
+    if (!parts.write_log_image.isEmpty())
+        line.disk(QStringLiteral("log-writes"), parts.write_log_image);
     addStick(line, parts);
 }
 

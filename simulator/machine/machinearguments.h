@@ -15,6 +15,8 @@ struct MachineParts
     QString station_program; ///< as the machine finds it
     QString packages; ///< a folder of the host; if any, they are installed under systemd instead
     QString opt_image;
+    bool opt_mapped = false; ///< "/opt" is on /dev/mapper/opt instead, by default a linear target
+    QString write_log_image; ///< if any, that is one which logs here all that is written
     QString stick_image;
     quint32 stick_bytes_per_second = 0; ///< written to it; 0: no limit
     QString console_log;                ///< what the kernel says

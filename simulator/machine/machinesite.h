@@ -9,14 +9,23 @@
 #include "machine/optdisk.h"
 #include "machine/virtualmachine.h"
 
+/// What not every machine has.
+struct MachineExtras
+{
+    QString
+        packages; ///< the folder of those that are installed; empty: the program as it was built
+    quint64 disk_bytes = OptDisk::kUsualBytes;
+    bool disk_mapped = false;   ///< the disk's device mapper target can be exchanged by the shell
+    bool writes_logged = false; ///< all that is written to the disk, in MachineSite::writeLog()
+};
+
 /// A computer of the station's own, with a real kernel. When it is off, the bench's folders hold
 /// what is on its disk and on its stick. Throws BadInput when it cannot be made.
 class MachineSite : public Site
 {
 public:
-    /// The station is installed from the folder with packages, or else the program as it was built.
     MachineSite(const BenchSettings& settings, const Scenario& scenario, const BenchFolder& folder,
-                const Computer& computer, const QString& packages = {});
+                const Computer& computer, const MachineExtras& extras = {});
 
     PodBus& places() override { return m_machine.pods(); }
     BenchStick& stick() override { return m_stick; }
@@ -26,11 +35,15 @@ public:
     QString screenSocket() const override { return m_machine.screenSocket(); }
 
     MachineShell& shell() { return m_machine.shell(); }
+    const OptDisk& disk() const { return m_disk; }
+    /// As the kernel's dm-log-writes target has written it, see WriteLog.
+    QString writeLog() const { return m_write_log; }
 
 private:
     void unpack() const;
 
     OptDisk m_disk;
+    QString m_write_log; ///< empty: there is none
     VirtualMachine m_machine;
     MachineReport m_report;
     ImageStick m_stick;

@@ -9,7 +9,6 @@
 
 namespace {
 
-const QString kSize = QStringLiteral("2G"); // of which the image takes what is written
 const QString kStation = QStringLiteral("Corvane");
 const QString kLauncher = QStringLiteral("CorvaneLauncher");
 const QString kCopy = QStringLiteral("cp");
@@ -35,7 +34,7 @@ QStringList failures(const QByteArray& said)
     return lines;
 }
 
-/// The station's and the launcher's folder, into this one, whose name debugfs could misread.
+/// Into this folder, whose name debugfs could misread.
 void dump(const QString& image, const QString& folder)
 {
     const QString command = QStringLiteral("rdump /%1 /%2 .").arg(kStation, kLauncher);
@@ -53,7 +52,7 @@ void replace(const QString& folder, const QString& by)
 
 } // namespace
 
-OptDisk::OptDisk(const BenchFolder& folder, QString image)
+OptDisk::OptDisk(const BenchFolder& folder, QString image, quint64 size_bytes)
     : m_folder(folder)
     , m_image(std::move(image))
 {
@@ -62,7 +61,8 @@ OptDisk::OptDisk(const BenchFolder& folder, QString image)
     runTool(kCopy, {QStringLiteral("-a"), folder.launcher(), tree.filePath(kLauncher)});
     runTool(QStringLiteral("/sbin/mke2fs"),
             {QStringLiteral("-q"), QStringLiteral("-t"), QStringLiteral("ext4"),
-             QStringLiteral("-d"), tree.path(), m_image, kSize});
+             QStringLiteral("-b"), QStringLiteral("4096"), QStringLiteral("-d"), tree.path(),
+             m_image, QStringLiteral("%1k").arg(size_bytes / 1024)});
 }
 
 void OptDisk::unpack() const
@@ -71,8 +71,13 @@ void OptDisk::unpack() const
     // The disk itself stays as the loss of power left it: its journal is for the machine's kernel.
     const QString copy = work.filePath(QStringLiteral("opt.img"));
     runTool(kCopy, {QStringLiteral("--sparse=always"), m_image, copy});
-    replayJournal(copy);
-    dump(copy, work.path());
+    extract(copy, work.path());
     replace(m_folder.station(), work.filePath(kStation));
     replace(m_folder.launcher(), work.filePath(kLauncher));
+}
+
+void OptDisk::extract(const QString& image, const QString& folder)
+{
+    replayJournal(image);
+    dump(image, folder);
 }

@@ -108,6 +108,8 @@ MachineParts VirtualMachine::parts() const
     if (!installsStation())
         parts.station_program = m_settings.computer.pathOf(m_settings.station_program);
     parts.opt_image = m_settings.opt_image;
+    parts.opt_mapped = m_settings.opt_mapped;
+    parts.write_log_image = m_settings.write_log_image;
     parts.stick_image = m_settings.stick_image;
     parts.stick_bytes_per_second = m_settings.stick_bytes_per_second;
     parts.console_log = m_settings.console_log;

@@ -19,6 +19,8 @@ struct MachineSettings
     Computer computer;
     QString station_program;
     QString opt_image;                  ///< an ext4 file system, which outlives the machine's power
+    bool opt_mapped = false;            ///< see MachineParts
+    QString write_log_image;            ///< see MachineParts
     QString stick_image;                ///< must be there when the machine starts
     quint32 stick_bytes_per_second = 0; ///< written to it; 0: no limit
     QString console_log;                ///< what the kernel says

@@ -130,7 +130,9 @@ int Medium::writePiece(int fd, const char* data, size_t length_bytes, off_t offs
     if (offset >= limit)
         return -ENOSPC;
     const auto fitting = std::min<quint64>(length_bytes, limit - offset);
-    const ssize_t written = ::pwrite(fd, data, fitting, offset_bytes);
+    const ssize_t written =
+        lies() ? ::pwrite(fd, kept(data, fitting, offset).constData(), fitting, offset_bytes)
+               : ::pwrite(fd, data, fitting, offset_bytes);
     if (written < 0)
         return -errno;
     m_used_bytes += roomOfOpen(fd) - room_before;
@@ -139,6 +141,21 @@ int Medium::writePiece(int fd, const char* data, size_t length_bytes, off_t offs
     if (m_settings.pull_at_byte != 0 && m_written_bytes >= m_settings.pull_at_byte)
         m_mark.pull();
     return static_cast<int>(written);
+}
+
+/// What a lying stick makes of these bytes.
+QByteArray Medium::kept(const char* data, quint64 length_bytes, quint64 offset_bytes) const
+{
+    QByteArray bytes(data, static_cast<int>(length_bytes));
+    const quint64 end = offset_bytes + length_bytes;
+    if (const quint64 lost = m_settings.loses_from_byte; lost != 0 && lost < end) {
+        const auto from = static_cast<int>(std::max(lost, offset_bytes) - offset_bytes);
+        std::fill(bytes.begin() + from, bytes.end(), '\0');
+    }
+    const quint64 flipped = m_settings.flips_at_byte;
+    if (flipped != 0 && flipped >= offset_bytes && flipped < end)
+        bytes.data()[flipped - offset_bytes] ^= 1;
+    return bytes;
 }
 
 size_t Medium::pieceBytes(size_t length_bytes) const

@@ -22,6 +22,7 @@ public:
     /// The folder's descriptor; -1 when it cannot be opened.
     int folder() const { return m_folder.get(); }
     bool pulled() const { return m_mark.pulled(); }
+    bool lies() const { return m_settings.lies(); }
 
     /// Takes an open file in; known by its descriptor until close().
     quint64 open(UniqueFd file, const char* path);
@@ -53,6 +54,7 @@ private:
 
     quint64 roomOf(const char* path) const;
     int writePiece(int fd, const char* data, size_t length_bytes, off_t offset_bytes);
+    QByteArray kept(const char* data, quint64 length_bytes, quint64 offset_bytes) const;
     size_t pieceBytes(size_t length_bytes) const;
     quint64 freeBytes() const;
     void pass(size_t length_bytes);

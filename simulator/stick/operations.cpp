@@ -41,8 +41,11 @@ int onMedium(Call call)
     return medium().pulled() ? -EIO : call(medium());
 }
 
-void* init(fuse_conn_info* /*connection*/, fuse_config* config)
+void* init(fuse_conn_info* connection, fuse_config* config)
 {
+    // As with a real stick, the system's cache has what was written: a lie shows only past it.
+    if (medium().lies())
+        connection->want &= ~FUSE_CAP_AUTO_INVAL_DATA;
     // Nothing is remembered: a pull shows at once, and so does what the bench does to the folder.
     config->entry_timeout = 0;
     config->attr_timeout = 0;
@@ -115,6 +118,7 @@ int openPath(const char* path, int flags, mode_t mode, fuse_file_info* file)
         if (!fd)
             return -errno;
         file->fh = stick.open(std::move(fd), below(path));
+        file->keep_cache = stick.lies() ? 1 : 0;
         return (flags & O_TRUNC) != 0 ? stick.truncate(file->fh, 0) : 0;
     });
 }

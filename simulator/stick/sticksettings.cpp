@@ -20,6 +20,8 @@ QByteArray StickSettings::toText() const
         {QStringLiteral("size"), decimal(size_bytes)},
         {QStringLiteral("speed"), decimal(bytes_per_second)},
         {QStringLiteral("pull at byte"), decimal(pull_at_byte)},
+        {QStringLiteral("loses from byte"), decimal(loses_from_byte)},
+        {QStringLiteral("flips at byte"), decimal(flips_at_byte)},
         {QStringLiteral("unreadable"), QJsonArray::fromStringList(unreadable)},
     };
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
@@ -32,6 +34,8 @@ StickSettings StickSettings::fromText(const QByteArray& text)
     settings.size_bytes = object[QStringLiteral("size")].toString().toULongLong();
     settings.bytes_per_second = object[QStringLiteral("speed")].toString().toUInt();
     settings.pull_at_byte = object[QStringLiteral("pull at byte")].toString().toULongLong();
+    settings.loses_from_byte = object[QStringLiteral("loses from byte")].toString().toULongLong();
+    settings.flips_at_byte = object[QStringLiteral("flips at byte")].toString().toULongLong();
     for (const auto& name : object[QStringLiteral("unreadable")].toArray())
         settings.unreadable += name.toString();
     return settings;

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 
@@ -30,6 +29,12 @@ PutBack putBack(const UndoRecord& undo)
         storage::writeAllAt(fd.get(), undo.tail_offset, undo.tail.constData(), undo.tail.size()) &&
         storage::syncFile(fd.get()) && readback::holds(fd.get(), undo.tail_offset, undo.tail);
     return done ? PutBack::Done : PutBack::Failed;
+}
+
+/// Gone, or something else of that name.
+bool isNoFile(int error)
+{
+    return error == ENOENT || error == EINVAL || error == EISDIR;
 }
 
 /// A disk that is not mounted yet looks like this, too.
@@ -66,10 +71,28 @@ Recovery recoverWaiting(bool keep_for_later)
     return result != PutBack::Failed && undofile::blank() ? Recovery::Clean : Recovery::Waiting;
 }
 
+bool isWhole(const QString& archive)
+{
+    const UniqueFd fd = storage::openRegular(archive, O_RDONLY);
+    return fd && zipdirectory::read(fd.get());
+}
+
+/// An archive that is whole was never changed, or was given up by hand: nothing may be put back
+/// over what came into it since.
+void recoverSetAside()
+{
+    const auto record = undofile::loadSetAside();
+    if (!record || mayComeLater(record->archive_path))
+        return;
+    if (isWhole(record->archive_path) || putBack(*record) != PutBack::Failed)
+        undofile::removeSetAside();
+}
+
 } // namespace
 
 bool ArchiveAddition::recover()
 {
+    recoverSetAside();
     return recoverWaiting(true) != Recovery::Waiting;
 }
 
@@ -98,9 +121,8 @@ AdditionResult ArchiveAddition::begin()
                                                                   : AdditionResult::Failed);
     m_fd = storage::openRegular(m_undo.archive_path, O_RDWR);
     if (!m_fd)
-        return AdditionResult::of(errno == ENOENT || errno == EINVAL
-                                      ? AdditionResult::ArchiveUnusable
-                                      : AdditionResult::Failed);
+        return AdditionResult::of(isNoFile(errno) ? AdditionResult::ArchiveUnusable
+                                                  : AdditionResult::Failed);
     m_undo.old_size_bytes = m_size_bytes = storage::sizeOf(m_fd.get());
     const auto directory = zipdirectory::find(m_fd.get());
     if (!directory)
@@ -140,11 +162,13 @@ qint64 ArchiveAddition::readAt(qint64 offset, char* data, qint64 maxBytes) const
 {
     if (m_protected)
         return -1;
-    if (offset < m_undo.tail_offset)
-        return ::pread(m_fd.get(), data, size_t(maxBytes), offset);
-    const QByteArray part = m_undo.tail.mid(int(offset - m_undo.tail_offset), int(maxBytes));
-    std::copy(part.cbegin(), part.cend(), data);
-    return part.size();
+    // In one piece: the library takes a short answer for the end.
+    const qint64 before = std::clamp<qint64>(m_undo.tail_offset - offset, 0, maxBytes);
+    std::fill_n(data, before, '\0');
+    const qint64 at = offset + before - m_undo.tail_offset;
+    const QByteArray part = m_undo.tail.mid(int(at), int(maxBytes - before));
+    std::copy(part.cbegin(), part.cend(), data + before);
+    return before + part.size();
 }
 
 bool ArchiveAddition::writeAt(qint64 offset, const QByteArray& data)
@@ -154,6 +178,7 @@ bool ArchiveAddition::writeAt(qint64 offset, const QByteArray& data)
     m_full = !fits(offset + data.size());
     m_protected = m_protected || (!m_full && undofile::store(m_undo));
     m_failed = m_full || !m_protected || !put(offset, data);
+    m_error = m_failed ? errno : 0;
     m_size_bytes = std::max(m_size_bytes, m_end_offset);
     return !m_failed;
 }
@@ -170,8 +195,10 @@ bool ArchiveAddition::put(qint64 offset, const QByteArray& data)
         m_head.replace(int(in_head), data.size(), data);
         return true;
     }
-    if (offset != m_end_offset)
+    if (offset != m_end_offset) {
+        errno = ESPIPE;
         return false;
+    }
     m_body.add(data);
     m_end_offset += data.size();
     return storage::writeAllAt(m_fd.get(), offset, data.constData(), data.size());
@@ -179,7 +206,10 @@ bool ArchiveAddition::put(qint64 offset, const QByteArray& data)
 
 AdditionResult ArchiveAddition::failure() const
 {
-    return AdditionResult::of(m_full ? AdditionResult::ArchiveFull : AdditionResult::Failed);
+    if (m_full)
+        return {AdditionResult::ArchiveFull};
+    return m_failed ? AdditionResult{AdditionResult::Failed, m_error}
+                    : AdditionResult::of(AdditionResult::Failed);
 }
 
 AdditionResult ArchiveAddition::commit(const std::optional<quint32>& entry_crc32)

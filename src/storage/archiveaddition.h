@@ -44,7 +44,8 @@ public:
     /// Logs an archive that has no room for so many bytes more.
     bool hasRoomFor(qint64 bytes) const { return fits(m_size_bytes + bytes); }
 
-    /// Before the first write only; -1 for an error.
+    /// The end of the archive, from memory; before that, zeros: an addition concerns nothing else.
+    /// Before the first write only; -1 afterwards.
     qint64 readAt(qint64 offset, char* data, qint64 maxBytes) const;
 
     /// The first write begins where the directory does; each other one goes on where the last one
@@ -86,5 +87,6 @@ private:
     bool m_protected = false;
     bool m_failed = false;
     bool m_full = false;
+    int m_error = 0; ///< of the write that failed
     bool m_committed = false;
 };

@@ -15,6 +15,11 @@ QString path()
     return QStringLiteral("addition.undo");
 }
 
+QString pathAside()
+{
+    return path() + QStringLiteral(".unreadable");
+}
+
 UniqueFd open(int flags)
 {
     return storage::openRegular(path(), flags);
@@ -49,6 +54,9 @@ Loaded load(UndoRecord& record)
     const auto bytes = storage::readRange(fd.get(), 0, storage::sizeOf(fd.get()));
     if (!bytes)
         return failed();
+    // A record of earlier, from wherever it comes, would take back what was acknowledged since.
+    if (!readback::holds(fd.get(), 0, *bytes))
+        return Loaded::Unknown;
     const auto waiting = UndoRecord::decode(*bytes);
     if (!waiting)
         return Loaded::Nothing;
@@ -77,7 +85,20 @@ bool blank()
 
 bool setAside()
 {
-    return storage::replaceFile(path(), path() + QStringLiteral(".unreadable"));
+    return storage::replaceFile(path(), pathAside());
+}
+
+std::optional<UndoRecord> loadSetAside()
+{
+    const UniqueFd fd = storage::openRegular(pathAside(), O_RDONLY);
+    const auto bytes =
+        fd ? storage::readRange(fd.get(), 0, storage::sizeOf(fd.get())) : std::nullopt;
+    return bytes ? UndoRecord::decode(*bytes) : std::nullopt;
+}
+
+void removeSetAside()
+{
+    storage::removeFile(pathAside());
 }
 
 } // namespace undofile

@@ -2,6 +2,8 @@
 
 #include "storage/undorecord.h"
 
+#include <optional>
+
 /// The side file that holds the one UndoRecord of the addition under way. It lies in the working
 /// directory, outside the folders that a start wipes, and stays there between additions; eight zero
 /// bytes in place of the magic say that none is under way. Used by ArchiveAddition alone, on its
@@ -25,5 +27,8 @@ bool blank();
 
 /// Renames a side file that cannot be read, so that the next record has a place.
 bool setAside();
+/// The record of such a one: after another start, the disk may give it after all.
+std::optional<UndoRecord> loadSetAside();
+void removeSetAside();
 
 } // namespace undofile

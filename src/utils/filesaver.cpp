@@ -100,18 +100,18 @@ QString FileSaver::pathOf(const QString& name) const
 
 QString FileSaver::nameAfter(const QString& last)
 {
-    if (last.isEmpty())
-        return numbered(0, m_file_extension);
     // Deliberately the name with its extension, which is no number: only a series of files without
     // an extension ever starts over.
     if (last.toLongLong() > kLastNumber) {
         wipe();
         return numbered(0, m_file_extension);
     }
-    // A foreign name that sorts last, or that no number can follow, counts as 0: an archive that is
-    // there is never replaced.
+    // A foreign name that sorts last counts as 0, and so does one that no number can follow: what
+    // is there is never replaced.
     const qint64 last_number = last.chopped(m_file_extension.size()).toLongLong();
     qint64 number = last_number < std::numeric_limits<qint64>::max() ? last_number + 1 : 1;
+    if (last.isEmpty())
+        number = 0;
     while (QFile::exists(pathOf(numbered(number, m_file_extension))))
         ++number;
     return numbered(number, m_file_extension);

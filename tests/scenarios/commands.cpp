@@ -1,8 +1,5 @@
-#include "bench/scenarioparser.h"
-#include "bench/scenariorunner.h"
-#include "bench/verdict.h"
+#include "support/playedscenario.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
 /// What the command files on a stick may hold, and what may be there in their place: each row is
@@ -53,22 +50,6 @@ QByteArray outcome(const QByteArray& erased, const QByteArray& left)
     return "\"erased archives\": " + archives(erased) + ", \"local archives\": " + archives(left);
 }
 
-QString playedToItsEnd(const QByteArray& json)
-{
-    const Scenario scenario = parseScenario(json, QStringLiteral("commands"), PodPlan());
-    BenchSettings settings;
-    settings.station_program = QStringLiteral(CORVANE_STATION_PROGRAM);
-    Bench bench(settings, scenario);
-    ScenarioRunner runner(bench, scenario, ScenarioRunner::Mode::Unattended);
-    const QSignalSpy finished(&runner, &ScenarioRunner::finished);
-    runner.start();
-    while (finished.isEmpty()) // ends at the scenario's time limit
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    Verdict verdict = judge(bench, scenario.expect);
-    verdict.problems = runner.problems() + verdict.problems;
-    return verdict.good() ? QString() : summary(bench, verdict);
-}
-
 } // namespace
 
 void Commands::areObeyed_data()
@@ -114,7 +95,7 @@ void Commands::areObeyed_data()
 void Commands::areObeyed()
 {
     QFETCH(QByteArray, json);
-    const QString problems = playedToItsEnd(json);
+    const QString problems = playedToItsEnd(json, QStringLiteral("commands"));
     QVERIFY2(problems.isEmpty(), qPrintable(problems));
 }
 

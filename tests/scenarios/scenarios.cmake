@@ -1,8 +1,8 @@
 # Each scenario plays the real station at the bench to its end; the bench judges it.
 foreach(scenario IN ITEMS
-    backup backupfull backuppower backuppulled bounce diskfull erasedfirst export exportfull
-    faults firmware firmwareescaped firmwareunheard powerloss quit sharedname sizes stick stop
-    updatemarker)
+    archivefull backup backupfull backuplies backuppower backuppulled bounce copykilled copypulled
+    diskfull emptypod erasedfirst export exportfull faults firmware firmwareescaped firmwareunheard
+    powerloss quit sharedname sizes stick sticklies stop toosmall updatemarker)
   add_test(NAME scenario_${scenario}
     COMMAND corvane-sim --once --scenario ${CMAKE_CURRENT_LIST_DIR}/${scenario}.json)
   set_tests_properties(scenario_${scenario} PROPERTIES
@@ -21,6 +21,10 @@ corvane_add_test(scenario_churn SOURCES scenarios/churn.cpp LIBRARIES corvane_be
 target_compile_definitions(scenario_churn
   PRIVATE CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>")
 
-corvane_add_test(scenario_commands SOURCES scenarios/commands.cpp LIBRARIES corvane_bench)
-target_compile_definitions(scenario_commands
-  PRIVATE CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>")
+# Made of parts, played as the files are.
+foreach(scenario IN ITEMS commands starts)
+  corvane_add_test(scenario_${scenario}
+    SOURCES scenarios/${scenario}.cpp support/playedscenario.cpp LIBRARIES corvane_bench)
+  target_compile_definitions(scenario_${scenario}
+    PRIVATE CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>")
+endforeach()

@@ -25,6 +25,8 @@ FaultyRun FaultyRun::of(const QStringList& steps, const QString& folder, const Q
     FaultyRun run;
     run.answers = QString::fromLatin1(driver.readAllStandardOutput());
     run.killed = driver.exitStatus() == QProcess::CrashExit;
-    run.calls = testfiles::contentOf(count).trimmed().toInt();
+    const QList<QByteArray> counts = testfiles::contentOf(count).trimmed().split(' ');
+    run.calls = counts.value(0).toInt();
+    run.reads = counts.value(1).toInt();
     return run;
 }

@@ -10,6 +10,7 @@ struct FaultyRun
     QString answers; ///< a y or an n for each step that came to its end
     bool killed = false;
     int calls = 0; ///< of the storage; 0 when killed
+    int reads = 0; ///< of its files, likewise
 
     /// Below `folder` the storage is faulty; `spare` is an empty folder beside what it strikes, of
     /// the same file system.

@@ -1,17 +1,21 @@
 /*
- * Preloaded into a program, makes the storage below one folder fail or lose power. Every write,
- * truncation, flush, rename, removal and creating open below the folder is counted; the plan says
- * what happens at which.
+ * Preloaded into a program, makes the storage below one folder fail, lie or lose power. Every
+ * write, truncation, flush, rename, removal and creating open below the folder is counted, and so
+ * is, by itself, every read of a file; the plan says what happens at which.
  *
  *   FAULTYSTORAGE_DIR    the folder, without links or a slash at its end
  *   FAULTYSTORAGE_PLAN   "5:eio,9:kill": at call 5 ..., at call 9 ...; "5+:eio": from call 5 on.
  *                        eio, enospc: the call fails and does nothing; folder: with eio, when it
- *                        is a folder's flush; short: a write takes half;
- *                        kill: the process dies in place of the call
- *   FAULTYSTORAGE_LOST   what a kill takes of the changes that were not flushed: none (the program
- *                        died, the machine lives on), all, last, first, or torn: half of the last
+ *                        is a folder's flush; listing: when a folder is listed, which is not
+ *                        counted; short: a write takes half; drop: it says yes and does nothing;
+ *                        kill: the process dies in place of the call.
+ *                        "r3:zeros": read 3 gives zeros, with "r3+" each one from there on; flip:
+ * one bit in its middle is another; stale: what was there before the last write to it; eio: it
+ * fails FAULTYSTORAGE_LOST   what a kill takes of the changes that were not flushed: none (the
+ * program died, the machine lives on), all, last, first, or torn: half of the last
  *   FAULTYSTORAGE_SPARE  an empty folder of the same file system, to keep removed files in
- *   FAULTYSTORAGE_COUNT  a file outside the folder that gets the number of calls at the end
+ *   FAULTYSTORAGE_COUNT  a file outside the folder that gets the numbers of calls and of reads at
+ *                        the end
  *
  * A file's bytes are on the storage once the file was flushed, its name once its folder was: what
  * the standard promises, and no more. For one thread; system calls are made directly, so that a
@@ -29,6 +33,8 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
+#include <dirent.h>
+#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <limits.h>
@@ -62,6 +68,7 @@ enum { MAX_CHANGES = 512 };
 static struct change* changes[MAX_CHANGES];
 static int change_count;
 static int call_count;
+static int read_count;
 static int spare_count;
 
 static const char* setting(const char* name)
@@ -144,7 +151,7 @@ static struct change* record_bytes(enum kind kind, int fd)
         abort();
     change->before_size = info.st_size;
     change->before = malloc((size_t)info.st_size + 1);
-    if (pread(change->fd, change->before, (size_t)info.st_size, 0) != info.st_size)
+    if (syscall(SYS_pread64, change->fd, change->before, info.st_size, 0) != info.st_size)
         abort();
     return change;
 }
@@ -256,27 +263,45 @@ static void die(void)
 
 /* --- the plan --- */
 
-/* The errno to fail with, 0 to go on, -1 for half a write. fd: what is written or flushed, or -1.
+/* What the plan says of a call: ":eio" and so on, or nothing. */
+static const char* planned(int is_read, int count)
+{
+    for (const char* step = setting("FAULTYSTORAGE_PLAN"); step; step = strchr(step, ',')) {
+        char* kind = NULL;
+        step += *step == ',';
+        if ((*step == 'r') != is_read)
+            continue;
+        const long at = strtol(step + is_read, &kind, 10);
+        const int applies = *kind == '+' ? count >= at : count == at;
+        kind += *kind == '+';
+        if (applies && *kind == ':')
+            return kind;
+    }
+    return "";
+}
+
+static int says(const char* kind, const char* what)
+{
+    return strncmp(kind, what, strlen(what)) == 0;
+}
+
+enum { HALF = -1, DROPPED = -2 };
+
+/* The errno to fail with, 0 to go on, or one of the above. fd: what is written or flushed, or -1.
  */
 static int next_fault(int fd)
 {
     struct stat info;
-    ++call_count;
-    for (const char* step = setting("FAULTYSTORAGE_PLAN"); step; step = strchr(step, ',')) {
-        char* kind = NULL;
-        step += *step == ',';
-        const long at = strtol(step, &kind, 10);
-        const int applies = *kind == '+' ? call_count >= at : call_count == at;
-        kind += *kind == '+';
-        if (!applies || *kind != ':')
-            continue;
-        if (strncmp(kind, ":kill", 5) == 0)
-            die();
-        if (strncmp(kind, ":folder", 7) == 0)
-            return fd >= 0 && fstat(fd, &info) == 0 && S_ISDIR(info.st_mode) ? EIO : 0;
-        return strncmp(kind, ":eio", 4) == 0 ? EIO : strncmp(kind, ":enospc", 7) == 0 ? ENOSPC : -1;
-    }
-    return 0;
+    const char* kind = planned(0, ++call_count);
+    if (says(kind, ":kill"))
+        die();
+    if (says(kind, ":folder"))
+        return fd >= 0 && fstat(fd, &info) == 0 && S_ISDIR(info.st_mode) ? EIO : 0;
+    if (says(kind, ":eio"))
+        return EIO;
+    if (says(kind, ":enospc"))
+        return ENOSPC;
+    return says(kind, ":short") ? HALF : says(kind, ":drop") ? DROPPED : 0;
 }
 
 /* -1 with errno set when the call is to fail. */
@@ -291,7 +316,7 @@ static int fails(int fd)
 __attribute__((destructor)) static void tell_count(void)
 {
     char text[32];
-    const int size = snprintf(text, sizeof text, "%d\n", call_count);
+    const int size = snprintf(text, sizeof text, "%d %d\n", call_count, read_count);
     const int fd = real_open(setting("FAULTYSTORAGE_COUNT"), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     if (fd >= 0)
         write_at(fd, text, (size_t)size, 0);
@@ -308,31 +333,36 @@ static int is_fd_below(int fd)
 
 /* --- the calls --- */
 
-/* How much of a write is to be done, -1 with errno set for none of it. */
-static ssize_t allowed(int fd, const void* data, size_t size, off_t offset)
+/* As pwrite; -1 with errno set. */
+static ssize_t faulty_write(int fd, const void* data, size_t size, off_t offset)
 {
-    if (!is_fd_below(fd))
-        return (ssize_t)size;
-    const int fault = next_fault(fd);
+    const int fault = is_fd_below(fd) ? next_fault(fd) : 0;
     if (fault > 0) {
         errno = fault;
         return -1;
     }
-    size = fault < 0 && size > 1 ? size / 2 : size;
-    record_write(fd, data, size, offset);
-    return (ssize_t)size;
+    if (fault == DROPPED)
+        return (ssize_t)size;
+    size = fault == HALF && size > 1 ? size / 2 : size;
+    if (is_fd_below(fd))
+        record_write(fd, data, size, offset);
+    return syscall(SYS_pwrite64, fd, data, size, offset);
 }
 
 ssize_t write(int fd, const void* data, size_t size)
 {
-    const ssize_t part = allowed(fd, data, size, lseek(fd, 0, SEEK_CUR));
-    return part < 0 ? -1 : syscall(SYS_write, fd, data, part);
+    const off_t offset = lseek(fd, 0, SEEK_CUR);
+    if (offset < 0) /* a pipe */
+        return syscall(SYS_write, fd, data, size);
+    const ssize_t written = faulty_write(fd, data, size, offset);
+    if (written > 0)
+        lseek(fd, offset + written, SEEK_SET);
+    return written;
 }
 
 ssize_t pwrite(int fd, const void* data, size_t size, off_t offset)
 {
-    const ssize_t part = allowed(fd, data, size, offset);
-    return part < 0 ? -1 : syscall(SYS_pwrite64, fd, data, part, offset);
+    return faulty_write(fd, data, size, offset);
 }
 
 ssize_t pwrite64(int fd, const void* data, size_t size, off64_t offset)
@@ -398,6 +428,77 @@ int unlink(const char* path)
         keep_spare(full, change->spare);
     }
     return (int)syscall(SYS_unlinkat, AT_FDCWD, path, 0);
+}
+
+/* What these bytes were before the last write to any of them. */
+static void make_stale(int fd, char* data, size_t size, off_t offset)
+{
+    struct stat info;
+    if (fstat(fd, &info) != 0)
+        abort();
+    for (int i = change_count - 1; i >= 0; --i) {
+        const struct change* change = changes[i];
+        struct stat changed;
+        if (change->kind != WRITTEN || fstat(change->fd, &changed) != 0 ||
+            changed.st_ino != info.st_ino || change->offset + (off_t)change->size <= offset ||
+            change->offset >= offset + (off_t)size)
+            continue;
+        for (size_t at = 0; at < size; ++at) {
+            const off_t from = offset + (off_t)at;
+            data[at] = '\0';
+            if (from < change->before_size)
+                data[at] = change->before[from];
+        }
+        return;
+    }
+}
+
+/* -1 with errno set when the plan says so; else what was read, or what the plan makes of it. */
+static ssize_t faulty_read(int fd, char* data, ssize_t got, off_t offset)
+{
+    if (got <= 0 || !is_fd_below(fd))
+        return got;
+    const char* kind = planned(1, ++read_count);
+    if (says(kind, ":eio")) {
+        errno = EIO;
+        return -1;
+    }
+    if (says(kind, ":zeros"))
+        memset(data, 0, (size_t)got);
+    else if (says(kind, ":flip"))
+        data[got / 2] ^= 1;
+    else if (says(kind, ":stale"))
+        make_stale(fd, data, (size_t)got, offset);
+    return got;
+}
+
+ssize_t read(int fd, void* data, size_t size)
+{
+    const off_t offset = lseek(fd, 0, SEEK_CUR);
+    return faulty_read(fd, data, syscall(SYS_read, fd, data, size), offset);
+}
+
+ssize_t pread(int fd, void* data, size_t size, off_t offset)
+{
+    return faulty_read(fd, data, syscall(SYS_pread64, fd, data, size, offset), offset);
+}
+
+ssize_t pread64(int fd, void* data, size_t size, off64_t offset)
+{
+    return pread(fd, data, size, offset);
+}
+
+DIR* opendir(const char* path)
+{
+    DIR* (*real)(const char*) = NULL;
+    char full[PATH_MAX];
+    resolve(path, full);
+    if (is_below(full) && says(planned(0, 1), ":listing")) {
+        errno = EIO;
+        return NULL;
+    }
+    *(void**)&real = dlsym(RTLD_NEXT, "opendir"); /* as the standard of dlsym() has it */
+    return real(path);
 }
 
 static int open_below(const char* full, int flags, mode_t mode)

@@ -42,6 +42,9 @@ bool run(const QStringList& step)
     const QString& verb = step.at(0);
     if (verb == QLatin1String("add"))
         return ZipUtils::addFile(step.at(1), step.at(2));
+    // As a recording, of which the checksum is known.
+    if (verb == QLatin1String("record"))
+        return ZipUtils::addRecording(step.at(1), step.at(2), step.at(3).toUInt()).added();
     if (verb == QLatin1String("create"))
         return ZipUtils::createZip(step.at(1));
     if (verb == QLatin1String("begin"))

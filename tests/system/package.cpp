@@ -2,13 +2,13 @@
 #include "bench/verdict.h"
 #include "machine/machineshell.h"
 #include "machine/machinesite.h"
+#include "support/machinecommand.h"
 #include "system/testedcomputer.h"
 #include "usb/usbaddress.h"
 
 #include <QtTest>
 
 #include <memory>
-#include <optional>
 
 /// The station as a board has it: installed from its packages, then started by systemd with the
 /// board. Leaves a picture of its screen, installed.png, in the folder where it runs.
@@ -33,7 +33,6 @@ private:
     bool comesTrue(const Condition& condition);
     bool startsAgain();
     void plug(int slot);
-    QString failed(const QString& command);
 
     std::unique_ptr<Bench> m_bench;
     MachineSite* m_site = nullptr; ///< the bench's
@@ -91,22 +90,9 @@ void Package::plug(int slot)
     m_bench->perform(verb::Plug{slotSetOf(slot), {}});
 }
 
-/// What the machine's shell said to it when it failed; empty when all was well.
-QString Package::failed(const QString& command)
-{
-    const auto result = std::make_shared<std::optional<MachineShell::Result>>();
-    m_site->shell().run(command, [result](const MachineShell::Result& what) { *result = what; });
-    const bool answered = QTest::qWaitFor([&] { return result->has_value(); },
-                                          int(std::chrono::milliseconds(kLimit).count()));
-    if (answered && (*result)->exit_code == 0)
-        return {};
-    const QStringList said = answered ? (*result)->lines : QStringList(QStringLiteral("no answer"));
-    return command + QStringLiteral(": ") + said.join(QLatin1Char('\n'));
-}
-
 #define VERIFY_IN_MACHINE(command)                                                                 \
     do {                                                                                           \
-        const QString failure = failed(QStringLiteral(command));                                   \
+        const QString failure = failureOf(m_site->shell(), QStringLiteral(command));               \
         QVERIFY2(failure.isEmpty(), qPrintable(failure));                                          \
     } while (false)
 
@@ -114,8 +100,9 @@ void Package::install()
 {
     BenchSettings settings;
     settings.make_site = [this](const auto& of_bench, const auto& scenario, const auto& folder) {
-        auto site = std::make_unique<MachineSite>(
-            of_bench, scenario, folder, testedcomputer::computer(), testedcomputer::packages());
+        auto site =
+            std::make_unique<MachineSite>(of_bench, scenario, folder, testedcomputer::computer(),
+                                          MachineExtras{testedcomputer::packages()});
         m_site = site.get();
         return site;
     };
@@ -136,10 +123,10 @@ void Package::archive()
     m_bench->perform(verb::Screenshot{QStringLiteral("installed.png")});
     VERIFY_IN_MACHINE("find /opt/Corvane/datas -type f -exec sha256sum {} + >/packages/recordings");
     const QString device = UsbAddress(UsbAddress::portsOfSlot(kAfterInstallation), 0).portPath();
-    const QString failure =
-        failed(QStringLiteral("udevadm info --query=property /sys/bus/usb/devices/1-%1 | "
-                              "grep -x ID_MM_DEVICE_IGNORE=1")
-                   .arg(device));
+    const QString failure = failureOf(
+        m_site->shell(), QStringLiteral("udevadm info --query=property /sys/bus/usb/devices/1-%1 | "
+                                        "grep -x ID_MM_DEVICE_IGNORE=1")
+                             .arg(device));
     QVERIFY2(failure.isEmpty(), qPrintable(failure));
 }
 

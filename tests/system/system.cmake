@@ -11,10 +11,11 @@ foreach(scenario IN ITEMS
   set_tests_properties(system_${name} PROPERTIES ${alone})
 endforeach()
 
-# Played on a desk's computer, or on the board that CORVANE_BOARD says.
+# Played on a desk's computer, or on the board that CORVANE_BOARD says. Further arguments: more
+# sources.
 function(corvane_add_system_test name)
   add_executable(system_${name} ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/${name}.cpp
-    ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/testedcomputer.cpp)
+    ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/testedcomputer.cpp ${ARGN})
   target_include_directories(system_${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_link_libraries(system_${name} PRIVATE corvane_machine corvane_warnings Qt5::Test)
   target_compile_definitions(system_${name} PRIVATE
@@ -27,9 +28,15 @@ function(corvane_add_system_test name)
 endfunction()
 corvane_add_system_test(launcherreplacement)
 corvane_add_system_test(optdisk)
-corvane_add_system_test(package)
+corvane_add_system_test(package support/machinecommand.cpp)
 corvane_add_system_test(powercuts)
 
+corvane_add_system_test(writelog support/diskstates.cpp support/machinecommand.cpp)
+target_compile_definitions(system_writelog
+  PRIVATE CORVANE_STORAGE_DRIVER="$<TARGET_FILE:faultystorage_driver>")
+add_dependencies(system_writelog faultystorage_driver)
+
+corvane_add_system_test(lyingdisk support/machinecommand.cpp)
 add_test(NAME packages COMMAND ${CMAKE_SOURCE_DIR}/scripts/package --if-changed
   CONFIGURATIONS system)
 set_tests_properties(packages PROPERTIES FIXTURES_SETUP packages)

@@ -59,6 +59,7 @@ class BenchInputTest : public QObject
 private Q_SLOTS:
     void readsExpectations();
     void readsEveryEventOfAStep();
+    void readsWhatStepsDo();
     void namesPlaceAndFaultOfABadScenario_data();
     void namesPlaceAndFaultOfABadScenario();
     void passesNothingOver_data();
@@ -82,7 +83,8 @@ void BenchInputTest::readsExpectations()
                    "erased archives": ["0000000001.cvx"], "log contains": ["said"],
                    "log lacks": ["unsaid"], "infos contain": ["Serial"], "panel shown": [-2],
                    "panel never": [1], "station lacks": ["version"], "never run": ["mount"],
-                   "stick holds": ["a"], "stick lacks": ["b", "c"]}})");
+                   "stick holds": ["a"], "stick lacks": ["b", "c"], "stick keeps": ["d"],
+                   "delivered": "4-5"}})");
     const Expectations& expect = scenario.expect;
     const auto texts = [](const char* text) { return QStringList(QString::fromLatin1(text)); };
     QCOMPARE(expect.archived, slotSetFromText(QStringLiteral("0,2")));
@@ -105,6 +107,8 @@ void BenchInputTest::readsExpectations()
     QCOMPARE(expect.never_run, texts("mount"));
     QCOMPARE(expect.stick_holds, texts("a"));
     QCOMPARE(expect.stick_lacks, texts("b") + texts("c"));
+    QCOMPARE(expect.stick_keeps, texts("d"));
+    QCOMPARE(expect.delivered, slotSetFromText(QStringLiteral("4-5")));
 }
 
 /// A step that waits for less than it says would come too early.
@@ -121,6 +125,21 @@ void BenchInputTest::readsEveryEventOfAStep()
                                    {Kind::Panel, -1},      {Kind::StickBytes, 9}, {Kind::Ended, 0},
                                    {Kind::StickMounted, 1}};
     QCOMPARE(numbers, expected);
+}
+
+void BenchInputTest::readsWhatStepsDo()
+{
+    const Scenario scenario =
+        parse(withSteps(R"({"stick": "out"}, {"stick": {"loses from byte": 7, "folder": "f",
+            "flips at byte": "1K"}}, {"grow archive": "4000M"})"));
+    QVERIFY(!std::get<verb::Stick>(scenario.steps.at(0).action).inserted);
+    const auto stick = std::get<verb::Stick>(scenario.steps.at(1).action);
+    QVERIFY(stick.inserted);
+    QCOMPARE(stick.other->folder, QStringLiteral("./f")); // as the scenario's author sees it
+    QCOMPARE(stick.other->settings.loses_from_byte, quint64(7));
+    QCOMPARE(stick.other->settings.flips_at_byte, quint64(1024));
+    const auto grow = std::get<verb::GrowArchive>(scenario.steps.at(2).action);
+    QCOMPARE(grow.hole_bytes, quint64(4000) << 20);
 }
 
 void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
@@ -151,6 +170,8 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
         "demo.json: stick.content.../x: that is no name in the stick's root");
     row("stick item", R"({"stick": {"content": {"x": {"size": 1, "link": "y"}}})" + kTail,
         "demo.json: stick.content.x: one of size, folder, link, unreadable is needed here");
+    row("stick of a step", withSteps(R"({"stick": {"inserted": false}})"),
+        "demo.json: steps[0].stick: another stick is put in");
     row("flag", R"({"pods": [{"slots": 1, "plugged": 1}])" + kTail,
         "demo.json: pods[0].plugged: true or false is needed here");
     row("two verbs", withSteps(R"({"plug": 1, "unplug": 2})"),
@@ -186,6 +207,8 @@ void BenchInputTest::passesNothingOver_data()
         "demo.json: pods[0].unplug at byte: the recording may have fewer bytes");
     row("updated", R"({"name": "t", "steps": [], "expect": {"updated": 1}})",
         "demo.json: 'updated' is expected, but there is no 'firmware'");
+    row("a stick that never lies", R"({"stick": {"loses from byte": 0})" + kTail,
+        "demo.json: stick.loses from byte: a byte from 1 on is needed here");
     row("two firmwares", R"({"firmware": {"file": "a", "size": 1})" + kTail,
         "demo.json: firmware: one of file, size is needed here");
     row("firmware too large", R"({"firmware": {"size": "2M"})" + kTail,

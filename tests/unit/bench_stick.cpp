@@ -24,6 +24,7 @@ private Q_SLOTS:
     void showsWhatIsOnIt();
     void isFullWhenItIs();
     void losesWhatComesAfterItsByte();
+    void keepsNotWhatItWasGiven();
     void failsOncePulledByHand();
     void isRefusedToUnmountWhileBusy();
 
@@ -46,6 +47,13 @@ int writeError(const UniqueFd& file, const QByteArray& bytes)
 {
     const ssize_t written = ::write(file.get(), bytes.constData(), size_t(bytes.size()));
     return written == bytes.size() ? 0 : (written < 0 ? errno : EAGAIN);
+}
+
+QByteArray contentOf(const UniqueFd& file)
+{
+    QByteArray bytes(100000, '\0');
+    bytes.resize(int(::pread(file.get(), bytes.data(), size_t(bytes.size()), 0)));
+    return bytes;
 }
 
 int syncError(const UniqueFd& file)
@@ -165,6 +173,29 @@ void BenchStickTest::losesWhatComesAfterItsByte()
     QCOMPARE(*m_stick->bytesOf(QStringLiteral("a")), qint64(1500000));
     QVERIFY(!open("b", O_WRONLY | O_CREAT));
     QCOMPARE(errno, EIO);
+}
+
+/// It says yes to everything, and the system's cache has every byte: only reading past the cache
+/// tells.
+void BenchStickTest::keepsNotWhatItWasGiven()
+{
+    StickPlan plan;
+    plan.settings.loses_from_byte = 10000;
+    plan.settings.flips_at_byte = 5000;
+    mount(plan);
+    const QByteArray bytes(20480, 'x'); // whole pages, which the cache keeps
+    {
+        const UniqueFd file = open("a", O_WRONLY | O_CREAT);
+        QCOMPARE(writeError(file, bytes.left(8192)), 0);
+        QCOMPARE(writeError(file, bytes.mid(8192)), 0);
+        QCOMPARE(syncError(file), 0);
+    }
+    const UniqueFd file = open("a", O_RDONLY);
+    QCOMPARE(contentOf(file), bytes);
+    QCOMPARE(::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED), 0);
+    QByteArray kept = QByteArray(10000, 'x') + QByteArray(10480, '\0');
+    kept[5000] = 'x' ^ 1;
+    QCOMPARE(contentOf(file), kept);
 }
 
 void BenchStickTest::failsOncePulledByHand()

@@ -5,6 +5,7 @@
 #include "bench/podrack.h"
 #include "bench/servedstick.h"
 #include "bench/stationlog.h"
+#include "bench/stickcheck.h"
 #include "bench/verdict.h"
 #include "usb/usbbus.h"
 
@@ -61,6 +62,7 @@ private Q_SLOTS:
     void findsUnexpectedLines();
     void keepsAccountOfPods();
     void holdsThePanelToItsWord();
+    void looksAtEveryStick();
     void judgesEveryRunOfTheStation();
 };
 
@@ -226,19 +228,23 @@ void BenchVerdictTest::holdsThePanelToItsWord()
     const BenchFolder folder(kept.path());
     const ServedStick stick(folder.stick(), folder.control(), {});
     QVERIFY_EXCEPTION_THROWN(BenchFolder(kept.path()), BadInput); // holds an earlier run
-    CopyPromise backup(folder, stick);
+    std::vector<KnownRecording> erased;
+    const auto all_erased = [&erased] { return erased; };
+    CopyPromise backup(folder, stick, all_erased);
     backup.pictureSeen(true, true);
     QCOMPARE(backup.broken().size(), 1);
     writeArchive(stick.path(QStringLiteral("backup.zip")), {kInfos});
-    CopyPromise whole_backup(folder, stick);
+    CopyPromise whole_backup(folder, stick, all_erased);
     whole_backup.pictureSeen(true, true);
     QCOMPARE(whole_backup.broken(), QStringList());
 
     const QString copy = stick.path(QStringLiteral("QVX_DATAS.cvx"));
     QVERIFY(QDir().mkdir(folder.archives()));
-    writeArchive(folder.archives() + QStringLiteral("/0000000001.cvx"), {kInfos});
-    writeArchive(copy, {{kInfos.first, "Serial number: 2"}});
-    CopyPromise archive(folder, stick);
+    const QPair<QString, QByteArray> a{QStringLiteral("A.ozu"), "aaaa"};
+    writeArchive(folder.archives() + QStringLiteral("/0000000001.cvx"), {kInfos, a});
+    writeArchive(copy, {{kInfos.first, "Serial number: 2"}, a}); // the recording, not the archive
+    erased.push_back(recording(0, a.first, a.second));
+    CopyPromise archive(folder, stick, all_erased);
     archive.readoutCompleted();
     archive.pictureSeen(true, false); // may be older than what the archive holds by now
     QCOMPARE(archive.broken(), QStringList());
@@ -248,7 +254,7 @@ void BenchVerdictTest::holdsThePanelToItsWord()
     archive.pictureSeen(false, false); // work went on right after the copy
     QCOMPARE(archive.broken(), QStringList());
     archive.pictureSeen(true, false);
-    writeArchive(copy, {kInfos});
+    writeArchive(copy, {kInfos, a});
     archive.pictureSeen(true, false); // too late
     archive.pictureSeen(false, false);
     QCOMPARE(archive.broken().size(), 1);
@@ -258,12 +264,58 @@ void BenchVerdictTest::holdsThePanelToItsWord()
     QCOMPARE(archive.broken().size(), 2);
 }
 
+/// A run may have several sticks, and what was owed is on whichever was there.
+void BenchVerdictTest::looksAtEveryStick()
+{
+    const QTemporaryDir kept;
+    const BenchFolder folder(kept.path());
+    StickPlan plan;
+    plan.items = {{QStringLiteral("mine.txt"), StickItem::Kind::Text, QStringLiteral("x"), 0}};
+    ServedStick stick(folder.stick(), folder.control(), {});
+    const QString owed = QStringLiteral("QVX_DATAS_0004A3123456_0000000000");
+    writeArchive(stick.path(owed + QStringLiteral(".cvx")),
+                 {kInfos, {QStringLiteral("A.ozu"), "aaaa"}});
+    writeArchive(stick.path(QStringLiteral(".hidden.cvx")),
+                 {kInfos, {QStringLiteral("D.ozu"), "dddd"}});
+    stick.replace(plan);
+    QVERIFY(stick.keeps(QStringLiteral("mine.txt")) && stick.lacks(owed + QStringLiteral(".cvx")));
+    writeArchive(stick.path(owed + QStringLiteral("_1.cvx")),
+                 {kInfos, {QStringLiteral("B.ozu"), "bbbb"}});
+    const QString inner = kept.filePath(QStringLiteral("inner"));
+    writeArchive(inner, {kInfos, {QStringLiteral("C.ozu"), "cccc"}});
+    QFile backed_up(inner);
+    QVERIFY(backed_up.open(QIODevice::ReadOnly));
+    writeArchive(stick.path(QStringLiteral("backup.zip")),
+                 {{QStringLiteral("datas_1.cvx"), backed_up.readAll()}});
+    stick.replace({});
+    QVERIFY(!stick.keeps(QStringLiteral("mine.txt")));
+    std::vector<KnownRecording> recordings;
+    for (const char* letter : {"A", "B", "C", "D"})
+        recordings.push_back(recording(0, QString::fromLatin1(letter) + QStringLiteral(".ozu"),
+                                       QByteArray(letter).toLower().repeated(4)));
+    QCOMPARE(undelivered(recordings, readSticks(stick.folders())),
+             QStringList(QStringLiteral("D.ozu of place 0 is on no stick")));
+
+    bool at_work = false;
+    CopyPromise promise(folder, stick, [&] {
+        return at_work ? recordings
+                       : std::vector<KnownRecording>(recordings.begin(), recordings.begin() + 3);
+    });
+    promise.pictureSeen(true, false); // what was owed, by an idle station
+    QCOMPARE(promise.broken(), QStringList());
+    promise.pictureSeen(true, false);
+    at_work = true;
+    promise.endedAsCopied();
+    QCOMPARE(promise.broken().size(), 1);
+}
+
 void BenchVerdictTest::judgesEveryRunOfTheStation()
 {
     BenchSettings settings;
     settings.station_program = QStringLiteral("/bin/false");
     Bench bench(settings, plainScenario({}, {}, false, {}));
-    QVERIFY_EXCEPTION_THROWN(bench.perform(verb::Stick{false}), BadInput); // it is out
+    QVERIFY_EXCEPTION_THROWN(bench.perform(verb::Stick{false, {}}), BadInput); // it is out
+    QVERIFY_EXCEPTION_THROWN(bench.perform(verb::GrowArchive{1}), BadInput);   // there is none
     const QSignalSpy ended(&bench.station(), &Station::ended);
     bench.start();
     QTRY_COMPARE(ended.count(), 1);
@@ -271,6 +323,8 @@ void BenchVerdictTest::judgesEveryRunOfTheStation()
     QTRY_COMPARE(ended.count(), 2);
     Expectations expect;
     expect.kept = slotSetOf(3);
+    expect.delivered = slotSetOf(4);
+    expect.stick_keeps = QStringList(QStringLiteral("photo"));
     expect.station_lacks = QStringList(QStringLiteral("version"));
     expect.exit_code = 1;
     const QStringList problems = judge(bench, expect).problems;
@@ -278,6 +332,8 @@ void BenchVerdictTest::judgesEveryRunOfTheStation()
         QStringLiteral("a run of the station before the last ended with exit code 1")));
     QVERIFY(problems.contains(QStringLiteral("place 3 never had a pod")));
     QVERIFY(problems.contains(QStringLiteral("the station holds 'version'")));
+    QVERIFY(problems.contains(QStringLiteral("places never erased: 4")));
+    QVERIFY(problems.contains(QStringLiteral("the stick's 'photo' is not what it was")));
 }
 
 QTEST_GUILESS_MAIN(BenchVerdictTest)

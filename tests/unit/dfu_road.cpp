@@ -316,7 +316,6 @@ void DfuRoad::silentWorkerIsOverruled()
     HeldWorker worker(station, 0);
     station.report(first, kLeft);
     station.report(next, kArrived);
-    station.inSlot(0, tellToRestart);
     QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
     QCOMPARE(station.device(0).get(), next.get());
 

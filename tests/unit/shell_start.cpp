@@ -1,4 +1,5 @@
 #include "stationlock.h"
+#include "support/testfiles.h"
 
 #include <QDir>
 #include <QProcess>
@@ -16,6 +17,7 @@ class Start : public QObject
 private Q_SLOTS:
     void isRefusedWithoutScreen();
     void isRefusedBesideAnotherStation();
+    void clearsNothingThatIsNotItsOwn();
 };
 
 namespace {
@@ -26,17 +28,24 @@ struct Run
     QByteArray log;
 };
 
+/// In a root where the folder is at that path.
+void start(QProcess& station, const QDir& folder, const QString& at, const char* platform)
+{
+    station.setProcessChannelMode(QProcess::MergedChannels);
+    station.start(QStringLiteral("bwrap"),
+                  {QStringLiteral("--unshare-user"), QStringLiteral("--unshare-pid"),
+                   QStringLiteral("--die-with-parent"), QStringLiteral("--ro-bind"),
+                   QStringLiteral("/"), QStringLiteral("/"), QStringLiteral("--tmpfs"),
+                   QStringLiteral("/opt"), QStringLiteral("--tmpfs"), QStringLiteral("/media"),
+                   QStringLiteral("--bind"), folder.path(), at, QStringLiteral("--chdir"), at,
+                   QStringLiteral("--setenv"), QStringLiteral("QT_QPA_PLATFORM"),
+                   QLatin1String(platform), QStringLiteral(CORVANE_STATION_PROGRAM)});
+}
+
 Run startIn(const QDir& folder, const char* platform)
 {
     QProcess station;
-    station.setProcessChannelMode(QProcess::MergedChannels);
-    station.start(QStringLiteral("bwrap"),
-                  {QStringLiteral("--unshare-user"), QStringLiteral("--die-with-parent"),
-                   QStringLiteral("--ro-bind"), QStringLiteral("/"), QStringLiteral("/"),
-                   QStringLiteral("--tmpfs"), QStringLiteral("/opt"), QStringLiteral("--bind"),
-                   folder.path(), QStringLiteral("/opt/Corvane"), QStringLiteral("--setenv"),
-                   QStringLiteral("QT_QPA_PLATFORM"), QLatin1String(platform),
-                   QStringLiteral(CORVANE_STATION_PROGRAM)});
+    start(station, folder, QStringLiteral("/opt/Corvane"), platform);
     const bool ended = station.waitForFinished();
     const int exit_code = ended ? station.exitCode() : -1;
     station.kill();
@@ -87,6 +96,34 @@ void Start::isRefusedBesideAnotherStation()
     other.reset();
     QVERIFY(StationLock().held());
     QVERIFY(QDir::setCurrent(QDir::rootPath()));
+}
+
+/// Without its installation it stays where it was started.
+void Start::clearsNothingThatIsNotItsOwn()
+{
+    const QTemporaryDir root;
+    const QDir folder(root.path());
+    const QStringList files = {QStringLiteral("tmp/letter"), QStringLiteral("dfu/letter"),
+                               QStringLiteral("tmp_back/letter"), QStringLiteral("backup.zip")};
+    for (const QString& name : files) {
+        QVERIFY(folder.mkpath(QFileInfo(name).path()));
+        QVERIFY(testfiles::write(folder.filePath(name), "somebody's"));
+    }
+    QVERIFY(folder.mkdir(QStringLiteral("datas")));
+    for (int i = 0; i < 30; ++i)
+        QVERIFY(testfiles::write(folder.filePath(QStringLiteral("datas/letter%1").arg(i)), "x"));
+
+    QProcess station;
+    start(station, folder, QStringLiteral("/opt/elsewhere"), "offscreen");
+    QByteArray log;
+    while (!log.contains("Current zip") && station.waitForReadyRead())
+        log += station.readAll();
+    station.kill();
+    station.waitForFinished();
+    QVERIFY2(log.contains("Setting working dir, success: false"), log);
+    for (const QString& name : files)
+        QCOMPARE(testfiles::contentOf(folder.filePath(name)), QByteArray("somebody's"));
+    QVERIFY(QDir(folder.filePath(QStringLiteral("datas"))).entryList(QDir::Files).size() >= 30);
 }
 
 QTEST_GUILESS_MAIN(Start)

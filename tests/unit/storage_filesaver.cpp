@@ -83,6 +83,7 @@ void StorageFileSaver::nextName_data()
     QTest::newRow("nothing") << last << 0 << "datas/0000000042.cvx";
     QTest::newRow("damaged") << last << -1 << "datas/0000000042.cvx";
     QTest::newRow("ten nines") << "9999999999.cvx" << 2 << "datas/10000000000.cvx";
+    QTest::newRow("nineteen digits") << "9223372036854775807.cvx" << 2 << "datas/0000000001.cvx";
     QTest::newRow("no number") << "notes.txt" << -1 << "datas/0000000001.cvx";
     QTest::newRow("name shorter than the extension") << "z" << -1 << "datas/0000000001.cvx";
 }

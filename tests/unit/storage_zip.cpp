@@ -56,6 +56,7 @@ private slots:
     void refusedAdditionsChangeNothing();
     void archivesEndAtFourGigabytes();
 
+    void everyAlignment();
     void packagesAreUnpacked();
     void hostilePackagesAreRefused_data();
     void hostilePackagesAreRefused();
@@ -193,6 +194,21 @@ void StorageZip::archivesEndAtFourGigabytes()
     QCOMPARE(file.readAll(), ends.mid(directoryAt));
     QVERIFY(ZipUtils::addFile(kArchive, QStringLiteral("small")));
     QCOMPARE(ZipUtils::listFiles(kArchive).size(), 2);
+}
+
+/// Wherever the directory begins within its block of the storage.
+void StorageZip::everyAlignment()
+{
+    QVERIFY(ZipUtils::createZip(kArchive));
+    QByteArray content(700, Qt::Uninitialized);
+    QRandomGenerator(1).generate(content.begin(), content.end());
+    QVERIFY(write(QStringLiteral("x"), content));
+    constexpr int kFiles = 60;
+    for (int i = 0; i < kFiles; ++i)
+        QVERIFY(ZipUtils::addFile(kArchive, QStringLiteral("x"), QString::number(i)));
+    QVERIFY(ZipUtils::extractZip(kArchive, QStringLiteral("out")));
+    for (int i = 0; i < kFiles; ++i)
+        QCOMPARE(contentOf(QStringLiteral("out/%1").arg(i)), content);
 }
 
 void StorageZip::packagesAreUnpacked()
