@@ -47,11 +47,13 @@ double secondsOf(BoardRun& run, const QString& commands)
 {
     // The second line of "times" is the children's: 0m1.23s 0m0.45s.
     const QString children =
-        run.ask(QStringLiteral("sh -c '%1 >/dev/null; times'").arg(commands)).value(1);
+        run.ask(QStringLiteral("sh -c '{ %1; } >/dev/null; times'").arg(commands)).value(1);
     double seconds = 0;
     for (const QString& part : children.split(QLatin1Char(' ')))
         seconds += part.section(QLatin1Char('m'), 0, 0).toDouble() * 60 +
                    part.section(QLatin1Char('m'), 1).chopped(1).toDouble();
+    if (seconds <= 0)
+        throw std::runtime_error("the board's shell did not tell the time of its children");
     return seconds;
 }
 

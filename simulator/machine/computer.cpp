@@ -10,7 +10,7 @@ namespace {
 /// Links are not followed again in the computer, where they would lead elsewhere.
 QString folderIn(const QString& folder, const char* name)
 {
-    const QString path = QFileInfo(QDir(folder).filePath(QLatin1String(name))).canonicalFilePath();
+    QString path = QFileInfo(QDir(folder).filePath(QLatin1String(name))).canonicalFilePath();
     if (path.isEmpty())
         throw BadInput(QStringLiteral("%1 is no board; scripts/board makes one").arg(folder));
     return path;
@@ -78,7 +78,7 @@ QString Computer::pathOf(const QString& file) const
             folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
         if (folder.isEmpty() || !path.startsWith(below))
             continue;
-        const QString there = QLatin1Char('/') + path.mid(below.size());
+        QString there = QLatin1Char('/') + path.mid(below.size());
         refuseHidden(there);
         return there;
     }

@@ -32,7 +32,7 @@ constexpr int kCommentBytesAt = 32;
 constexpr int kAttributesAt = 38;
 constexpr quint32 kEncryptedFlag = 1;
 
-/// Twice the largest that the station makes: while it is looked at, it is in a small board's memory.
+/// Twice the largest that the station makes; a small board's memory has to hold it.
 constexpr qint64 kMaxDirectoryBytes = qint64(16) * 1024 * 1024;
 
 QByteArray endSignature()
