@@ -2,6 +2,7 @@
 pkg_check_modules(USBREDIRPARSER REQUIRED IMPORTED_TARGET libusbredirparser-0.5)
 
 add_library(corvane_machine STATIC
+  machine/computer.cpp
   machine/imagestick.cpp
   machine/machinearguments.cpp
   machine/machinekernel.cpp

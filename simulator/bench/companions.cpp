@@ -19,6 +19,11 @@ QString companions::stationProgram()
     return below(QStringLiteral("corvane"));
 }
 
+QString companions::stationOfBoard(const QString& folder)
+{
+    return folder + QStringLiteral("/program/usr/" CORVANE_PRIVATE_FOLDER "/corvane");
+}
+
 QString companions::stickProgram()
 {
     return below(QStringLiteral("corvane-stick"));

@@ -8,6 +8,8 @@ namespace companions {
 
 /// The station itself; the command line can name another.
 QString stationProgram();
+/// That of a board which scripts/board has made ready in the folder.
+QString stationOfBoard(const QString& folder);
 /// The file system server behind the station's stick.
 QString stickProgram();
 /// `blkid`, `mount` and `umount` as the station finds them, and its first process.

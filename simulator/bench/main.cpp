@@ -106,6 +106,13 @@ int playWithPerson(Bench& bench, const Scenario& scenario, const PodPlan& usual)
     return 0; // how the station ended, the prompt has said
 }
 
+SiteMaker siteOf(const Options& options)
+{
+    if (!options.board_folder.isEmpty())
+        return machineMaker(Computer::board(options.board_folder));
+    return options.machine ? machineMaker(Computer::desk()) : SiteMaker(makePrivateRoot);
+}
+
 int run(const Options& options)
 {
     needPrograms(options.machine);
@@ -114,8 +121,7 @@ int run(const Options& options)
     const Display display = displayOf(options);
     Interruption interruption; // first: the bench makes folders that are not to be left behind
     Bench bench({QFileInfo(options.station_program).absoluteFilePath(), options.kept_folder,
-                 options.seed, display == Display::Window, options.verbose,
-                 options.machine ? SiteMaker(makeMachine) : SiteMaker(makePrivateRoot)},
+                 options.seed, display == Display::Window, options.verbose, siteOf(options)},
                 scenario);
     tellOfFirmware(bench.firmware());
     QObject::connect(&interruption, &Interruption::requested, &bench, [&bench] {

@@ -19,8 +19,7 @@ const std::vector<NeededProgram>& neededPrograms(bool machine)
 {
     static const std::vector<NeededProgram> in_private_root{{"bwrap", "bubblewrap"},
                                                             {"socat", "socat"}};
-    static const std::vector<NeededProgram> in_machine{{"qemu-system-x86_64", "qemu-system-x86"},
-                                                       {"busybox", "busybox-static"},
+    static const std::vector<NeededProgram> in_machine{{"busybox", "busybox-static"},
                                                        {"modprobe", "kmod"},
                                                        {"udevadm", "udev"},
                                                        {"mke2fs", "e2fsprogs"},
@@ -39,11 +38,15 @@ bool isInstalled(const QString& program)
 
 } // namespace
 
+void needProgram(const QString& program, const QString& debian_package)
+{
+    if (!isInstalled(program))
+        throw BadInput(QStringLiteral("%1 is not installed: it is in the Debian package %2")
+                           .arg(program, debian_package));
+}
+
 void needPrograms(bool machine)
 {
     for (const NeededProgram& program : neededPrograms(machine))
-        if (!isInstalled(QString::fromLatin1(program.name)))
-            throw BadInput(
-                QStringLiteral("%1 is not installed: it is in the Debian package %2")
-                    .arg(QLatin1String(program.name), QLatin1String(program.debian_package)));
+        needProgram(QLatin1String(program.name), QLatin1String(program.debian_package));
 }

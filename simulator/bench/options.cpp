@@ -29,6 +29,7 @@ void addOptions(QCommandLineParser& parser)
     add("station", "The station program (usual: the one that came with the bench).", "PATH");
     add("scenario", "Play a scenario file.", "FILE");
     add("machine", "Run the station in a virtual machine, with a kernel of its own.", "");
+    add("board", "Run it in the board that scripts/board has made ready.", "DIR");
     add("firmware", "Put an update package with this image onto the stick.", "FILE");
     add("once", "Play to the end without a person, check everything, and exit 0 if it is right.",
         "");
@@ -64,6 +65,14 @@ Display displayOf(const QCommandLineParser& parser)
     if (kind == option("none"))
         return Display::None;
     throw BadInput(QStringLiteral("--display is auto, window, vnc or none, not '%1'").arg(kind));
+}
+
+QString stationOf(const QCommandLineParser& parser)
+{
+    if (parser.isSet(option("station")))
+        return parser.value(option("station"));
+    return parser.isSet(option("board")) ? companions::stationOfBoard(parser.value(option("board")))
+                                         : companions::stationProgram();
 }
 
 PodPlan usualPodOf(const QCommandLineParser& parser)
@@ -106,7 +115,10 @@ void refuseContradictions(const QCommandLineParser& parser)
     if (parser.isSet(option("screenshot")) && !parser.isSet(option("once")))
         throw BadInput(
             QStringLiteral("--screenshot belongs to --once; at the prompt, type screenshot"));
-    if (parser.isSet(option("machine")) && displayOf(parser) == Display::Window)
+    if (both("machine", "board"))
+        throw BadInput(QStringLiteral("--board is a machine already: no --machine"));
+    if ((parser.isSet(option("machine")) || parser.isSet(option("board"))) &&
+        displayOf(parser) == Display::Window)
         throw BadInput(QStringLiteral("the machine's screen is for a viewer: no --display window"));
     if (parser.isSet(option("once")) && displayOf(parser) == Display::Window)
         throw BadInput(QStringLiteral("--once looks at the screen itself: no --display window"));
@@ -129,10 +141,10 @@ Options parseOptions(const QStringList& arguments)
     options.usual_pod = usualPodOf(parser);
     options.stick = stickOf(parser);
     options.display = displayOf(parser);
-    options.station_program = parser.isSet(option("station")) ? parser.value(option("station"))
-                                                              : companions::stationProgram();
+    options.board_folder = parser.value(option("board"));
+    options.station_program = stationOf(parser);
     options.scenario_file = parser.value(option("scenario"));
-    options.machine = parser.isSet(option("machine"));
+    options.machine = parser.isSet(option("machine")) || !options.board_folder.isEmpty();
     options.firmware_file = parser.value(option("firmware"));
     options.once = parser.isSet(option("once"));
     options.screenshot_file = parser.isSet(option("screenshot"))

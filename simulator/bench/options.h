@@ -24,6 +24,7 @@ struct Options
     QString station_program;
     QString scenario_file;
     bool machine = false;  ///< the station has a computer of its own
+    QString board_folder;  ///< which is the board that was made ready there; empty: a desk's
     QString firmware_file; ///< empty: none
     bool once = false;
     QString screenshot_file;

@@ -25,14 +25,18 @@ QString forKernel(const QString& name, const QString& path)
     return QStringLiteral("%1=\"%2\"").arg(name, path);
 }
 
-/// Where the machine's root has something of its own.
-void refuseHidden(const QString& path)
+/// The folders of the host that lie over each other as the machine's root, the uppermost first, as
+/// its first program mounts them.
+QString layersOf(const Computer& computer)
 {
-    for (const char* folder : {"/dev/", "/media/", "/opt/", "/proc/", "/run/", "/sys/"})
-        if (path.startsWith(QLatin1String(folder)))
-            throw BadInput(
-                QStringLiteral("%1: a machine has a %2 of its own, where it cannot find this")
-                    .arg(path, QLatin1String(folder)));
+    QStringList layers;
+    for (const QString& folder : {computer.program_folder, computer.root}) {
+        if (folder.contains(QLatin1Char(':')) || folder.contains(QLatin1Char(',')))
+            throw BadInput(QStringLiteral("%1: a machine's root has no such name").arg(folder));
+        if (!folder.isEmpty())
+            layers += QStringLiteral("/host") + folder;
+    }
+    return layers.join(QLatin1Char(':'));
 }
 
 class CommandLine
@@ -77,21 +81,24 @@ QString diskOption(const MachineParts& parts)
     return parts.opt_mapped ? QStringLiteral(" disk=mapped") : QString();
 }
 
-void addComputer(CommandLine& line, const MachineParts& parts)
+void addComputer(CommandLine& line, const Computer& computer, const MachineParts& parts)
 {
-    line.add("machine", QStringLiteral("q35"));
-    line.add("accel", QStringLiteral("tcg,thread=multi"));
-    line.add("smp", QStringLiteral("2"));
-    line.add("m", QStringLiteral("1024"));
+    line.add("machine", computer.machine);
+    line.add("cpu", computer.processor);
+    line.add("accel", computer.accelerator);
+    line.add("smp", QString::number(computer.processors));
+    line.add("m", QString::number(computer.memory_mebibytes));
+    if (!computer.instruction_clock.isEmpty())
+        line.add("icount", computer.instruction_clock);
     line.add("kernel", parts.kernel_image);
     line.add("initrd", parts.initramfs);
-    if (parts.packages.isEmpty())
-        refuseHidden(parts.station_program);
     const QString station = parts.packages.isEmpty()
                                 ? forKernel(QStringLiteral("station"), parts.station_program)
                                 : forKernel(QStringLiteral("packages"), parts.packages);
-    line.add("append", QStringLiteral("console=ttyS0 quiet panic=-1 mitigations=off %1%2")
-                           .arg(station, diskOption(parts)));
+    line.add("append",
+             QStringLiteral("console=%1 quiet panic=-1 mitigations=off %2 %3%4")
+                 .arg(computer.console, forKernel(QStringLiteral("layers"), layersOf(computer)),
+                      station, diskOption(parts)));
 }
 
 void addScreen(CommandLine& line, const MachineParts& parts)
@@ -128,7 +135,7 @@ void addDisks(CommandLine& line, const MachineParts& parts)
 void addLines(CommandLine& line, const MachineParts& parts)
 {
     line.add("chardev", QStringLiteral("file,id=console,path=%1").arg(asValue(parts.console_log)));
-    line.device(QStringLiteral("isa-serial,chardev=console"));
+    line.add("serial", QStringLiteral("chardev:console"));
     line.device(QStringLiteral("virtio-serial-pci"));
     line.add("chardev", QStringLiteral("file,id=log,path=/dev/stdout"));
     line.device(QStringLiteral("virtserialport,chardev=log,name=log"));
@@ -154,10 +161,10 @@ void addUsb(CommandLine& line, const MachineParts& parts)
 
 } // namespace
 
-QStringList machineArguments(const MachineParts& parts)
+QStringList machineArguments(const Computer& computer, const MachineParts& parts)
 {
     CommandLine line;
-    addComputer(line, parts);
+    addComputer(line, computer, parts);
     addScreen(line, parts);
     addDisks(line, parts);
     addLines(line, parts);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "machine/computer.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -10,8 +12,8 @@ struct MachineParts
 {
     QString kernel_image;
     QString initramfs;
-    QString station_program; ///< on the root that host and machine share
-    QString packages;        ///< a folder there; if any, they are installed under systemd instead
+    QString station_program; ///< as the machine finds it
+    QString packages; ///< a folder of the host; if any, they are installed under systemd instead
     QString opt_image;
     bool opt_mapped = false; ///< "/opt" is on /dev/mapper/opt instead, by default a linear target
     QString write_log_image; ///< if any, that is one which logs here all that is written
@@ -27,4 +29,4 @@ struct MachineParts
 
 /// The command line of QEMU. The station's log is the process's standard output. Throws BadInput
 /// for a path that a machine cannot be told, or would find something else behind.
-QStringList machineArguments(const MachineParts& parts);
+QStringList machineArguments(const Computer& computer, const MachineParts& parts);

@@ -1,6 +1,7 @@
 #include "machine/machinekernel.h"
 
 #include "bench/badinput.h"
+#include "machine/computer.h"
 
 #include <QDir>
 #include <QFile>
@@ -50,8 +51,10 @@ QVersionNumber numbersOf(QString version)
 
 } // namespace
 
-MachineKernel MachineKernel::installed(const QString& boot, const QString& modules)
+MachineKernel MachineKernel::installed(const Computer& computer)
 {
+    const QString boot = QDir(computer.root).filePath(QStringLiteral("boot"));
+    const QString modules = QDir(computer.root).filePath(QStringLiteral("lib/modules"));
     QStringList versions;
     for (const QString& name :
          QDir(boot).entryList({kPrefix + QLatin1Char('*')}, QDir::Files | QDir::Readable))
@@ -63,6 +66,6 @@ MachineKernel MachineKernel::installed(const QString& boot, const QString& modul
         if (driversOf(QDir(modules).filePath(version)).contains(neededDrivers()))
             return {QDir(boot).filePath(kPrefix + version), version};
     throw BadInput(QStringLiteral("%1 has no kernel with all drivers that the machine needs; the "
-                                  "Debian package linux-image-amd64 has one")
-                       .arg(boot));
+                                  "Debian package %2 has one")
+                       .arg(boot, computer.kernel_package));
 }

@@ -21,11 +21,12 @@ QString makeWriteLog(const BenchFolder& folder)
 } // namespace
 
 MachineSite::MachineSite(const BenchSettings& settings, const Scenario& scenario,
-                         const BenchFolder& folder, const MachineExtras& extras)
+                         const BenchFolder& folder, const Computer& computer,
+                         const MachineExtras& extras)
     : m_disk(folder, QDir(folder.path()).filePath(QStringLiteral("opt.img")), extras.disk_bytes)
     , m_write_log(extras.writes_logged ? makeWriteLog(folder) : QString())
-    , m_machine({settings.station_program, m_disk.image(), extras.disk_mapped, m_write_log,
-                 QDir(folder.path()).filePath(QStringLiteral("stick.img")),
+    , m_machine({computer, settings.station_program, m_disk.image(), extras.disk_mapped,
+                 m_write_log, QDir(folder.path()).filePath(QStringLiteral("stick.img")),
                  scenario.stick.settings.bytes_per_second,
                  QDir(folder.path()).filePath(QStringLiteral("console.log")), extras.packages})
     , m_report(m_machine.shell())
@@ -43,8 +44,10 @@ void MachineSite::unpack() const
     m_stick.unpack();
 }
 
-std::unique_ptr<Site> makeMachine(const BenchSettings& settings, const Scenario& scenario,
-                                  const BenchFolder& folder)
+SiteMaker machineMaker(const Computer& computer)
 {
-    return std::make_unique<MachineSite>(settings, scenario, folder);
+    return [computer](const BenchSettings& settings, const Scenario& scenario,
+                      const BenchFolder& folder) {
+        return std::make_unique<MachineSite>(settings, scenario, folder, computer);
+    };
 }

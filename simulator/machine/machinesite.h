@@ -25,12 +25,12 @@ class MachineSite : public Site
 {
 public:
     MachineSite(const BenchSettings& settings, const Scenario& scenario, const BenchFolder& folder,
-                const MachineExtras& extras = {});
+                const Computer& computer, const MachineExtras& extras = {});
 
     PodBus& places() override { return m_machine.pods(); }
     BenchStick& stick() override { return m_stick; }
     Station& station() override { return m_station; }
-    /// On two emulated processors that may have half a real one.
+    /// On emulated processors that may have half a real one.
     std::chrono::seconds quitPatience() const override { return std::chrono::minutes(2); }
     QString screenSocket() const override { return m_machine.screenSocket(); }
 
@@ -50,5 +50,4 @@ private:
     MachineStation m_station;
 };
 
-std::unique_ptr<Site> makeMachine(const BenchSettings& settings, const Scenario& scenario,
-                                  const BenchFolder& folder);
+SiteMaker machineMaker(const Computer& computer);

@@ -2,17 +2,16 @@
 
 #include "bench/badinput.h"
 #include "bench/companions.h"
+#include "bench/neededprograms.h"
 #include "machine/tool.h"
 #include "usbredir/i2cadapter.h"
 
 #include <QFile>
-#include <QFileInfo>
 
 #include <sys/un.h>
 
 namespace {
 
-const QString kEmulator = QStringLiteral("qemu-system-x86_64");
 const QString kInitramfs = QStringLiteral("initramfs");
 const QString kAdapter = QStringLiteral("adapter");
 const QString kShell = QStringLiteral("shell");
@@ -37,17 +36,18 @@ QString forSockets(const QTemporaryDir& folder)
 
 VirtualMachine::VirtualMachine(MachineSettings settings)
     : m_settings(std::move(settings))
-    , m_kernel(MachineKernel::installed())
+    , m_kernel(MachineKernel::installed(m_settings.computer))
     , m_pods(forSockets(m_folder))
     , m_adapter(m_folder.filePath(kAdapter))
     , m_shell(m_folder.filePath(kShell))
     , m_monitor(m_folder.filePath(kMonitor))
     , m_stick_port(m_monitor)
-    , m_arguments(machineArguments(parts()))
+    , m_arguments(machineArguments(m_settings.computer, parts()))
 {
+    needProgram(m_settings.computer.emulator, m_settings.computer.emulator_package);
     m_adapter.plug(std::make_unique<I2cAdapter>());
     runTool(companions::bootFolder() + QStringLiteral("/make-initramfs"),
-            {m_kernel.version, m_folder.filePath(kInitramfs)});
+            {m_settings.computer.root, m_kernel.version, m_folder.filePath(kInitramfs)});
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_process.setStandardInputFile(QProcess::nullDevice());
     connect(&m_monitor, &QmpClient::refused, this,
@@ -61,7 +61,7 @@ VirtualMachine::VirtualMachine(MachineSettings settings)
     connect(&m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error != QProcess::FailedToStart)
             return;
-        Q_EMIT troubled(kEmulator + QStringLiteral(": ") + m_process.errorString());
+        Q_EMIT troubled(m_process.program() + QStringLiteral(": ") + m_process.errorString());
         Q_EMIT ended();
     });
     connect(this, &VirtualMachine::ended, &m_stick_port, &StickPort::powerOff);
@@ -77,7 +77,7 @@ void VirtualMachine::start()
 {
     m_shell.reset();
     m_monitor.reset();
-    m_process.start(kEmulator, m_arguments);
+    m_process.start(m_settings.computer.emulator, m_arguments);
     m_stick_port.powerOn();
 }
 
@@ -104,9 +104,9 @@ MachineParts VirtualMachine::parts() const
     MachineParts parts;
     parts.kernel_image = m_kernel.image;
     parts.initramfs = m_folder.filePath(kInitramfs);
-    // As the machine comes to it, which has other folders than this one behind some names.
-    parts.station_program = QFileInfo(m_settings.station_program).canonicalFilePath();
     parts.packages = m_settings.packages;
+    if (!installsStation())
+        parts.station_program = m_settings.computer.pathOf(m_settings.station_program);
     parts.opt_image = m_settings.opt_image;
     parts.opt_mapped = m_settings.opt_mapped;
     parts.write_log_image = m_settings.write_log_image;

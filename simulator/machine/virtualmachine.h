@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/dependentprocess.h"
+#include "machine/computer.h"
 #include "machine/machinearguments.h"
 #include "machine/machinekernel.h"
 #include "machine/machineshell.h"
@@ -15,6 +16,7 @@
 /// How a machine is made.
 struct MachineSettings
 {
+    Computer computer;
     QString station_program;
     QString opt_image;                  ///< an ext4 file system, which outlives the machine's power
     bool opt_mapped = false;            ///< see MachineParts
@@ -25,7 +27,7 @@ struct MachineSettings
     QString packages; ///< the folder of those to install; empty: the program as it was built
 };
 
-/// A station's computer, emulated whole: a stock kernel on the root of this machine, which it
+/// A station's computer, emulated whole: a stock kernel on a root of this machine's, which it
 /// cannot change, with the station's disk, screen, hubs and places. It can be started again and
 /// again. Lives on the main thread, owned by the bench, whose end is the machine's too, however the
 /// bench ends. Throws BadInput when it cannot be made; what goes wrong later is told by troubled().

@@ -13,8 +13,8 @@ struct StickSettings
     /// Of each file, what is written from this byte on is taken, synced and gone: the stick says
     /// that it is larger than it is. 0: never.
     quint64 loses_from_byte = 0;
-    quint64 flips_at_byte = 0;    ///< of each file, this byte is kept with a wrong bit; 0: never
-    QStringList unreadable;       ///< files in its root whose content cannot be read
+    quint64 flips_at_byte = 0; ///< of each file, this byte is kept with a wrong bit; 0: never
+    QStringList unreadable;    ///< files in its root whose content cannot be read
 
     /// What is read back is not what was written.
     bool lies() const { return loses_from_byte != 0 || flips_at_byte != 0; }

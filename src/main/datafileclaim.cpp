@@ -1,24 +1,14 @@
 #include "main/datafileclaim.h"
 
+#include "storage/storagefile.h"
+
 #include <QFile>
 
 #include <sys/file.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 #include <fcntl.h>
 #include <utility>
-
-namespace {
-
-/// A lock on a file whose name has gone holds no name.
-bool hasName(int fd)
-{
-    struct stat info = {};
-    return ::fstat(fd, &info) == 0 && info.st_nlink > 0;
-}
-
-} // namespace
 
 DataFileClaim::~DataFileClaim()
 {
@@ -55,5 +45,6 @@ void DataFileClaim::yield()
 
 bool DataFileClaim::lock() const
 {
-    return ::flock(m_fd.get(), LOCK_EX | LOCK_NB) == 0 && hasName(m_fd.get());
+    // A lock on a file whose name has gone holds no name.
+    return ::flock(m_fd.get(), LOCK_EX | LOCK_NB) == 0 && storage::hasName(m_fd.get());
 }

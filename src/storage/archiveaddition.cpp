@@ -182,6 +182,7 @@ bool ArchiveAddition::writeAt(qint64 offset, const QByteArray& data)
     m_full = !fits(offset + data.size());
     m_protected = m_protected || (!m_full && undofile::store(m_undo));
     m_failed = m_full || !m_protected || !put(offset, data);
+    m_error = m_failed ? errno : 0;
     m_size_bytes = std::max(m_size_bytes, m_end_offset);
     return !m_failed;
 }
@@ -198,8 +199,10 @@ bool ArchiveAddition::put(qint64 offset, const QByteArray& data)
         m_head.replace(int(in_head), data.size(), data);
         return true;
     }
-    if (offset != m_end_offset)
+    if (offset != m_end_offset) {
+        errno = ESPIPE;
         return false;
+    }
     m_body.add(data);
     m_end_offset += data.size();
     return storage::writeAllAt(m_fd.get(), offset, data.constData(), data.size());
@@ -207,7 +210,10 @@ bool ArchiveAddition::put(qint64 offset, const QByteArray& data)
 
 AdditionResult ArchiveAddition::failure() const
 {
-    return AdditionResult::of(m_full ? AdditionResult::ArchiveFull : AdditionResult::Failed);
+    if (m_full)
+        return {AdditionResult::ArchiveFull};
+    return m_failed ? AdditionResult{AdditionResult::Failed, m_error}
+                    : AdditionResult::of(AdditionResult::Failed);
 }
 
 AdditionResult ArchiveAddition::commit(const std::optional<quint32>& entry_crc32)

@@ -87,5 +87,6 @@ private:
     bool m_protected = false;
     bool m_failed = false;
     bool m_full = false;
+    int m_error = 0; ///< of the write that failed
     bool m_committed = false;
 };

@@ -31,10 +31,20 @@ struct FolderCloser
     void operator()(DIR* stream) const { ::closedir(stream); }
 };
 
+static_assert(sizeof(off_t) == 8, "archives and files of the stick may be larger than 2 GiB");
+
+/// All zero when it fails. The older calls do, on a board of 32 bits, on a file dated after 2038.
+struct statx statusOf(int fd)
+{
+    struct statx status = {};
+    if (::statx(fd, "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE | STATX_NLINK, &status) != 0)
+        return {};
+    return status;
+}
+
 bool isRegular(int fd)
 {
-    struct stat info = {};
-    return ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+    return S_ISREG(statusOf(fd).stx_mode);
 }
 
 bool rename(const QString& from, const QString& to)
@@ -79,8 +89,13 @@ UniqueFd createNew(const QString& path)
 
 qint64 sizeOf(int fd)
 {
-    struct stat info = {};
-    return ::fstat(fd, &info) == 0 ? qint64(info.st_size) : -1;
+    const struct statx status = statusOf(fd);
+    return (status.stx_mask & STATX_SIZE) != 0 ? qint64(status.stx_size) : -1;
+}
+
+bool hasName(int fd)
+{
+    return statusOf(fd).stx_nlink > 0;
 }
 
 qint64 readBlock(int fd, char* buffer, qint64 bytes)

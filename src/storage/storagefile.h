@@ -24,6 +24,9 @@ UniqueFd createNew(const QString& path);
 
 qint64 sizeOf(int fd);
 
+/// Whether a name leads to the file still.
+bool hasName(int fd);
+
 /// Fewer bytes than asked for mean the end of the file; -1 an error.
 qint64 readBlock(int fd, char* buffer, qint64 bytes);
 

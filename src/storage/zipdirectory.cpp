@@ -32,7 +32,8 @@ constexpr int kCommentBytesAt = 32;
 constexpr int kAttributesAt = 38;
 constexpr quint32 kEncryptedFlag = 1;
 
-constexpr qint64 kMaxDirectoryBytes = qint64(32) * 1024 * 1024;
+/// Twice the largest that the station makes: while it is looked at, it is in a small board's memory.
+constexpr qint64 kMaxDirectoryBytes = qint64(16) * 1024 * 1024;
 
 QByteArray endSignature()
 {

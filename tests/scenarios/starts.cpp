@@ -45,7 +45,7 @@ QByteArray scenarioOf(int starts)
            QByteArray::number(starts + 1) + R"(, "panel": 2}, "stick": "in"},
            {"after": {"panel": 0, "stick mounted": false}, "station": "quit"}],
             "expect": {"on stick": false, "erased": 4, "kept": 5, "delivered": 4,
-                       "panel never": [1, -2]}})";
+                       "panel never": [1, -2], "warnings": ["More archives than usual, on no stick yet"]}})";
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QSignalSpy>
+#include <QTextStream>
 
 QString playedToItsEnd(const QByteArray& json, const QString& name)
 {
@@ -20,5 +21,7 @@ QString playedToItsEnd(const QByteArray& json, const QString& name)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     Verdict verdict = judge(bench, scenario.expect);
     verdict.problems = runner.problems() + verdict.problems;
-    return verdict.good() ? QString() : summary(bench, verdict);
+    if (!verdict.good()) // longer than what the test library prints of a failure
+        QTextStream(stderr) << summary(bench, verdict);
+    return verdict.problems.join(QLatin1Char('\n'));
 }

@@ -1,7 +1,7 @@
 #include "bench/bench.h"
 #include "bench/scenariorunner.h"
 #include "bench/verdict.h"
-#include "machine/machinesite.h"
+#include "system/testedcomputer.h"
 
 #include <QFile>
 #include <QtTest>
@@ -44,10 +44,8 @@ void LauncherReplacement::completesAtTheStart()
     scenario.steps.front().conditions = {
         {Condition::Kind::StationBytes, {}, QStringLiteral("datas/0000000000.cvx"), 1}};
     scenario.expect.on_stick = false;
-    BenchSettings settings;
-    settings.station_program = QStringLiteral(CORVANE_STATION_PROGRAM);
+    BenchSettings settings = testedcomputer::settings();
     settings.kept_folder = kept.path();
-    settings.make_site = makeMachine;
     Bench bench(settings, scenario);
     ScenarioRunner runner(bench, scenario, ScenarioRunner::Mode::Unattended);
     QSignalSpy finished(&runner, &ScenarioRunner::finished);

@@ -1,7 +1,8 @@
 #include "bench/bench.h"
 #include "bench/verdict.h"
+#include "machine/computer.h"
 #include "machine/machinesite.h"
-#include "support/machinecommand.h"
+#include "support/machinetest.h"
 
 #include <QRegularExpression>
 #include <QtTest>
@@ -36,9 +37,10 @@ private:
     MachineSite* m_site = nullptr; ///< the bench's
 };
 
+using namespace machinetest;
+
 namespace {
 
-constexpr std::chrono::minutes kLimit{3};
 constexpr quint64 kDiskBytes = quint64(64) << 20;
 constexpr qint64 kBlockSectors = 8;
 constexpr qint64 kBlocks = qint64(kDiskBytes / 4096);
@@ -49,19 +51,9 @@ const QString kRefusal = QStringLiteral("Not archived:");
 const QString kChangeByte = QStringLiteral("5 corrupt_bio_byte 1000 w 165 0");
 const QString kDrop = QStringLiteral("1 drop_writes");
 
-bool comes(const std::function<bool()>& event)
-{
-    return QTest::qWaitFor(event, int(std::chrono::milliseconds(kLimit).count()));
-}
-
 Scenario scenario()
 {
-    Scenario scenario;
-    PodPlan plan;
-    plan.size = {64 * 1024, 512 * 1024};
-    plan.bytes_per_second = 0;
-    plan.polls_until_charged = 0;
-    scenario.plans.fill(plan);
+    Scenario scenario = quickPods(64 * 1024, 512 * 1024);
     scenario.stick.inserted = false;
     return scenario;
 }
@@ -85,7 +77,8 @@ void LyingDisk::start()
         MachineExtras extras;
         extras.disk_bytes = kDiskBytes;
         extras.disk_mapped = true;
-        auto site = std::make_unique<MachineSite>(of_bench, scenario, folder, extras);
+        auto site =
+            std::make_unique<MachineSite>(of_bench, scenario, folder, Computer::desk(), extras);
         m_site = site.get();
         return site;
     };

@@ -11,13 +11,17 @@ foreach(scenario IN ITEMS
   set_tests_properties(system_${name} PROPERTIES ${alone})
 endforeach()
 
-# Further arguments: more sources.
+# Played on a desk's computer, or on the board that CORVANE_BOARD says. Further arguments: more
+# sources.
 function(corvane_add_system_test name)
-  add_executable(system_${name} ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/${name}.cpp ${ARGN})
+  add_executable(system_${name} ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/${name}.cpp
+    ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/testedcomputer.cpp
+    support/machinetest.cpp ${ARGN})
   target_include_directories(system_${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_link_libraries(system_${name} PRIVATE corvane_machine corvane_warnings Qt5::Test)
-  target_compile_definitions(system_${name}
-    PRIVATE CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>")
+  target_compile_definitions(system_${name} PRIVATE
+    CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>"
+    CORVANE_PACKAGES="${CMAKE_SOURCE_DIR}/build/package")
   corvane_know_qt_order(system_${name})
   add_test(NAME system_${name} COMMAND system_${name} CONFIGURATIONS system)
   set_tests_properties(system_${name} PROPERTIES
@@ -25,18 +29,34 @@ function(corvane_add_system_test name)
 endfunction()
 corvane_add_system_test(launcherreplacement)
 corvane_add_system_test(optdisk)
+corvane_add_system_test(package)
 corvane_add_system_test(powercuts)
 
-corvane_add_system_test(writelog support/diskstates.cpp support/machinecommand.cpp)
+corvane_add_system_test(writelog support/diskstates.cpp)
 target_compile_definitions(system_writelog
   PRIVATE CORVANE_STORAGE_DRIVER="$<TARGET_FILE:faultystorage_driver>")
 add_dependencies(system_writelog faultystorage_driver)
 
-corvane_add_system_test(lyingdisk support/machinecommand.cpp)
-corvane_add_system_test(package support/machinecommand.cpp)
-target_compile_definitions(system_package
-  PRIVATE CORVANE_PACKAGES="${CMAKE_SOURCE_DIR}/build/package")
+corvane_add_system_test(lyingdisk)
 add_test(NAME packages COMMAND ${CMAKE_SOURCE_DIR}/scripts/package --if-changed
   CONFIGURATIONS system)
 set_tests_properties(packages PROPERTIES FIXTURES_SETUP packages)
 set_tests_properties(system_package PROPERTIES FIXTURES_REQUIRED packages)
+
+# The same on a station's board, which scripts/test --board makes ready.
+set(board ${CMAKE_SOURCE_DIR}/build/board)
+set(on_board CONFIGURATIONS board WORKING_DIRECTORY ${board})
+foreach(scenario IN ITEMS commands firmware roads stick stickfull)
+  add_test(NAME board_${scenario} COMMAND corvane-sim --board ${board} --once
+    --scenario ${CMAKE_CURRENT_SOURCE_DIR}/system/${scenario}.json ${on_board})
+  set_tests_properties(board_${scenario} PROPERTIES ${alone})
+endforeach()
+foreach(name IN ITEMS package powercuts)
+  add_test(NAME board_${name} COMMAND system_${name} ${on_board})
+  set_tests_properties(board_${name} PROPERTIES ${alone} ENVIRONMENT
+    "CORVANE_BOARD=${board};CORVANE_POWER_CUTS=1;QTEST_FUNCTION_TIMEOUT=3000000")
+endforeach()
+# Its processor without the rest of it.
+add_test(NAME board_large COMMAND ${CMAKE_SOURCE_DIR}/scripts/test-on-arm storage_large
+  CONFIGURATIONS board)
+set_tests_properties(board_large PROPERTIES ${alone})

@@ -2,10 +2,11 @@
 #include "bench/badinput.h"
 #include "bench/bench.h"
 #include "bench/verdict.h"
+#include "machine/computer.h"
 #include "machine/machinesite.h"
 #include "machine/tool.h"
 #include "support/diskstates.h"
-#include "support/machinecommand.h"
+#include "support/machinetest.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -60,9 +61,10 @@ private:
     QStringList m_problems;
 };
 
+using namespace machinetest;
+
 namespace {
 
-constexpr std::chrono::minutes kLimit{3};
 constexpr quint64 kDiskBytes = quint64(64) << 20;
 constexpr int kUsualDisks = 1000;
 /// Every so many disks the program itself is started on one, as at a bench; that takes seconds.
@@ -77,27 +79,10 @@ const QString kStation = QStringLiteral("Corvane");
 /// Of the run that is replayed, as far as that has come.
 const QString kDisk = QStringLiteral("disk.img");
 
-bool comes(const std::function<bool()>& event)
-{
-    return QTest::qWaitFor(event, int(std::chrono::milliseconds(kLimit).count()));
-}
-
-int numberFrom(const char* variable, int usual)
-{
-    bool ok = false;
-    const int number = qEnvironmentVariableIntValue(variable, &ok);
-    return ok ? number : usual;
-}
-
 /// Without a stick, which could take what was to be found on the disk.
 Scenario scenario()
 {
-    Scenario scenario;
-    PodPlan plan;
-    plan.size = {16 * 1024, 512 * 1024};
-    plan.bytes_per_second = 0;
-    plan.polls_until_charged = 0;
-    scenario.plans.fill(plan);
+    Scenario scenario = quickPods(16 * 1024, 512 * 1024);
     scenario.stick.inserted = false;
     return scenario;
 }
@@ -192,7 +177,8 @@ void WriteLog::makeBench()
         MachineExtras extras;
         extras.disk_bytes = kDiskBytes;
         extras.writes_logged = true;
-        auto site = std::make_unique<MachineSite>(of_bench, scenario, folder, extras);
+        auto site =
+            std::make_unique<MachineSite>(of_bench, scenario, folder, Computer::desk(), extras);
         m_site = site.get();
         return site;
     };
@@ -277,7 +263,7 @@ void WriteLog::bootMachine(const DiskStates::State& state)
 {
     ++m_boots;
     BenchSettings settings = benchSettings();
-    settings.make_site = makeMachine;
+    settings.make_site = machineMaker(Computer::desk());
     Bench bench(settings, scenario());
     copySparse(state.image, QDir(bench.folder().path()).filePath(QStringLiteral("opt.img")));
     checkBench(bench, state, "with the machine booted");

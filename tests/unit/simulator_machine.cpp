@@ -1,6 +1,7 @@
 #include "bench/badinput.h"
 #include "bench/dependentprocess.h"
 #include "bench/neededprograms.h"
+#include "machine/computer.h"
 #include "machine/machinearguments.h"
 #include "machine/machinekernel.h"
 #include "machine/machinereport.h"
@@ -78,7 +79,7 @@ QStringList argumentsWith(const QString& station, const QString& image)
     MachineParts parts;
     parts.station_program = station;
     parts.opt_image = image;
-    return machineArguments(parts);
+    return machineArguments(Computer::desk(), parts);
 }
 
 } // namespace
@@ -98,6 +99,7 @@ private Q_SLOTS:
     void takesTheNewestKernelWithAllDrivers();
     void quotesPaths();
     void refusesPaths();
+    void findsFilesInItsLayers();
 
 private:
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -223,18 +225,20 @@ void SimulatorMachineTest::takesTheNewestKernelWithAllDrivers()
                            "kernel/xhci-pci.ko:\nkernel/cdc-acm.ko:\nkernel/usb-storage.ko.xz:\n"
                            "kernel/i2c-tiny-usb.ko:\nkernel/i2c-dev.ko:\n";
     const QString boot = m_folder->filePath(QStringLiteral("boot"));
-    const QString modules = m_folder->filePath(QStringLiteral("modules"));
+    const QString modules = m_folder->filePath(QStringLiteral("lib/modules"));
+    Computer computer;
+    computer.root = m_folder->path();
     const auto install = [&](const QString& version, const QByteArray& drivers) {
         write(boot + QStringLiteral("/vmlinuz-") + version, {});
         write(QStringLiteral("%1/%2/modules.dep").arg(modules, version), drivers);
         write(QStringLiteral("%1/%2/modules.builtin").arg(modules, version), "kernel/ext4.ko\n");
     };
     install(QStringLiteral("6.1.0-56-cloud-amd64"), few);
-    QVERIFY_EXCEPTION_THROWN(MachineKernel::installed(boot, modules), BadInput);
+    QVERIFY_EXCEPTION_THROWN(MachineKernel::installed(computer), BadInput);
 
     install(QStringLiteral("6.1.0-9-amd64"), all);
     install(QStringLiteral("6.1.0-56-amd64"), all);
-    const MachineKernel kernel = MachineKernel::installed(boot, modules);
+    const MachineKernel kernel = MachineKernel::installed(computer);
     QCOMPARE(kernel.version, QStringLiteral("6.1.0-56-amd64"));
     QCOMPARE(kernel.image, boot + QStringLiteral("/vmlinuz-6.1.0-56-amd64"));
 }
@@ -250,8 +254,29 @@ void SimulatorMachineTest::quotesPaths()
 
 void SimulatorMachineTest::refusesPaths()
 {
-    for (const char* path : {"/opt/desk/corvane", "/home/\"desk\"/corvane"})
-        QVERIFY_EXCEPTION_THROWN(argumentsWith(QLatin1String(path), {}), BadInput);
+    QVERIFY_EXCEPTION_THROWN(argumentsWith(QStringLiteral("/home/\"desk\"/corvane"), {}), BadInput);
+    QVERIFY_EXCEPTION_THROWN(Computer::desk().pathOf(QStringLiteral("/proc/version")), BadInput);
+    Computer computer = Computer::desk();
+    computer.root = QStringLiteral("/home/a:b");
+    QVERIFY_EXCEPTION_THROWN(machineArguments(computer, {}), BadInput);
+}
+
+void SimulatorMachineTest::findsFilesInItsLayers()
+{
+    QVERIFY_EXCEPTION_THROWN(Computer::board(m_folder->path()), BadInput);
+    for (const char* file : {"tree/boot/kernel", "program/usr/corvane", "other"})
+        write(m_folder->filePath(QLatin1String(file)), {});
+    const QString root = m_folder->filePath(QStringLiteral("root"));
+    QVERIFY(QFile::link(QStringLiteral("tree"), root));
+
+    const Computer board = Computer::board(m_folder->path());
+    QCOMPARE(board.pathOf(m_folder->filePath(QStringLiteral("program/usr/corvane"))),
+             QStringLiteral("/usr/corvane"));
+    QCOMPARE(board.pathOf(root + QStringLiteral("/boot/kernel")), QStringLiteral("/boot/kernel"));
+    QVERIFY_EXCEPTION_THROWN(board.pathOf(m_folder->filePath(QStringLiteral("other"))), BadInput);
+    const QString layers = QStringLiteral("layers=\"/host%1/program:/host%1/tree\"")
+                               .arg(QFileInfo(m_folder->path()).canonicalFilePath());
+    QVERIFY(machineArguments(board, {}).join(QLatin1Char('\n')).contains(layers));
 }
 
 QTEST_GUILESS_MAIN(SimulatorMachineTest)

@@ -51,6 +51,14 @@ QString firstRefusedKept(QString answers)
     return at < 0 ? answers : answers.replace(at, 1, u'y');
 }
 
+/// Rows of a column: what a loss of power takes, what a call does.
+void addRows(const char* column, std::initializer_list<const char*> values)
+{
+    QTest::addColumn<QString>(column);
+    for (const char* value : values)
+        QTest::newRow(value) << QString::fromLatin1(value);
+}
+
 } // namespace
 
 class StoragePower : public QObject
@@ -179,9 +187,7 @@ void StoragePower::checkHeld(const QString& one, const QString& other)
 
 void StoragePower::additionSurvivesALoss_data()
 {
-    QTest::addColumn<QString>("lost");
-    for (const char* lost : {"none", "all", "last", "first", "torn"})
-        QTest::newRow(lost) << QString::fromLatin1(lost);
+    addRows("lost", {"none", "all", "last", "first", "torn"});
 }
 
 void StoragePower::additionSurvivesALoss()
@@ -199,9 +205,7 @@ void StoragePower::additionSurvivesALoss()
 
 void StoragePower::additionUndoesAFailure_data()
 {
-    QTest::addColumn<QString>("fault");
-    for (const char* fault : {"eio", "enospc", "short"})
-        QTest::newRow(fault) << QString::fromLatin1(fault);
+    addRows("fault", {"eio", "enospc", "short"});
 }
 
 void StoragePower::additionUndoesAFailure()
@@ -231,9 +235,7 @@ void StoragePower::additionUndoesAFailure()
 
 void StoragePower::liesAreFoundOut_data()
 {
-    QTest::addColumn<QString>("plan");
-    for (const char* plan : {"r%1:zeros", "r%1:flip", "r%1:stale", "%1:drop"})
-        QTest::newRow(plan) << QString::fromLatin1(plan);
+    addRows("plan", {"r%1:zeros", "r%1:flip", "r%1:stale", "%1:drop"});
 }
 
 /// One read gives something else than what is there, or one write does not arrive: whatever was
@@ -260,9 +262,7 @@ void StoragePower::liesAreFoundOut()
 
 void StoragePower::killWhilePuttingBack_data()
 {
-    QTest::addColumn<QString>("lost");
-    for (const char* lost : {"none", "all"})
-        QTest::newRow(lost) << QString::fromLatin1(lost);
+    addRows("lost", {"none", "all"});
 }
 
 void StoragePower::killWhilePuttingBack()
@@ -289,9 +289,7 @@ void StoragePower::killWhilePuttingBack()
 
 void StoragePower::recoveryMayBeCutShort_data()
 {
-    QTest::addColumn<QString>("lost");
-    for (const char* lost : {"none", "all", "first", "torn"})
-        QTest::newRow(lost) << QString::fromLatin1(lost);
+    addRows("lost", {"none", "all", "first", "torn"});
 }
 
 void StoragePower::recoveryMayBeCutShort()

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "bench/bench.h"
+#include "machine/machinesite.h"
+
+/// One run of the packaged station on its board, whose clock is tied to instructions: all figures
+/// are of that clock and of what the board's own kernel counts. Lives on the main thread. What does
+/// not go as it must throws std::runtime_error.
+class BoardRun
+{
+public:
+    /// What the station has used since its start, in seconds of its processor.
+    struct Usage
+    {
+        double own = 0;
+        double ended_children = 0;
+        double at = 0; ///< seconds since the power came
+
+        double total() const { return own + ended_children; }
+    };
+
+    /// board: the folder that scripts/board has made ready.
+    BoardRun(const QString& board, const Scenario& scenario);
+
+    void await(const Condition& condition);
+    /// The output of a command on the board.
+    QStringList ask(const QString& command);
+    double uptimeSeconds();
+    Usage usage();
+    double availableMebibytes();
+    void plug(const SlotSet& slot_set) { m_bench->perform(verb::Plug{slot_set, {}}); }
+    bool holds(const Condition& condition) const { return m_bench->holds(condition); }
+    double recordedMegabytes() const;
+
+private:
+    void awaitUntil(const std::function<bool()>& done, const QString& what);
+
+    MachineSite* m_site = nullptr; ///< the bench's
+    std::unique_ptr<Bench> m_bench;
+};

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "bench/benchsettings.h"
+#include "machine/computer.h"
+
+/// The computer that a test of the machine is played on: the board that is ready in the folder
+/// CORVANE_BOARD, or else a desk's. Throws BadInput.
+namespace testedcomputer {
+
+Computer computer();
+/// That computer with the station's program, as it is built or, on the board, packaged.
+BenchSettings settings();
+/// The folder with the packages for it.
+QString packages();
+
+} // namespace testedcomputer
