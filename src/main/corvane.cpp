@@ -135,7 +135,7 @@ void Corvane::checkUsbCmd()
     if (obeyed.erased)
         m_archives->forgetErased();
     m_saved_to_usb = obeyed.backup_saved && !m_archives->owesAny();
-    m_backup_saved = obeyed.backup_saved;
+    m_backup_saved = m_saved_to_usb; // or the panel would say nothing of what is still owed
     m_no_backup = m_no_backup || obeyed.erased;
 }
 

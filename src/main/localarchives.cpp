@@ -16,10 +16,6 @@ LocalArchives::LocalArchives(std::function<void()> write_infos, int max_archives
     , m_saver(stationpaths::kArchives, QStringLiteral(".cvx"), max_archives,
               [this](const QString& name) { return m_owed.contains(name); })
 {
-    // An empty folder may be that of a disk that is not mounted yet.
-    const auto names = storage::listFiles(stationpaths::kArchives);
-    if (names && !names->isEmpty())
-        m_owed.keepOnly(*names);
 }
 
 bool LocalArchives::beginNext()
@@ -91,5 +87,5 @@ QString LocalArchives::currentName() const
 
 bool LocalArchives::isThere(const QString& name) const
 {
-    return QFile::exists(pathOf(name));
+    return QFileInfo(pathOf(name)).isFile();
 }

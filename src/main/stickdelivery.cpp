@@ -17,7 +17,7 @@ const QString kExportName = QStringLiteral("QVX_DATAS.cvx");
 /// The information file alone is nothing to take a stick's recordings away for.
 bool holdsRecordings(const QString& archive)
 {
-    return ZipUtils::listFiles(archive).size() != 1;
+    return ZipUtils::listFiles(archive) != QStringList(QStringLiteral("infos.log"));
 }
 
 } // namespace

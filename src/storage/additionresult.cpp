@@ -8,6 +8,13 @@ AdditionResult AdditionResult::of(Kind kind)
     return {kind, errno};
 }
 
+bool AdditionResult::isTheArchives() const
+{
+    // A bad block is where that archive ends; the next one begins elsewhere.
+    return kind == ArchiveFull || kind == ArchiveUnusable || kind == NotReadBack ||
+           (kind == Failed && error == EIO);
+}
+
 QString AdditionResult::reason() const
 {
     switch (kind) {

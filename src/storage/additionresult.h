@@ -23,7 +23,7 @@ struct AdditionResult
 
     bool added() const { return kind == Added; }
     /// Whether another archive may take what this one did not.
-    bool isTheArchives() const { return kind == ArchiveFull || kind == ArchiveUnusable; }
+    bool isTheArchives() const;
     /// For the log.
     QString reason() const;
 };

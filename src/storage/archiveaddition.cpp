@@ -5,6 +5,7 @@
 #include "storage/undofile.h"
 
 #include <QDebug>
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -37,6 +38,38 @@ bool isNoFile(int error)
     return error == ENOENT || error == EINVAL || error == EISDIR;
 }
 
+bool isSameBefore(const QString& one, const QString& other, qint64 end_offset)
+{
+    const UniqueFd first = storage::openRegular(one, O_RDONLY);
+    const UniqueFd second = storage::openRegular(other, O_RDONLY);
+    const auto crc32 = first ? readback::crc32(first.get(), 0, end_offset) : std::nullopt;
+    return crc32 && second && readback::crc32(second.get(), 0, end_offset) == crc32;
+}
+
+/// Elsewhere on the storage: a block that takes nothing any more is left behind.
+PutBack putBackElsewhere(const UndoRecord& undo)
+{
+    const QFileInfo archive(undo.archive_path);
+    UndoRecord elsewhere = undo;
+    elsewhere.archive_path =
+        archive.path() + QStringLiteral("/.") + archive.fileName() + QStringLiteral(".back");
+    QFile::remove(elsewhere.archive_path);
+    const bool done =
+        storage::copyFile(undo.archive_path, elsewhere.archive_path) == storage::CopyEnd::Done &&
+        putBack(elsewhere) == PutBack::Done &&
+        isSameBefore(undo.archive_path, elsewhere.archive_path, undo.tail_offset) &&
+        storage::replaceFile(elsewhere.archive_path, undo.archive_path);
+    if (!done)
+        QFile::remove(elsewhere.archive_path);
+    return done ? PutBack::Done : PutBack::Failed;
+}
+
+PutBack putBackAnywhere(const UndoRecord& undo)
+{
+    const PutBack result = putBack(undo);
+    return result == PutBack::Failed ? putBackElsewhere(undo) : result;
+}
+
 /// A disk that is not mounted yet looks like this, too.
 bool mayComeLater(const QString& archive)
 {
@@ -46,12 +79,20 @@ bool mayComeLater(const QString& archive)
 
 enum class Recovery {
     Clean,
-    Forgotten, ///< the record could not be read: any archive may be half changed
+    SetAside, ///< an archive may be half changed, and the next one has to take what comes
     Waiting,
 };
 
+Recovery setAside(const char* why)
+{
+    if (!undofile::setAside())
+        return Recovery::Waiting;
+    qCritical() << "The record of an unfinished addition is set aside:" << why;
+    return Recovery::SetAside;
+}
+
 /// The record goes last: cut short anywhere before, the next start begins anew.
-Recovery recoverWaiting(bool keep_for_later)
+Recovery recoverWaiting(bool for_new_archive)
 {
     UndoRecord waiting;
     switch (undofile::load(waiting)) {
@@ -60,15 +101,17 @@ Recovery recoverWaiting(bool keep_for_later)
     case undofile::Loaded::Unknown:
         return Recovery::Waiting;
     case undofile::Loaded::Unreadable:
-        qCritical() << "The record of an unfinished addition cannot be read and is set aside";
-        return undofile::setAside() ? Recovery::Forgotten : Recovery::Waiting;
+        return setAside("it cannot be read");
     case undofile::Loaded::Record:
         break;
     }
-    const PutBack result = putBack(waiting);
-    if (result == PutBack::Gone && keep_for_later && mayComeLater(waiting.archive_path))
+    const PutBack result = putBackAnywhere(waiting);
+    if (result == PutBack::Failed)
+        return setAside("its archive cannot be put back");
+    const bool may_come_later = result == PutBack::Gone && mayComeLater(waiting.archive_path);
+    if (may_come_later && (!for_new_archive || undofile::setAside()))
         return Recovery::Clean;
-    return result != PutBack::Failed && undofile::blank() ? Recovery::Clean : Recovery::Waiting;
+    return undofile::blank() ? Recovery::Clean : Recovery::Waiting;
 }
 
 bool isWhole(const QString& archive)
@@ -84,7 +127,7 @@ void recoverSetAside()
     const auto record = undofile::loadSetAside();
     if (!record || mayComeLater(record->archive_path))
         return;
-    if (isWhole(record->archive_path) || putBack(*record) != PutBack::Failed)
+    if (isWhole(record->archive_path) || putBackAnywhere(*record) != PutBack::Failed)
         undofile::removeSetAside();
 }
 
@@ -92,7 +135,7 @@ void recoverSetAside()
 
 bool ArchiveAddition::recover()
 {
-    const Recovery recovery = recoverWaiting(true);
+    const Recovery recovery = recoverWaiting(false);
     // The older record last: it must find whole what the newer one is about, or it would take back
     // what was acknowledged in between.
     if (recovery == Recovery::Clean)
@@ -102,7 +145,7 @@ bool ArchiveAddition::recover()
 
 bool ArchiveAddition::recoverForNew()
 {
-    return recoverWaiting(false) != Recovery::Waiting;
+    return recoverWaiting(true) != Recovery::Waiting;
 }
 
 ArchiveAddition::ArchiveAddition(const QString& archivePath)
@@ -119,10 +162,10 @@ ArchiveAddition::~ArchiveAddition()
 
 AdditionResult ArchiveAddition::begin()
 {
-    const Recovery recovery = recoverWaiting(true);
+    const Recovery recovery = recoverWaiting(false);
     if (recovery != Recovery::Clean)
-        return AdditionResult::of(recovery == Recovery::Forgotten ? AdditionResult::ArchiveUnusable
-                                                                  : AdditionResult::Failed);
+        return AdditionResult::of(recovery == Recovery::SetAside ? AdditionResult::ArchiveUnusable
+                                                                 : AdditionResult::Failed);
     m_fd = storage::openRegular(m_undo.archive_path, O_RDWR);
     if (!m_fd)
         return AdditionResult::of(isNoFile(errno) ? AdditionResult::ArchiveUnusable

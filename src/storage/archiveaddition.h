@@ -23,8 +23,8 @@ public:
     /// Puts back what an addition left half done; true when no archive is half changed any more.
     /// Called before anything reads the archives; harmless when repeated or cut short.
     static bool recover();
-    /// Before a new archive takes a name: a record that waits for an archive of that name, on a
-    /// disk that was late, must not be applied to the new one.
+    /// Before a new archive takes a name: a record that waits for an archive on a disk that is late
+    /// is set aside, so that it is not taken for one of the new archive.
     static bool recoverForNew();
 
     explicit ArchiveAddition(const QString& archivePath);

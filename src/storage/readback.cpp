@@ -72,7 +72,9 @@ std::optional<quint32> crc32(const QString& path)
 {
     const UniqueFd fd = storage::openRegular(path, O_RDONLY);
     const qint64 bytes = fd ? storage::sizeOf(fd.get()) : -1;
-    return bytes < 0 ? std::nullopt : crc32(fd.get(), 0, bytes);
+    const auto value = bytes < 0 ? std::nullopt : crc32(fd.get(), 0, bytes);
+    // Whoever reads it next is to see the storage, too, not what was read here.
+    return value && dropCached(fd.get(), 0) ? value : std::nullopt;
 }
 
 bool same(const QString& one, const QString& other)

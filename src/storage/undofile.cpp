@@ -3,6 +3,8 @@
 #include "storage/readback.h"
 #include "storage/storagefile.h"
 
+#include <QFile>
+
 #include <cerrno>
 #include <fcntl.h>
 
@@ -17,7 +19,7 @@ QString path()
 
 QString pathAside()
 {
-    return path() + QStringLiteral(".unreadable");
+    return path() + QStringLiteral(".aside");
 }
 
 UniqueFd open(int flags)
@@ -85,7 +87,7 @@ bool blank()
 
 bool setAside()
 {
-    return storage::renameEntry(path(), pathAside());
+    return !QFile::exists(pathAside()) && storage::renameEntry(path(), pathAside());
 }
 
 std::optional<UndoRecord> loadSetAside()

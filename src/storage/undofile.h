@@ -25,9 +25,10 @@ bool store(const UndoRecord& record);
 /// disk cannot prevent it, nor prevent store() from bringing the same record back.
 bool blank();
 
-/// Renames a side file that cannot be read, so that the next record has a place.
+/// Renames a side file of no use for now, so that the next record has a place. False also when one
+/// is aside already.
 bool setAside();
-/// The record of such a one: after another start, the disk may give it after all.
+/// The record of such a one: after another start, the disk may have more to give.
 std::optional<UndoRecord> loadSetAside();
 void removeSetAside();
 

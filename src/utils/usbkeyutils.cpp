@@ -97,8 +97,10 @@ UsbKeyUtils::Copy UsbKeyUtils::copyWhole(const QString& source, const QString& n
         QFile::remove(target);
     const QString& written = fits_beside ? draft : target;
     const storage::CopyEnd end = storage::copyFile(source, written);
-    if (end != storage::CopyEnd::Done)
-        return end == storage::CopyEnd::NotRead ? Copy::Unreadable : Copy::Failed;
+    if (end == storage::CopyEnd::NotRead)
+        return Copy::Unreadable;
+    if (end == storage::CopyEnd::NotWritten)
+        return Copy::Failed;
     if (readback::same(source, written) && (!fits_beside || storage::replaceFile(draft, target)))
         return Copy::Done;
     qInfo().noquote() << "The stick does not hold what was copied:" << name;

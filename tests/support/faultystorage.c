@@ -6,13 +6,15 @@
  *   FAULTYSTORAGE_DIR    the folder, without links or a slash at its end
  *   FAULTYSTORAGE_PLAN   "5:eio,9:kill": at call 5 ..., at call 9 ...; "5+:eio": from call 5 on.
  *                        eio, enospc: the call fails and does nothing; folder: with eio, when it
- *                        is a folder's flush; listing: when a folder is listed, which is not
+ *                        is a folder's flush; bad: with eio, when it is a write to an archive;
+ *                        listing: when a folder is listed, which is not
  *                        counted; short: a write takes half; drop: it says yes and does nothing;
  *                        kill: the process dies in place of the call.
- *                        "r3:zeros": read 3 gives zeros, with "r3+" each one from there on; flip:
- * one bit in its middle is another; stale: what was there before the last write to it; eio: it
- * fails FAULTYSTORAGE_LOST   what a kill takes of the changes that were not flushed: none (the
- * program died, the machine lives on), all, last, first, or torn: half of the last
+ *                        "r3:zeros": read 3 gives zeros, with "r3+" each one from there on;
+ *                        flip: one bit in its middle is another; eio: it fails;
+ *                        stale: what was there before the last write to it
+ *   FAULTYSTORAGE_LOST   what a kill takes of the changes that were not flushed: none (the program
+ *                        died, the machine lives on), all, last, first, or torn: half of the last
  *   FAULTYSTORAGE_SPARE  an empty folder of the same file system, to keep removed files in
  *   FAULTYSTORAGE_COUNT  a file outside the folder that gets the numbers of calls and of reads at
  *                        the end
@@ -293,6 +295,15 @@ static int says(const char* kind, const char* what)
     return strncmp(kind, what, strlen(what)) == 0;
 }
 
+static int is_archive(int fd)
+{
+    char path[PATH_MAX] = "";
+    if (fd >= 0)
+        path_of(fd, path);
+    const size_t length = strlen(path);
+    return length > 4 && strcmp(path + length - 4, ".cvx") == 0;
+}
+
 enum { HALF = -1, DROPPED = -2 };
 
 /* The errno to fail with, 0 to go on, or one of the above. fd: what is written or flushed, or -1.
@@ -305,6 +316,8 @@ static int next_fault(int fd)
         die();
     if (says(kind, ":folder"))
         return fd >= 0 && fstat(fd, &info) == 0 && S_ISDIR(info.st_mode) ? EIO : 0;
+    if (says(kind, ":bad"))
+        return is_archive(fd) ? EIO : 0;
     if (says(kind, ":eio"))
         return EIO;
     if (says(kind, ":enospc"))

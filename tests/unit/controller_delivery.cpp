@@ -4,6 +4,7 @@
 #include "stationpaths.h"
 #include "storage/checksum.h"
 #include "support/testfiles.h"
+#include "support/zipbytes.h"
 #include "utils/usbkeyutils.h"
 #include "utils/ziputils.h"
 
@@ -46,6 +47,15 @@ QByteArray noise(int bytes)
     for (char& byte : content)
         byte = char(generator.bounded(256));
     return content;
+}
+
+/// An archive with so many empty entries, of names that end so.
+QByteArray zipOf(int entries, const QString& name_end)
+{
+    QVector<zipbytes::Entry> all(entries);
+    for (int i = 0; i < entries; ++i)
+        all[i].name = (QString::number(i) + name_end).toUtf8();
+    return zipbytes::archive(all);
 }
 
 bool writeInfos()
@@ -237,7 +247,8 @@ void ControllerDelivery::archiveThatCannotBeReadStopsNoOther()
         QVERIFY(archived(*start(), QLatin1String(night)));
     const auto archives = start();
     const QString path = LocalArchives::pathOf(archive(0));
-    QVERIFY(QFile::remove(path) && QDir().mkdir(path)); // opens, but gives no byte
+    // Opens, but gives no byte.
+    QVERIFY(QFile::remove(path) && QFile::link(QStringLiteral("/proc/self/mem"), path));
     QCOMPARE(deliver(*archives), CopyFailed);
     QCOMPARE(stickFiles(), QStringList(owedName(1)));
     QCOMPARE(archives->owedEarlier(), QStringList(archive(0)));
@@ -246,7 +257,7 @@ void ControllerDelivery::archiveThatCannotBeReadStopsNoOther()
 void ControllerDelivery::archiveThatTakesNoMore_data()
 {
     QTest::addColumn<QString>("what");
-    for (const char* what : {"full", "damaged", "gone", "folder"})
+    for (const char* what : {"full", "many", "long names", "damaged", "gone", "folder"})
         QTest::newRow(what) << QString::fromLatin1(what);
 }
 
@@ -263,6 +274,10 @@ void ControllerDelivery::archiveThatTakesNoMore()
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadWrite) && file.resize(0) &&
                 file.seek(0xFFFFFFFE - content.size() - 10) && file.write(content) > 0);
+    } else if (what == QLatin1String("many")) {
+        QVERIFY(write(path, zipOf(65534, {})));
+    } else if (what == QLatin1String("long names")) {
+        QVERIFY(write(path, zipOf(300, QString(30000, QLatin1Char('n')))));
     } else if (what == QLatin1String("damaged")) {
         QVERIFY(write(path, "no archive"));
     } else {
@@ -272,7 +287,8 @@ void ControllerDelivery::archiveThatTakesNoMore()
     QVERIFY(archived(*archives, QStringLiteral("b.ozu")));
     QCOMPARE(ZipUtils::listFiles(archives->currentPath()), entriesWith(QStringLiteral("b.ozu")));
     QVERIFY(archives->owesCurrent());
-    QCOMPARE(archives->owedEarlier().isEmpty(), what == QLatin1String("gone"));
+    const bool is_lost = what == QLatin1String("gone") || what == QLatin1String("folder");
+    QCOMPARE(archives->owedEarlier().isEmpty(), is_lost);
     QCOMPARE(QFileInfo(path).size() > 4000000000, what == QLatin1String("full"));
 }
 
@@ -327,6 +343,7 @@ void ControllerDelivery::archivesThatMayComeLater()
     QVERIFY(archived(*start(), QStringLiteral("a.ozu")));
     QVERIFY(QFile::rename(stationpaths::kArchives, QStringLiteral("disk")));
     QVERIFY(!LocalArchives([] {}, kMaxArchives).owesAny());
+    start(); // with an archive of its own, in the folder under the disk
     QVERIFY(QDir(stationpaths::kArchives).removeRecursively() &&
             QFile::rename(QStringLiteral("disk"), stationpaths::kArchives));
     QCOMPARE(start()->owedEarlier(), QStringList(archive(0)));

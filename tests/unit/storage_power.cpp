@@ -85,6 +85,7 @@ private slots:
     void newArchiveIsNeverHalfMade();
     void archivesStayWhenNoneCanBeBegun();
     void archivesStayWhenEachStartIsCut();
+    void badBlocksAreLeftBehind();
     void unlistedArchivesStay();
     void copyIsWholeOrNone_data();
     void copyIsWholeOrNone();
@@ -447,6 +448,19 @@ void StoragePower::archivesStayWhenEachStartIsCut()
         QVERIFY(names.size() == 1 || ZipUtils::listFiles(QStringLiteral("datas/") + names.last()) ==
                                          QStringList(QStringLiteral("infos.log")));
     }
+}
+
+/// Where its own blocks take nothing any more, an archive is put back elsewhere on the storage.
+void StoragePower::badBlocksAreLeftBehind()
+{
+    for (int at = 1; !ZipUtils::listFiles(kArchive).isEmpty(); ++at) {
+        reset(m_original);
+        QVERIFY(run(kTwoAdditions, QStringLiteral("%1:kill").arg(at)).killed);
+    }
+    QCOMPARE(run({QStringLiteral("recover")}, QStringLiteral("1+:bad")).answers,
+             QStringLiteral("y"));
+    QCOMPARE(contentOf(kArchive), m_original);
+    QCOMPARE(QDir(QStringLiteral("datas")).entryList(QDir::Files | QDir::Hidden).size(), 1);
 }
 
 /// A folder that cannot be listed is not an empty one.
