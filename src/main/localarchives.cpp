@@ -50,9 +50,14 @@ AdditionResult LocalArchives::addToCurrent(const QString& file_path, quint32 crc
 {
     if (!hasCurrent())
         return {AdditionResult::ArchiveUnusable};
+    const bool was_owed = m_owed.contains(currentName());
     if (!m_owed.add(currentName()))
         return AdditionResult::of(AdditionResult::Failed);
-    return ZipUtils::addRecording(m_current_zip_path, file_path, crc32);
+    const AdditionResult result = ZipUtils::addRecording(m_current_zip_path, file_path, crc32);
+    // What was refused is still in its pod: no stick is asked for on its account.
+    if (!result.added() && !was_owed)
+        setDelivered(currentName());
+    return result;
 }
 
 bool LocalArchives::owesCurrent() const

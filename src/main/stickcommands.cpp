@@ -76,12 +76,15 @@ bool StickCommands::backUp(OwedArchives& owed)
     qDebug() << "Generating backup";
     emit syncDone(Syncing);
     const auto backup = BackupGenerator::generateBackup(stationpaths::kBackup);
-    // Also an incomplete one: the stick then holds what could still be read.
-    const bool copied = m_usbkey.copyFileToUsbKey(stationpaths::kBackup, kBackupName);
+    // Also an incomplete one: the stick then holds what could still be read. One of nothing takes
+    // the place of no earlier backup, which may be all that is left of something.
+    const bool worth_it = backup.complete || !backup.archives.isEmpty();
+    const bool copied = worth_it && m_usbkey.copyFileToUsbKey(stationpaths::kBackup, kBackupName);
     // Obeyed a second time, the command would replace this backup by one of what is left here.
     const bool consumed = storage::removeFile(m_usbkey.pathOf(kBackupCommand));
     if (!copied || !backup.complete) {
-        qWarning() << "No backup:" << (copied ? "an archive is missing" : "not on the stick");
+        qWarning() << "No backup:"
+                   << (backup.complete ? "not on the stick" : "an archive is missing");
         BackupGenerator::discardBackup();
         emit syncDone(CopyFailed);
         return false;

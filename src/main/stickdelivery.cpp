@@ -31,15 +31,17 @@ StickDelivery::StickDelivery(UsbKeyUtils& usbkey, LocalArchives& archives, QStri
 
 SyncCode StickDelivery::run()
 {
-    const Outcome current = deliverCurrent();
+    Outcome outcome = deliverCurrent();
+    bool failed = outcome != Outcome::Done;
     bool no_room = false;
     for (const QString& archive : m_archives.owedEarlier()) {
-        const Outcome outcome = current == Outcome::Failed ? current : deliverEarlier(archive);
-        if (outcome == Outcome::Failed)
-            return CopyFailed;
+        if (outcome == Outcome::Failed) // the stick's fault: the next one would fare no better
+            break;
+        outcome = deliverEarlier(archive);
+        failed = failed || outcome == Outcome::Failed || outcome == Outcome::Unreadable;
         no_room = no_room || outcome == Outcome::NoRoom;
     }
-    if (current != Outcome::Done)
+    if (failed)
         return CopyFailed;
     return no_room ? NoUsbKey : Copied;
 }
@@ -91,6 +93,9 @@ StickDelivery::Outcome StickDelivery::copy(const QString& source, const QString&
     case UsbKeyUtils::Copy::NoRoom:
         qInfo().noquote() << "No room on the stick for" << source;
         return Outcome::NoRoom;
+    case UsbKeyUtils::Copy::Unreadable:
+        qWarning().noquote() << "Cannot be read, so it is not on the stick:" << source;
+        return Outcome::Unreadable;
     case UsbKeyUtils::Copy::Failed:
         break;
     }

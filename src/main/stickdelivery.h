@@ -17,11 +17,12 @@ public:
     StickDelivery(UsbKeyUtils& usbkey, LocalArchives& archives, QString serial);
 
     /// Copied: nothing is owed any more. NoUsbKey: all that had room was copied, an earlier archive
-    /// has none. CopyFailed: the current one has none, or a copy is not what it should be.
+    /// has none. CopyFailed: the current one has none, an archive cannot be read, or a copy is not
+    /// what it should be.
     SyncCode run();
 
 private:
-    enum class Outcome { Done, NoRoom, Failed };
+    enum class Outcome { Done, NoRoom, Unreadable, Failed };
     Outcome deliverCurrent();
     Outcome deliverEarlier(const QString& archive);
     Outcome copyBeside(const QString& source);

@@ -92,8 +92,12 @@ void recoverSetAside()
 
 bool ArchiveAddition::recover()
 {
-    recoverSetAside();
-    return recoverWaiting(true) != Recovery::Waiting;
+    const Recovery recovery = recoverWaiting(true);
+    // The older record last: it must find whole what the newer one is about, or it would take back
+    // what was acknowledged in between.
+    if (recovery == Recovery::Clean)
+        recoverSetAside();
+    return recovery != Recovery::Waiting;
 }
 
 bool ArchiveAddition::recoverForNew()

@@ -47,15 +47,22 @@ bool isRegular(int fd)
     return S_ISREG(statusOf(fd).stx_mode);
 }
 
-bool copyBlocks(int source, int target)
+bool rename(const QString& from, const QString& to)
+{
+    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
+}
+
+CopyEnd copyBlocks(int source, int target)
 {
     QByteArray block(int(kBlockBytes), Qt::Uninitialized);
     for (;;) {
         const qint64 got = readBlock(source, block.data(), block.size());
-        if (got < 0 || !writeAll(target, block.constData(), got))
-            return false;
+        if (got < 0)
+            return CopyEnd::NotRead;
+        if (!writeAll(target, block.constData(), got))
+            return CopyEnd::NotWritten;
         if (got < block.size())
-            return true;
+            return CopyEnd::Done;
     }
 }
 
@@ -181,11 +188,15 @@ bool makeFolder(const QString& path)
     return QDir().mkdir(path) && syncFolderOf(path);
 }
 
+bool renameEntry(const QString& from, const QString& to)
+{
+    return rename(from, to) && syncFolderOf(to);
+}
+
 bool replaceFile(const QString& from, const QString& to)
 {
-    return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) ==
-               0 &&
-           syncFolderOf(to);
+    // With vfat the new name leads to the old content, or to none, until the file is flushed anew.
+    return rename(from, to) && syncFile(to) && syncFolderOf(to);
 }
 
 bool removeFile(const QString& path)
@@ -193,18 +204,20 @@ bool removeFile(const QString& path)
     return QFile::remove(path) && syncFolderOf(path);
 }
 
-bool copyFile(const QString& source, const QString& target)
+CopyEnd copyFile(const QString& source, const QString& target)
 {
     const UniqueFd from = openRegular(source, O_RDONLY);
     if (!from)
-        return false;
+        return CopyEnd::NotRead;
     const UniqueFd to = createNew(target);
     if (!to)
-        return false;
-    if (copyBlocks(from.get(), to.get()) && syncFile(to.get()) && syncFolderOf(target))
-        return true;
-    QFile::remove(target);
-    return false;
+        return CopyEnd::NotWritten;
+    CopyEnd end = copyBlocks(from.get(), to.get());
+    if (end == CopyEnd::Done && !(syncFile(to.get()) && syncFolderOf(target)))
+        end = CopyEnd::NotWritten;
+    if (end != CopyEnd::Done)
+        QFile::remove(target);
+    return end;
 }
 
 } // namespace storage

@@ -51,14 +51,22 @@ std::optional<QStringList> listFiles(const QString& folder);
 /// also when the folder is there already.
 bool makeFolder(const QString& path);
 
+/// Another name in the same folder, on the storage when true; for what cannot be opened, too.
+bool renameEntry(const QString& from, const QString& to);
+
 /// Puts `from` in the place of whatever is at `to`, in one step that is on the storage when true.
 bool replaceFile(const QString& from, const QString& to);
 
 /// True when the file is gone from the storage, and will not come back with the power.
 bool removeFile(const QString& path);
 
-/// True when `target` holds all of `source` and both it and its name are on the storage; a failure
-/// leaves no part of it. A `target` that exists already is a failure and stays as it is.
-bool copyFile(const QString& source, const QString& target);
+enum class CopyEnd {
+    Done, ///< `target` holds all of `source`, and both it and its name are on the storage
+    NotRead,
+    NotWritten,
+};
+/// Where it is not done no part of `target` is left. One that exists already is not written, and
+/// stays as it is.
+CopyEnd copyFile(const QString& source, const QString& target);
 
 } // namespace storage

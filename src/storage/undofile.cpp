@@ -85,7 +85,7 @@ bool blank()
 
 bool setAside()
 {
-    return storage::replaceFile(path(), pathAside());
+    return storage::renameEntry(path(), pathAside());
 }
 
 std::optional<UndoRecord> loadSetAside()

@@ -10,6 +10,7 @@
 #include <QStorageInfo>
 
 #include <algorithm>
+#include <fcntl.h>
 #include <utility>
 
 namespace {
@@ -21,6 +22,9 @@ constexpr int kToolCrashed = -4;
 
 // "/dev/sda1"; a longer name is cut deliberately.
 constexpr int kDeviceNameLength = 9;
+
+/// One for all names: what a copy left that was cut short goes with the next, whichever that is.
+const QString kDraft = QStringLiteral(".corvane.new");
 
 QString diskPrefix()
 {
@@ -77,10 +81,12 @@ UsbKeyUtils::Entry UsbKeyUtils::lookUp(const QString& name) const
 
 UsbKeyUtils::Copy UsbKeyUtils::copyWhole(const QString& source, const QString& name)
 {
-    if (!isAttached() || !QFile::exists(source))
+    if (!isAttached())
         return Copy::Failed;
+    if (!storage::openRegular(source, O_RDONLY))
+        return Copy::Unreadable;
     const QString target = pathOf(name);
-    const QString draft = pathOf(QStringLiteral(".%1.new").arg(name));
+    const QString draft = pathOf(kDraft);
     QFile::remove(draft);
     const qint64 bytes = QFileInfo(source).size();
     const qint64 room_bytes = roomBytes();
@@ -90,8 +96,9 @@ UsbKeyUtils::Copy UsbKeyUtils::copyWhole(const QString& source, const QString& n
     if (!fits_beside)
         QFile::remove(target);
     const QString& written = fits_beside ? draft : target;
-    if (!storage::copyFile(source, written))
-        return Copy::Failed;
+    const storage::CopyEnd end = storage::copyFile(source, written);
+    if (end != storage::CopyEnd::Done)
+        return end == storage::CopyEnd::NotRead ? Copy::Unreadable : Copy::Failed;
     if (readback::same(source, written) && (!fits_beside || storage::replaceFile(draft, target)))
         return Copy::Done;
     qInfo().noquote() << "The stick does not hold what was copied:" << name;

@@ -9,7 +9,7 @@
 
 /// The USB stick: found, mounted and unmounted by the system's own tools, and written to. Owned by
 /// the controller and used on its thread, which it blocks for up to 30 s a tool. Failures are the
-/// codes below, or false; nothing is logged here.
+/// codes below, or false; logged is only a stick that does not hold what was written to it.
 class UsbKeyUtils
 {
 public:
@@ -39,8 +39,9 @@ public:
     QString pathOf(const QString& name) const { return m_usb_path + QLatin1Char('/') + name; }
 
     enum class Copy {
-        Done,   ///< flushed, and read back from the stick as it is in `source`
-        NoRoom, ///< nothing was changed
+        Done,       ///< flushed, and read back from the stick as it is in `source`
+        NoRoom,     ///< nothing was changed
+        Unreadable, ///< `source` is at fault, and not the stick
         Failed,
     };
     /// Where the stick has room for both, an older file of that name stays until the new one is

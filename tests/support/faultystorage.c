@@ -17,8 +17,9 @@
  *   FAULTYSTORAGE_COUNT  a file outside the folder that gets the numbers of calls and of reads at
  *                        the end
  *
- * A file's bytes are on the storage once the file was flushed, its name once its folder was: what
- * the standard promises, and no more. For one thread; system calls are made directly, so that a
+ * A file's bytes are on the storage once the file was flushed, its name once its folder was, and a
+ * name that it was given by a rename once both were: what the standard promises, less what vfat
+ * does not keep of it, and no more. For one thread; system calls are made directly, so that a
  * sanitizer's own wrappers play no part.
  */
 /*
@@ -62,6 +63,8 @@ struct change
     char spare[PATH_MAX];    /* second name of the file at path */
     char spare_to[PATH_MAX]; /* of the file that a rename replaced */
     int flushed;
+    int folder_flushed;
+    int file_flushed; /* since it has its new name */
 };
 
 enum { MAX_CHANGES = 512 };
@@ -177,7 +180,12 @@ static void mark_flushed(int fd)
         struct stat info;
         char parent[PATH_MAX];
         snprintf(parent, sizeof parent, "%s", change->path);
-        if (change->kind > TRUNCATED)
+        if (change->kind == RENAMED) {
+            change->folder_flushed |= strcmp(dirname(parent), folder) == 0;
+            change->file_flushed |=
+                stat(change->spare, &info) == 0 && info.st_ino == flushed.st_ino;
+            change->flushed = change->folder_flushed && change->file_flushed;
+        } else if (change->kind > TRUNCATED)
             change->flushed |= strcmp(dirname(parent), folder) == 0;
         else if (fstat(change->fd, &info) == 0)
             change->flushed |= info.st_ino == flushed.st_ino;

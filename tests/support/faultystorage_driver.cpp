@@ -50,7 +50,7 @@ bool run(const QStringList& step)
     if (verb == QLatin1String("begin"))
         return beginArchive();
     if (verb == QLatin1String("copy"))
-        return storage::copyFile(step.at(1), step.at(2));
+        return storage::copyFile(step.at(1), step.at(2)) == storage::CopyEnd::Done;
     if (verb == QLatin1String("commands"))
         return obeyStick();
     return ArchiveAddition::recover();

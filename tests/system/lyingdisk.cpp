@@ -2,7 +2,7 @@
 #include "bench/verdict.h"
 #include "machine/computer.h"
 #include "machine/machinesite.h"
-#include "support/machinecommand.h"
+#include "support/machinetest.h"
 
 #include <QRegularExpression>
 #include <QtTest>
@@ -37,9 +37,10 @@ private:
     MachineSite* m_site = nullptr; ///< the bench's
 };
 
+using namespace machinetest;
+
 namespace {
 
-constexpr std::chrono::minutes kLimit{3};
 constexpr quint64 kDiskBytes = quint64(64) << 20;
 constexpr qint64 kBlockSectors = 8;
 constexpr qint64 kBlocks = qint64(kDiskBytes / 4096);
@@ -50,19 +51,9 @@ const QString kRefusal = QStringLiteral("Not archived:");
 const QString kChangeByte = QStringLiteral("5 corrupt_bio_byte 1000 w 165 0");
 const QString kDrop = QStringLiteral("1 drop_writes");
 
-bool comes(const std::function<bool()>& event)
-{
-    return QTest::qWaitFor(event, int(std::chrono::milliseconds(kLimit).count()));
-}
-
 Scenario scenario()
 {
-    Scenario scenario;
-    PodPlan plan;
-    plan.size = {64 * 1024, 512 * 1024};
-    plan.bytes_per_second = 0;
-    plan.polls_until_charged = 0;
-    scenario.plans.fill(plan);
+    Scenario scenario = quickPods(64 * 1024, 512 * 1024);
     scenario.stick.inserted = false;
     return scenario;
 }

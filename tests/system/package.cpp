@@ -2,7 +2,7 @@
 #include "bench/verdict.h"
 #include "machine/machineshell.h"
 #include "machine/machinesite.h"
-#include "support/machinecommand.h"
+#include "support/machinetest.h"
 #include "system/testedcomputer.h"
 #include "usb/usbaddress.h"
 
@@ -39,9 +39,10 @@ private:
     int m_starts = 0;              ///< of the program, seen so far
 };
 
+using namespace machinetest;
+
 namespace {
 
-constexpr std::chrono::minutes kLimit{4};
 const QPoint kQuitCorner(15, 15);
 const SlotSet kFirst = slotSetFromText(QStringLiteral("2,13"));
 /// Plugged when the package's udev rule is there.
@@ -59,12 +60,7 @@ Condition logged(const QString& text, int times)
 
 Scenario scenario()
 {
-    Scenario scenario;
-    PodPlan plan;
-    plan.size = {64 * 1024, 512 * 1024};
-    plan.bytes_per_second = 0;
-    plan.polls_until_charged = 0;
-    scenario.plans.fill(plan);
+    Scenario scenario = quickPods(64 * 1024, 512 * 1024);
     scenario.plugged = kFirst;
     scenario.stick.settings.bytes_per_second = kStickBytesPerSecond;
     return scenario;
@@ -74,8 +70,7 @@ Scenario scenario()
 
 bool Package::comesTrue(const Condition& condition)
 {
-    return QTest::qWaitFor([&] { return m_bench->holds(condition); },
-                           int(std::chrono::milliseconds(kLimit).count()));
+    return comes([&] { return m_bench->holds(condition); });
 }
 
 /// Knowing its serial number, however late that memory's driver was.

@@ -1,5 +1,6 @@
 #include "bench/bench.h"
 #include "bench/verdict.h"
+#include "support/machinetest.h"
 #include "system/testedcomputer.h"
 
 #include <QElapsedTimer>
@@ -56,9 +57,10 @@ const QString PowerCuts::kPuttingBack = QStringLiteral("Putting archive back:");
 /// At every start that comes so far, whether it begins a new archive or goes on with an empty one.
 const QString PowerCuts::kChoosingArchive = QStringLiteral("Last zip files count:");
 
+using namespace machinetest;
+
 namespace {
 
-constexpr std::chrono::minutes kBootLimit{3};
 constexpr int kPods = 6;
 /// With fewer, none need hit an addition.
 constexpr int kUsualCuts = 10;
@@ -70,11 +72,6 @@ constexpr int kStartMs = 300;
 constexpr int kStickBytesPerSecond = 2'000'000;
 /// The archive takes the stick longer.
 constexpr int kCopyMs = 2000;
-
-bool comes(const std::function<bool()>& event)
-{
-    return QTest::qWaitFor(event, int(std::chrono::milliseconds(kBootLimit).count()));
-}
 
 SlotSet usedSlots()
 {
@@ -91,13 +88,6 @@ Scenario scenario()
     scenario.plugged = usedSlots();
     scenario.stick.settings.bytes_per_second = kStickBytesPerSecond;
     return scenario;
-}
-
-int numberFrom(const char* variable, int usual)
-{
-    bool ok = false;
-    const int number = qEnvironmentVariableIntValue(variable, &ok);
-    return ok ? number : usual;
 }
 
 } // namespace

@@ -15,7 +15,8 @@ endforeach()
 # sources.
 function(corvane_add_system_test name)
   add_executable(system_${name} ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/${name}.cpp
-    ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/testedcomputer.cpp ${ARGN})
+    ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/testedcomputer.cpp
+    support/machinetest.cpp ${ARGN})
   target_include_directories(system_${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_link_libraries(system_${name} PRIVATE corvane_machine corvane_warnings Qt5::Test)
   target_compile_definitions(system_${name} PRIVATE
@@ -28,15 +29,15 @@ function(corvane_add_system_test name)
 endfunction()
 corvane_add_system_test(launcherreplacement)
 corvane_add_system_test(optdisk)
-corvane_add_system_test(package support/machinecommand.cpp)
+corvane_add_system_test(package)
 corvane_add_system_test(powercuts)
 
-corvane_add_system_test(writelog support/diskstates.cpp support/machinecommand.cpp)
+corvane_add_system_test(writelog support/diskstates.cpp)
 target_compile_definitions(system_writelog
   PRIVATE CORVANE_STORAGE_DRIVER="$<TARGET_FILE:faultystorage_driver>")
 add_dependencies(system_writelog faultystorage_driver)
 
-corvane_add_system_test(lyingdisk support/machinecommand.cpp)
+corvane_add_system_test(lyingdisk)
 add_test(NAME packages COMMAND ${CMAKE_SOURCE_DIR}/scripts/package --if-changed
   CONFIGURATIONS system)
 set_tests_properties(packages PROPERTIES FIXTURES_SETUP packages)

@@ -6,7 +6,7 @@
 #include "machine/machinesite.h"
 #include "machine/tool.h"
 #include "support/diskstates.h"
-#include "support/machinecommand.h"
+#include "support/machinetest.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -61,9 +61,10 @@ private:
     QStringList m_problems;
 };
 
+using namespace machinetest;
+
 namespace {
 
-constexpr std::chrono::minutes kLimit{3};
 constexpr quint64 kDiskBytes = quint64(64) << 20;
 constexpr int kUsualDisks = 1000;
 /// Every so many disks the program itself is started on one, as at a bench; that takes seconds.
@@ -78,27 +79,10 @@ const QString kStation = QStringLiteral("Corvane");
 /// Of the run that is replayed, as far as that has come.
 const QString kDisk = QStringLiteral("disk.img");
 
-bool comes(const std::function<bool()>& event)
-{
-    return QTest::qWaitFor(event, int(std::chrono::milliseconds(kLimit).count()));
-}
-
-int numberFrom(const char* variable, int usual)
-{
-    bool ok = false;
-    const int number = qEnvironmentVariableIntValue(variable, &ok);
-    return ok ? number : usual;
-}
-
 /// Without a stick, which could take what was to be found on the disk.
 Scenario scenario()
 {
-    Scenario scenario;
-    PodPlan plan;
-    plan.size = {16 * 1024, 512 * 1024};
-    plan.bytes_per_second = 0;
-    plan.polls_until_charged = 0;
-    scenario.plans.fill(plan);
+    Scenario scenario = quickPods(16 * 1024, 512 * 1024);
     scenario.stick.inserted = false;
     return scenario;
 }

@@ -94,6 +94,9 @@ private slots:
     void whatIsOnTheStickStays();
     void stickWithoutRoom();
     void recordingsAreNotReplacedByNone();
+    void refusedRecordingAsksForNoStick();
+    void copyThatWasCutTakesNoRoom();
+    void archiveThatCannotBeReadStopsNoOther();
     void archiveThatTakesNoMore_data();
     void archiveThatTakesNoMore();
     void onlyWhatCameFromThePod();
@@ -196,12 +199,48 @@ void ControllerDelivery::recordingsAreNotReplacedByNone()
 {
     const auto archives = start();
     QVERIFY(write(onStick(kExport), "recordings"));
-    // Owed before its first recording was added, which then was refused.
-    QVERIFY(!add(*archives, QStringLiteral("no/such/folder"), "data").added());
+    // Noted as owed for its first recording, before which the power went.
     QVERIFY(archives->owed().add(archive(0)));
     QCOMPARE(deliver(*archives), Copied);
     QCOMPARE(contentOf(onStick(kExport)), QByteArray("recordings"));
     QVERIFY(!archives->owesAny());
+}
+
+/// It is still in its pod, and what was added before is on a stick already.
+void ControllerDelivery::refusedRecordingAsksForNoStick()
+{
+    const auto archives = start();
+    QVERIFY(!archives->add(QStringLiteral("tmp/gone.ozu"), 12345).added());
+    QVERIFY(!archives->owesAny());
+    QVERIFY(archived(*archives, QStringLiteral("a.ozu")));
+    QVERIFY(!archives->add(QStringLiteral("tmp/a.ozu"), 12345).added());
+    QVERIFY(archives->owesAny());
+    QCOMPARE(deliver(*archives), Copied);
+    QVERIFY(!archives->add(QStringLiteral("tmp/a.ozu"), 12345).added());
+    QVERIFY(!archives->owesAny() && OwedArchives().names().isEmpty());
+}
+
+/// Of the current archive of then, which a restart has made an earlier one.
+void ControllerDelivery::copyThatWasCutTakesNoRoom()
+{
+    QVERIFY(archived(*start(), QStringLiteral("a.ozu"), noise(500000)));
+    const auto archives = start();
+    QVERIFY(write(onStick(QStringLiteral(".corvane.new")), noise(800000)));
+    QCOMPARE(deliver(*archives), Copied);
+    QCOMPARE(QDir(m_key->usb_path()).entryList(QDir::Files | QDir::Hidden),
+             QStringList(owedName(0)));
+}
+
+void ControllerDelivery::archiveThatCannotBeReadStopsNoOther()
+{
+    for (const char* night : {"a.ozu", "b.ozu"})
+        QVERIFY(archived(*start(), QLatin1String(night)));
+    const auto archives = start();
+    const QString path = LocalArchives::pathOf(archive(0));
+    QVERIFY(QFile::remove(path) && QDir().mkdir(path)); // opens, but gives no byte
+    QCOMPARE(deliver(*archives), CopyFailed);
+    QCOMPARE(stickFiles(), QStringList(owedName(1)));
+    QCOMPARE(archives->owedEarlier(), QStringList(archive(0)));
 }
 
 void ControllerDelivery::archiveThatTakesNoMore_data()

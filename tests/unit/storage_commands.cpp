@@ -72,6 +72,7 @@ private slots:
     void eraseCommandThatIsNoFile();
     void backupHoldsAllNewestFirst();
     void backupStopsAtItsLimit();
+    void backupThatFailedReplacesNone();
     void backupThenErase();
     void nothingIsLost_data();
     void nothingIsLost();
@@ -218,6 +219,16 @@ void StorageCommands::backupStopsAtItsLimit()
     QVERIFY(BackupGenerator::generateBackup(kBackup, limit).complete);
     QCOMPARE(ZipUtils::listFiles(kBackup),
              QStringList({QStringLiteral("datas_1.cvx"), QStringLiteral("datas_2.cvx")}));
+}
+
+/// What it holds may be nowhere else any more.
+void StorageCommands::backupThatFailedReplacesNone()
+{
+    reset(true, {});
+    QVERIFY(write(kBackup, "an earlier one"));
+    QVERIFY(!succeeded(obey(QStringLiteral("1+:listing"))));
+    QCOMPARE(contentOf(kBackup), QByteArray("an earlier one"));
+    QCOMPARE(filesOf(QStringLiteral("datas")), m_archives);
 }
 
 void StorageCommands::backupThenErase()

@@ -80,6 +80,7 @@ private slots:
     void recoveryMayBeCutShort();
     void recoveryLeavesTheRestAlone();
     void recordWaitsForItsArchive();
+    void olderRecordTakesNothingBack();
     void newArchiveIsNeverHalfMade_data();
     void newArchiveIsNeverHalfMade();
     void archivesStayWhenNoneCanBeBegun();
@@ -361,6 +362,27 @@ void StoragePower::recordWaitsForItsArchive()
     QVERIFY(ArchiveAddition::recover());
     QCOMPARE(contentOf(kArchive), m_original);
     QVERIFY(QDir().entryList({QStringLiteral("addition.undo.*")}).isEmpty());
+}
+
+/// One that was set aside, and can be read again when the power has gone in a later addition.
+void StoragePower::olderRecordTakesNothingBack()
+{
+    // The longer one last: it is written in more than one step.
+    const QStringList additions = {kTwoAdditions.at(1), kTwoAdditions.at(0)};
+    run(additions.mid(0, 1), QStringLiteral("5:kill"));
+    const QByteArray older = contentOf(kSideFile);
+    int cut = 0;
+    for (int at = callsOf(additions); at > 0; --at) {
+        reset(m_original);
+        const FaultyRun killed = run(additions, QStringLiteral("%1:kill").arg(at));
+        if (killed.answers != QLatin1String("y") || !ZipUtils::listFiles(kArchive).isEmpty())
+            continue;
+        ++cut;
+        QVERIFY(write(kSideFile + QStringLiteral(".unreadable"), older));
+        QVERIFY(ArchiveAddition::recover());
+        QCOMPARE(contentOf(kArchive), m_expected.value(QStringLiteral("ny")));
+    }
+    QVERIFY(cut > 0);
 }
 
 void StoragePower::newArchiveIsNeverHalfMade_data()

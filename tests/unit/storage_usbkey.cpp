@@ -242,11 +242,11 @@ void StorageUsbKey::room()
     QVERIFY(write(on_key, older) && write(QStringLiteral("source"), newer));
     QVERIFY(write(key.pathOf(QStringLiteral("foreign")), QByteArray(foreign_kib * 1024, 'f')));
     // What a copy cut short by the power left: it must not take the room of the next.
-    QVERIFY(write(key.pathOf(QStringLiteral(".x.new")), QByteArray(50 * 1024, 'd')));
+    QVERIFY(write(key.pathOf(QStringLiteral(".corvane.new")), QByteArray(50 * 1024, 'd')));
     const UsbKeyUtils::Copy result = key.copyWhole(QStringLiteral("source"), QStringLiteral("x"));
     QTEST(result, "result");
     QCOMPARE(contentOf(on_key), result == UsbKeyUtils::Copy::Done ? newer : older);
-    QVERIFY(!QFile::exists(key.pathOf(QStringLiteral(".x.new"))));
+    QVERIFY(!QFile::exists(key.pathOf(QStringLiteral(".corvane.new"))));
 }
 
 void StorageUsbKey::ownDiskIsNoStick()
