@@ -37,8 +37,8 @@ std::uint64_t next_sample = kInterval;
 /// A block of instructions without a branch in it, as the emulator translates them.
 struct Block
 {
-    std::uint32_t address;
-    std::uint32_t instructions;
+    std::uint32_t address = 0;
+    std::uint32_t instructions = 0;
 };
 
 void execute(unsigned int /*processor*/, void* data)

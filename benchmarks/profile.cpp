@@ -9,9 +9,17 @@
 
 namespace {
 
-/// Of the board's 32 bits the upper quarter; programs have the rest.
+/// Of the board's 32 bits the upper quarter, and its modules below; programs have the rest.
 constexpr quint32 kKernelStart = 0xbf000000;
 constexpr int kRows = 14;
+const QString kOther = QStringLiteral("other programs");
+
+/// Functions without a name are told apart by where their file has them, in pieces of 256 bytes.
+QString nameOrPlace(const QString& name, quint32 address)
+{
+    constexpr quint32 kPiece = 0x100;
+    return name.isEmpty() ? QStringLiteral("at 0x%1").arg(address & ~(kPiece - 1), 0, 16) : name;
+}
 
 template <typename Key>
 using Row = std::pair<Key, int>;
@@ -60,16 +68,17 @@ void Profile::add(const std::vector<quint32>& addresses)
 Profile::Function Profile::functionAt(quint32 address)
 {
     if (address >= kKernelStart)
-        return {QStringLiteral("kernel"), m_kernel.functionAt(address)};
+        return {QStringLiteral("kernel"), nameOrPlace(m_kernel.functionAt(address), address)};
     auto at = m_mappings.upper_bound(address);
     if (at == m_mappings.begin() || address >= (--at)->second.end)
-        return {QStringLiteral("other programs"), {}};
+        return {kOther, kOther};
     const Mapping& mapping = at->second;
     if (!mapping.path.startsWith(QLatin1Char('/')))
-        return {mapping.path.isEmpty() ? QStringLiteral("made at run time") : mapping.path, {}};
+        return {mapping.path, mapping.path}; // made at run time
     // The first segment of all of them is the code, and lies in memory as in the file.
+    const quint32 in_file = address - mapping.file_start;
     return {QFileInfo(mapping.path).fileName(),
-            symbolsOf(mapping.path).functionAt(address - mapping.file_start)};
+            nameOrPlace(symbolsOf(mapping.path).functionAt(in_file), in_file)};
 }
 
 const Symbols& Profile::symbolsOf(const QString& path)
@@ -94,9 +103,7 @@ void Profile::print(QTextStream& out) const
         out << "| " << library << " | " << percent(count, m_total) << " |\n";
     out << "\n| library | function | share |\n|---|---|---|\n";
     for (const auto& [function, count] : greatest(m_counts))
-        out << "| " << function.first << " | "
-            << (function.second.isEmpty() ? QStringLiteral("(no name)")
-                                          : QLatin1Char('`') + function.second + QLatin1Char('`'))
-            << " | " << percent(count, m_total) << " |\n";
+        out << "| " << function.first << " | `" << function.second << "` | "
+            << percent(count, m_total) << " |\n";
     out.flush();
 }

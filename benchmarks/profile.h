@@ -32,8 +32,8 @@ private:
 
     struct Mapping
     {
-        quint32 end;
-        quint32 file_start; ///< where the file's first byte would be
+        quint32 end = 0;
+        quint32 file_start = 0; ///< where the file's first byte would be
         QString path;
     };
 

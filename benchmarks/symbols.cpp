@@ -9,6 +9,9 @@
 
 namespace {
 
+/// Both tools end so when a file has parts that they do not know.
+const ToolOptions kLenient{{}, {}, 1};
+
 /// A Thumb function's address is odd.
 constexpr quint32 kThumb = 1;
 
@@ -16,7 +19,7 @@ QString debugFileOf(const QString& path, const QString& debug_folder)
 {
     static const QRegularExpression build_id(QStringLiteral("Build ID: (..)([0-9a-f]+)"));
     const auto match = build_id.match(QString::fromLatin1(
-        runTool(QStringLiteral("readelf"), {QStringLiteral("-n"), path}).output));
+        runTool(QStringLiteral("readelf"), {QStringLiteral("-n"), path}, kLenient).output));
     const QString file = QStringLiteral("%1/.build-id/%2/%3.debug")
                              .arg(debug_folder, match.captured(1), match.captured(2));
     return match.hasMatch() && QFile::exists(file) ? file : QString();
@@ -35,7 +38,8 @@ Symbols Symbols::ofFile(const QString& path, const QString& debug_folder)
 
     static const QRegularExpression line(QStringLiteral("^([0-9a-f]+) ([0-9a-f]+) [tTwWiu] (.+)$"),
                                          QRegularExpression::MultilineOption);
-    const QString listed = QString::fromUtf8(runTool(QStringLiteral("nm"), arguments).output);
+    const QString listed =
+        QString::fromUtf8(runTool(QStringLiteral("nm"), arguments, kLenient).output);
     Symbols symbols;
     for (auto all = line.globalMatch(listed); all.hasNext();) {
         const auto match = all.next();
