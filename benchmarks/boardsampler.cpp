@@ -5,7 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
+#include <deque>
+#include <string_view>
 
 extern "C" {
 struct qemu_plugin_tb;
@@ -34,32 +35,31 @@ std::FILE* samples = nullptr;
 std::uint64_t executed = 0;
 std::uint64_t next_sample = kInterval;
 
-/// A block of instructions without a branch in it, as the emulator translates them.
+/// Instructions without a branch between them, as the emulator translates them.
 struct Block
 {
     std::uint32_t address = 0;
-    std::uint32_t instructions = 0;
+    std::size_t instructions = 0;
 };
+
+/// They stay where they are for the emulator, which does not tell when it forgets one.
+std::deque<Block> blocks;
 
 void execute(unsigned int /*processor*/, void* data)
 {
-    Block block;
-    std::memcpy(&block, static_cast<void*>(&data), sizeof block);
-    executed += block.instructions;
+    const auto* block = static_cast<const Block*>(data);
+    executed += block->instructions;
     if (executed < next_sample)
         return;
     next_sample += kInterval;
-    std::fwrite(&block.address, sizeof block.address, 1, samples);
+    std::fwrite(&block->address, sizeof block->address, 1, samples);
 }
 
 void translate(qemu_plugin_id_t /*id*/, qemu_plugin_tb* translated)
 {
-    const Block block{std::uint32_t(qemu_plugin_tb_vaddr(translated)),
-                      std::uint32_t(qemu_plugin_tb_n_insns(translated))};
-    void* data = nullptr;
-    static_assert(sizeof block == sizeof(void*));
-    std::memcpy(static_cast<void*>(&data), &block, sizeof block);
-    qemu_plugin_register_vcpu_tb_exec_cb(translated, execute, kReadsNoRegisters, data);
+    blocks.push_back(
+        {std::uint32_t(qemu_plugin_tb_vaddr(translated)), qemu_plugin_tb_n_insns(translated)});
+    qemu_plugin_register_vcpu_tb_exec_cb(translated, execute, kReadsNoRegisters, &blocks.back());
 }
 
 } // namespace
@@ -67,10 +67,10 @@ void translate(qemu_plugin_id_t /*id*/, qemu_plugin_tb* translated)
 int qemu_plugin_install(qemu_plugin_id_t id, const qemu_info_t* /*info*/, int count,
                         char** arguments)
 {
-    constexpr char kOut[] = "out=";
-    if (count != 1 || std::strncmp(arguments[0], kOut, strlen(kOut)) != 0)
+    const std::string_view out = "out=";
+    if (count != 1 || std::string_view(arguments[0]).substr(0, out.size()) != out)
         return 1;
-    samples = std::fopen(arguments[0] + strlen(kOut), "wb");
+    samples = std::fopen(arguments[0] + out.size(), "wb");
     if (!samples)
         return 1;
     std::setvbuf(samples, nullptr, _IONBF, 0);
