@@ -15,17 +15,6 @@ using figures::number;
 constexpr int kWatchedSeconds = 30;
 const SlotSet kAll = firstSlots(kSlotCount);
 
-Scenario podsLater(quint32 size_bytes, quint32 bytes_per_second, int polls_until_charged)
-{
-    Scenario scenario;
-    PodPlan plan;
-    plan.size = {size_bytes, size_bytes};
-    plan.bytes_per_second = bytes_per_second;
-    plan.polls_until_charged = polls_until_charged;
-    scenario.plans.fill(plan);
-    return scenario;
-}
-
 void row(QTextStream& out, const char* what, const QString& figure, const char* aim = "")
 {
     out << "| " << what << " | " << figure << " | " << aim << " |\n";
@@ -77,9 +66,9 @@ Share watched(BoardRun& run)
 void printWork(QTextStream& out, const QString& board)
 {
     constexpr quint32 kBytes = 256 * 1024;
-    Scenario scenario = podsLater(kBytes, 0, 0);
+    Scenario scenario = podsOf(kBytes, 0, 0);
     scenario.stick.inserted = false;
-    BoardRun run(board, scenario);
+    BoardRun run(Computer::measuredBoard(board), board, scenario);
     run.await(panel(2));
     row(out, "power to the first picture", number(run.uptimeSeconds(), 1) + QStringLiteral(" s"));
     const Share idle = watched(run);
@@ -87,10 +76,13 @@ void printWork(QTextStream& out, const QString& board)
     row(out, "idle: its `lsusb -v`, `blkid` and other programs",
         percent(idle.children, idle.seconds));
 
+    const double written = run.writtenMegabytes();
     const BoardRun::Usage before = run.usage();
     run.plug(kAll);
     run.await({Condition::Kind::Erased, kAll, {}, 0});
     const BoardRun::Usage after = run.usage();
+    row(out, "bytes written to the storage per byte of the recordings",
+        number((run.writtenMegabytes() - written) / run.recordedMegabytes(), 2));
     const double ours = (after.total() - before.total()) / run.recordedMegabytes();
     run.ask(QStringLiteral("mkdir /opt/r /opt/c && cd /opt/r && busybox unzip -q -o "
                            "$(ls /opt/Corvane/datas/*.cvx | tail -n 1)"));
@@ -104,10 +96,10 @@ void printWork(QTextStream& out, const QString& board)
 
 void printPulse(QTextStream& out, const QString& board)
 {
-    Scenario scenario = podsLater(4096, 0, 1000);
+    Scenario scenario = podsOf(4096, 0, 1000);
     scenario.plugged = kAll;
     scenario.stick.inserted = false;
-    BoardRun run(board, scenario);
+    BoardRun run(Computer::measuredBoard(board), board, scenario);
     run.await({Condition::Kind::ReadoutBegun, slotSetOf(0), {}, 0});
     row(out, "power to the first pod served, thirty plugged",
         number(run.uptimeSeconds(), 1) + QStringLiteral(" s"));
@@ -118,10 +110,10 @@ void printPulse(QTextStream& out, const QString& board)
 
 void printMemory(QTextStream& out, const QString& board)
 {
-    Scenario scenario = podsLater(1 << 20, 20'000, 0);
+    Scenario scenario = podsOf(1 << 20, 20'000, 0);
     scenario.plugged = kAll;
     scenario.stick.inserted = false;
-    BoardRun run(board, scenario);
+    BoardRun run(Computer::measuredBoard(board), board, scenario);
     run.await({Condition::Kind::ReadoutBegun, kAll, {}, 0});
     const double available = run.availableMebibytes();
     for (int slot = 0; slot < kSlotCount; ++slot)

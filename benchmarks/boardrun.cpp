@@ -14,14 +14,13 @@ namespace {
 constexpr std::chrono::minutes kLimit{30};
 constexpr double kTicksInSecond = 100;
 
-BenchSettings settingsFor(const QString& board, MachineSite*& site)
+BenchSettings settingsFor(const Computer& computer, const QString& board, MachineSite*& site)
 {
     BenchSettings settings;
     settings.station_program = companions::stationOfBoard(board);
-    settings.make_site = [board, &site](const auto& of_bench, const auto& scenario,
-                                        const auto& folder) {
-        auto made = std::make_unique<MachineSite>(of_bench, scenario, folder,
-                                                  Computer::measuredBoard(board));
+    settings.make_site = [computer, &site](const auto& of_bench, const auto& scenario,
+                                           const auto& folder) {
+        auto made = std::make_unique<MachineSite>(of_bench, scenario, folder, computer);
         site = made.get();
         return made;
     };
@@ -30,8 +29,19 @@ BenchSettings settingsFor(const QString& board, MachineSite*& site)
 
 } // namespace
 
-BoardRun::BoardRun(const QString& board, const Scenario& scenario)
-    : m_bench(std::make_unique<Bench>(settingsFor(board, m_site), scenario))
+Scenario podsOf(quint32 size_bytes, quint32 bytes_per_second, int polls_until_charged)
+{
+    Scenario scenario;
+    PodPlan plan;
+    plan.size = {size_bytes, size_bytes};
+    plan.bytes_per_second = bytes_per_second;
+    plan.polls_until_charged = polls_until_charged;
+    scenario.plans.fill(plan);
+    return scenario;
+}
+
+BoardRun::BoardRun(const Computer& computer, const QString& board, const Scenario& scenario)
+    : m_bench(std::make_unique<Bench>(settingsFor(computer, board, m_site), scenario))
 {
     m_bench->start();
 }
@@ -93,6 +103,14 @@ double BoardRun::availableMebibytes()
                .value(0)
                .toDouble() /
            1024;
+}
+
+double BoardRun::writtenMegabytes()
+{
+    constexpr double kSectorBytes = 512;
+    const QString sectors =
+        ask(QStringLiteral("sync; awk '$3 == \"vda\" { print $10 }' /proc/diskstats")).value(0);
+    return sectors.toDouble() * kSectorBytes / 1e6;
 }
 
 double BoardRun::recordedMegabytes() const

@@ -3,6 +3,9 @@
 #include "bench/bench.h"
 #include "machine/machinesite.h"
 
+/// Pods that are all alike, in no place yet.
+Scenario podsOf(quint32 size_bytes, quint32 bytes_per_second, int polls_until_charged);
+
 /// One run of the packaged station on its board, whose clock is tied to instructions: all figures
 /// are of that clock and of what the board's own kernel counts. Lives on the main thread. What does
 /// not go as it must throws std::runtime_error.
@@ -19,8 +22,8 @@ public:
         double total() const { return own + ended_children; }
     };
 
-    /// board: the folder that scripts/board has made ready.
-    BoardRun(const QString& board, const Scenario& scenario);
+    /// computer: made of board, the folder that scripts/board has made ready.
+    BoardRun(const Computer& computer, const QString& board, const Scenario& scenario);
 
     void await(const Condition& condition);
     /// The output of a command on the board.
@@ -28,6 +31,8 @@ public:
     double uptimeSeconds();
     Usage usage();
     double availableMebibytes();
+    /// Onto the station's disk since the power came, all that was to be written included.
+    double writtenMegabytes();
     void plug(const SlotSet& slot_set) { m_bench->perform(verb::Plug{slot_set, {}}); }
     bool holds(const Condition& condition) const { return m_bench->holds(condition); }
     double recordedMegabytes() const;

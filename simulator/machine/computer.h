@@ -15,6 +15,7 @@ struct Computer
     int memory_mebibytes = 0;
     QString accelerator;
     QString instruction_clock; ///< ties its time to instructions; empty: it has this machine's time
+    QString plugin;            ///< that the emulator loads, with its arguments; empty: none
     QString console;           ///< as its kernel calls the first serial port
     QString root;              ///< with kernel, drivers and all else that is installed
     QString kernel_package;

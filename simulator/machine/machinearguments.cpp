@@ -90,6 +90,8 @@ void addComputer(CommandLine& line, const Computer& computer, const MachineParts
     line.add("m", QString::number(computer.memory_mebibytes));
     if (!computer.instruction_clock.isEmpty())
         line.add("icount", computer.instruction_clock);
+    if (!computer.plugin.isEmpty())
+        line.add("plugin", computer.plugin);
     line.add("kernel", parts.kernel_image);
     line.add("initrd", parts.initramfs);
     const QString station = parts.packages.isEmpty()
