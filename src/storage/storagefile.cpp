@@ -162,12 +162,10 @@ bool syncFolderOf(const QString& path)
 
 std::optional<QStringList> listFiles(const QString& folder)
 {
-    constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-    UniqueFd fd(::open(QFile::encodeName(folder).constData(), kFlags));
-    const std::unique_ptr<DIR, FolderCloser> stream(fd ? ::fdopendir(fd.get()) : nullptr);
+    const std::unique_ptr<DIR, FolderCloser> stream(
+        ::opendir(QFile::encodeName(folder).constData()));
     if (!stream)
         return std::nullopt;
-    fd.release(); // the stream's from here on
     QStringList names;
     const QString prefix = folder + QLatin1Char('/');
     for (;;) {
