@@ -12,6 +12,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <array>
+
 using testfiles::contentOf;
 using testfiles::write;
 
@@ -31,7 +33,7 @@ QByteArray noise(quint32 seed, int bytes)
 }
 
 /// Of what came from two pods.
-const QByteArray kRecordings[] = {noise(1, 300000), noise(2, 5000)};
+const std::array<QByteArray, 2> kRecordings = {noise(1, 300000), noise(2, 5000)};
 
 QString addition(const char* file, const QByteArray& recording)
 {
