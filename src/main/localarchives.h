@@ -25,8 +25,9 @@ public:
     bool hasCurrent() const { return !m_current_zip_path.isEmpty(); }
     QString currentPath() const { return m_current_zip_path; }
 
-    /// Adds a recording that has this CRC-32: to the current archive or, where that one is full or
-    /// no archive any more, to a new one. It is owed before it is added.
+    /// Adds a recording that has this CRC-32: to the current archive or, where that one is full, no
+    /// archive any more, or on a block that keeps nothing, to a new one. It is owed before it is
+    /// added.
     AdditionResult add(const QString& file_path, quint32 crc32);
 
     bool owesCurrent() const;
