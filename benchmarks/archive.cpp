@@ -1,7 +1,7 @@
 // Prints what archives cost, as ratios of figures taken in the same run, in a table for the README
 // of this folder. Works in a folder of its own below the current one: give the storage that
 // matters.
-#include "utils/childprocess.h"
+#include "system/childprocess.h"
 #include "utils/ziputils.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 // Prints what a backup costs, as ratios of figures taken in the same run, in a table for the README
 // of this folder: the real program at the bench, with 25 archives in store. Works in the folder for
 // temporary files: give it the storage that matters.
-#include "bench/earlierarchives.h"
+#include "archives/earlierarchives.h"
 #include "commontools.h"
 #include "figures.h"
 #include "stationrun.h"

@@ -1,6 +1,6 @@
 #include "boardrun.h"
 
-#include "bench/companions.h"
+#include "common/companions.h"
 
 #include <QEventLoop>
 #include <QTimer>

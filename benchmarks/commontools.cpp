@@ -1,7 +1,7 @@
 #include "commontools.h"
 
 #include "processusage.h"
-#include "utils/childprocess.h"
+#include "system/childprocess.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -1,6 +1,6 @@
 #include "figures.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 
 #include <exception>
 

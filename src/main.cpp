@@ -1,9 +1,9 @@
 #include "corvanelogger.h"
-#include "interruption.h"
-#include "launcherhandover.h"
 #include "main/corvane.h"
-#include "stationlock.h"
-#include "stationpaths.h"
+#include "shell/launcherhandover.h"
+#include "shell/stationlock.h"
+#include "system/interruption.h"
+#include "system/stationpaths.h"
 #include "uibackend/uibackend.h"
 
 #include <QDebug>

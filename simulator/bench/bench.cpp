@@ -1,9 +1,9 @@
 #include "bench/bench.h"
 
-#include "bench/archivehole.h"
-#include "bench/badinput.h"
+#include "archives/archivehole.h"
 #include "bench/statustext.h"
-#include "bench/verbparser.h"
+#include "common/badinput.h"
+#include "scenario/verbparser.h"
 
 namespace {
 
@@ -206,7 +206,7 @@ QString Bench::act(const verb::Quit& /*quit*/)
         act(verb::StopStation());
     else
         touchQuitCorner();
-    Q_EMIT changed();
+    emit changed();
     return {};
 }
 
@@ -263,7 +263,7 @@ void Bench::noteChange()
             if (m_rack.lastPod(slot) && m_rack.report(slot).readouts_begun > 0)
                 m_times.first_readout_ms = elapsedMs();
     noteUpdates();
-    Q_EMIT changed();
+    emit changed();
 }
 
 void Bench::noteUpdates()
@@ -286,7 +286,7 @@ void Bench::noteEnd()
     if (m_panel_code == kPanelCopied)
         m_promise.endedAsCopied();
     m_screen.stop();
-    Q_EMIT changed();
+    emit changed();
 }
 
 void Bench::readScreen()
@@ -304,7 +304,7 @@ void Bench::readScreen()
                           station().mounted(kStickFolder).value_or(false));
     if (m_quitting)
         touchQuitCorner();
-    Q_EMIT changed();
+    emit changed();
 }
 
 /// Again with every new picture: the first may come before anything can be touched.

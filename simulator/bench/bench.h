@@ -1,13 +1,13 @@
 #pragma once
 
-#include "bench/benchfolder.h"
-#include "bench/benchsettings.h"
 #include "bench/copypromise.h"
 #include "bench/podrack.h"
-#include "bench/scenario.h"
-#include "bench/screenclient.h"
-#include "bench/screenreader.h"
-#include "bench/site.h"
+#include "scenario/scenario.h"
+#include "screen/screenclient.h"
+#include "screen/screenreader.h"
+#include "site/benchfolder.h"
+#include "site/benchsettings.h"
+#include "site/site.h"
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -64,7 +64,7 @@ public:
     const QStringList& badEnds() const { return m_bad_ends; }
     const BenchTimes& times() const { return m_times; }
 
-Q_SIGNALS:
+signals:
     /// Something that a condition may ask about is different now.
     void changed();
 

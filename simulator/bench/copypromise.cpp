@@ -1,8 +1,8 @@
 #include "bench/copypromise.h"
 
-#include "bench/benchfolder.h"
-#include "bench/benchstick.h"
-#include "bench/stickcheck.h"
+#include "archives/stickcheck.h"
+#include "site/benchfolder.h"
+#include "site/benchstick.h"
 
 #include <QFile>
 

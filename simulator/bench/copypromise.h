@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bench/archivecheck.h"
+#include "archives/archivecheck.h"
 
 #include <QStringList>
 

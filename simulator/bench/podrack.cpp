@@ -1,6 +1,6 @@
 #include "bench/podrack.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 
 PodRack::PodRack(PodBus& bus, quint64 seed, std::optional<Firmware> firmware)
     : m_bus(bus)

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "bench/archivecheck.h"
-#include "bench/scenario.h"
-#include "usb/podbus.h"
+#include "archives/archivecheck.h"
+#include "bus/podbus.h"
+#include "scenario/scenario.h"
 
 #include <QHash>
 #include <QObject>
@@ -40,7 +40,7 @@ public:
     /// Every recording that exists in no pod any more.
     std::vector<KnownRecording> erasedRecordings() const;
 
-Q_SIGNALS:
+signals:
     void changed();
 
 private:

@@ -1,6 +1,6 @@
 #include "bench/scenariorunner.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 
 #include <algorithm>
 
@@ -76,7 +76,7 @@ void ScenarioRunner::finishIfEnded()
     if (m_mode == Mode::Unattended && steps_left)
         m_problems += QStringLiteral("the station ended %1").arg(waitingFor());
     m_finished = true;
-    Q_EMIT finished();
+    emit finished();
 }
 
 void ScenarioRunner::giveUp(const QString& problem)

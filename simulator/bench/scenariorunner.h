@@ -22,7 +22,7 @@ public:
     void start();
     const QStringList& problems() const { return m_problems; }
 
-Q_SIGNALS:
+signals:
     void finished();
 
 private:

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "bench/benchstick.h"
 #include "bench/podrack.h"
+#include "site/benchstick.h"
 
 #include <optional>
 

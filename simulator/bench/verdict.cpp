@@ -1,8 +1,8 @@
 #include "bench/verdict.h"
 
-#include "bench/archivecheck.h"
-#include "bench/backupcheck.h"
-#include "bench/stickcheck.h"
+#include "archives/archivecheck.h"
+#include "archives/backupcheck.h"
+#include "archives/stickcheck.h"
 
 #include <QDir>
 #include <QFileInfo>

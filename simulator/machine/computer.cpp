@@ -1,6 +1,6 @@
 #include "machine/computer.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 
 #include <QDir>
 #include <QFileInfo>

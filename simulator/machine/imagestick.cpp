@@ -1,6 +1,6 @@
 #include "machine/imagestick.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 #include "machine/machinereport.h"
 #include "machine/stickimage.h"
 #include "machine/virtualmachine.h"

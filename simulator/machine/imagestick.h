@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bench/benchstick.h"
+#include "site/benchstick.h"
 
 #include <QDateTime>
 

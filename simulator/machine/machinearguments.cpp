@@ -1,7 +1,7 @@
 #include "machine/machinearguments.h"
 
-#include "bench/badinput.h"
-#include "usb/usbaddress.h"
+#include "bus/usbaddress.h"
+#include "common/badinput.h"
 
 namespace {
 

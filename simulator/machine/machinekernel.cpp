@@ -1,6 +1,6 @@
 #include "machine/machinekernel.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 #include "machine/computer.h"
 
 #include <QDir>

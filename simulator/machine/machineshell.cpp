@@ -1,6 +1,6 @@
 #include "machine/machineshell.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 
 #include <QLocalSocket>
 
@@ -63,10 +63,10 @@ void MachineShell::receive(const QString& line)
 {
     if (line == kReady) {
         m_ready = true;
-        Q_EMIT ready();
+        emit ready();
         sendNext();
     } else if (line.startsWith(kStationEnded)) {
-        Q_EMIT stationEnded(line.mid(kStationEnded.size()).toInt());
+        emit stationEnded(line.mid(kStationEnded.size()).toInt());
     } else if (line.startsWith(kDone) && m_waiting) {
         const Command command = std::exchange(m_commands.front(), {});
         m_commands.pop();

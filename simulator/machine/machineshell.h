@@ -39,7 +39,7 @@ public:
     /// Forgets what has not been answered; for the end of a machine.
     void reset();
 
-Q_SIGNALS:
+signals:
     /// The machine is up and its devices are there.
     void ready();
     /// The program started by "start_station" has ended.

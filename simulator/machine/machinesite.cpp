@@ -1,7 +1,7 @@
 #include "machine/machinesite.h"
 
-#include "bench/badinput.h"
-#include "bench/scenario.h"
+#include "common/badinput.h"
+#include "scenario/scenario.h"
 
 #include <QDir>
 

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "bench/benchfolder.h"
-#include "bench/benchsettings.h"
-#include "bench/site.h"
 #include "machine/imagestick.h"
 #include "machine/machinereport.h"
 #include "machine/machinestation.h"
 #include "machine/optdisk.h"
 #include "machine/virtualmachine.h"
+#include "site/benchfolder.h"
+#include "site/benchsettings.h"
+#include "site/site.h"
 
 /// What not every machine has.
 struct MachineExtras

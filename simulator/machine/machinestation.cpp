@@ -1,9 +1,9 @@
 #include "machine/machinestation.h"
 
-#include "bench/badinput.h"
+#include "bus/usbaddress.h"
+#include "common/badinput.h"
 #include "machine/machinereport.h"
 #include "machine/virtualmachine.h"
-#include "usb/usbaddress.h"
 
 namespace {
 

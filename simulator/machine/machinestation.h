@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bench/station.h"
+#include "site/station.h"
 
 #include <functional>
 #include <optional>

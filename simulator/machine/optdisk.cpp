@@ -1,8 +1,8 @@
 #include "machine/optdisk.h"
 
-#include "bench/badinput.h"
-#include "bench/benchfolder.h"
+#include "common/badinput.h"
 #include "machine/tool.h"
+#include "site/benchfolder.h"
 
 #include <QDir>
 #include <QTemporaryDir>

@@ -1,6 +1,6 @@
 #include "machine/qmpclient.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 
 #include <QJsonDocument>
 #include <QLocalSocket>
@@ -54,15 +54,15 @@ void QmpClient::receive(const QJsonObject& message)
         m_ready = message.contains(QLatin1String("return"));
         sendNext();
     } else if (message.contains(QLatin1String("event"))) {
-        Q_EMIT happened(message.value(QLatin1String("event")).toString(),
-                        message.value(QLatin1String("data")).toObject());
+        emit happened(message.value(QLatin1String("event")).toString(),
+                      message.value(QLatin1String("data")).toObject());
     } else if (m_waiting) {
         const Command command = std::exchange(m_commands.front(), {});
         m_commands.pop();
         m_waiting = false;
         const QJsonObject error = message.value(QLatin1String("error")).toObject();
         if (!error.isEmpty())
-            Q_EMIT refused(command.name, error.value(QLatin1String("desc")).toString());
+            emit refused(command.name, error.value(QLatin1String("desc")).toString());
         else if (command.done)
             command.done(message.value(QLatin1String("return")).toObject());
         sendNext();

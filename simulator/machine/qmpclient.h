@@ -34,7 +34,7 @@ public:
     /// Forgets what has not been answered; for the end of a machine.
     void reset();
 
-Q_SIGNALS:
+signals:
     void refused(const QString& command, const QString& reason);
     void happened(const QString& event, const QJsonObject& data);
 

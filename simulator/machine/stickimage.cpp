@@ -1,6 +1,6 @@
 #include "machine/stickimage.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 #include "machine/tool.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 #include "machine/tool.h"
 
-#include "bench/badinput.h"
-#include "bench/dependentprocess.h"
+#include "common/badinput.h"
+#include "common/dependentprocess.h"
 
 ToolResult runTool(const QString& program, const QStringList& arguments, const ToolOptions& options)
 {

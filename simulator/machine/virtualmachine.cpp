@@ -1,8 +1,8 @@
 #include "machine/virtualmachine.h"
 
-#include "bench/badinput.h"
-#include "bench/companions.h"
-#include "bench/neededprograms.h"
+#include "common/badinput.h"
+#include "common/companions.h"
+#include "common/neededprograms.h"
 #include "machine/tool.h"
 #include "usbredir/i2cadapter.h"
 
@@ -52,17 +52,17 @@ VirtualMachine::VirtualMachine(MachineSettings settings)
     m_process.setStandardInputFile(QProcess::nullDevice());
     connect(&m_monitor, &QmpClient::refused, this,
             [this](const QString& command, const QString& why) {
-                Q_EMIT troubled(QStringLiteral("the monitor, %1: %2").arg(command, why));
+                emit troubled(QStringLiteral("the monitor, %1: %2").arg(command, why));
             });
     connect(&m_process, &QProcess::readyReadStandardOutput, this,
-            [this] { Q_EMIT output(m_process.readAllStandardOutput()); });
+            [this] { emit output(m_process.readAllStandardOutput()); });
     connect(&m_process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
             &VirtualMachine::ended);
     connect(&m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error != QProcess::FailedToStart)
             return;
-        Q_EMIT troubled(m_process.program() + QStringLiteral(": ") + m_process.errorString());
-        Q_EMIT ended();
+        emit troubled(m_process.program() + QStringLiteral(": ") + m_process.errorString());
+        emit ended();
     });
     connect(this, &VirtualMachine::ended, &m_stick_port, &StickPort::powerOff);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bench/dependentprocess.h"
+#include "common/dependentprocess.h"
 #include "machine/computer.h"
 #include "machine/machinearguments.h"
 #include "machine/machinekernel.h"
@@ -58,7 +58,7 @@ public:
     /// What the kernel said last.
     QStringList lastConsoleLines(int count) const;
 
-Q_SIGNALS:
+signals:
     /// Of the station, in pieces of any size.
     void output(const QByteArray& text);
     void troubled(const QString& what);

@@ -1,6 +1,6 @@
 #include "machine/writelog.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 
 #include <QFile>
 #include <QtEndian>

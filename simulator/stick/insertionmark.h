@@ -1,7 +1,7 @@
 #pragma once
 
 #include "stick/sticksettings.h"
-#include "storage/uniquefd.h"
+#include "system/uniquefd.h"
 
 /// The file that stands for an inserted stick: it is there while the stick is, and one that was
 /// pulled and inserted again is another file. Used on the server's one thread, owned by Medium.

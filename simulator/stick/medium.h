@@ -1,8 +1,8 @@
 #pragma once
 
+#include "common/pacer.h"
 #include "stick/insertionmark.h"
-#include "storage/uniquefd.h"
-#include "usb/pacer.h"
+#include "system/uniquefd.h"
 
 #include <sys/statvfs.h>
 #include <sys/types.h>

@@ -1,6 +1,6 @@
 #include "usbredir/i2cadapter.h"
 
-#include "usb/controlrequest.h"
+#include "bus/controlrequest.h"
 
 #include <QtEndian>
 

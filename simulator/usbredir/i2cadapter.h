@@ -1,6 +1,6 @@
 #pragma once
 
-#include "i2c/memorychip.h"
+#include "bus/memorychip.h"
 #include "usbredir/usbfunction.h"
 
 /// A USB adapter for an I²C bus, of the kind that the kernel's driver i2c-tiny-usb knows, with the

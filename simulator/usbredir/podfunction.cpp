@@ -1,6 +1,6 @@
 #include "usbredir/podfunction.h"
 
-#include "usb/controlrequest.h"
+#include "bus/controlrequest.h"
 
 PodFunction::PodFunction(std::shared_ptr<PodModel> pod)
     : m_pod(std::move(pod))

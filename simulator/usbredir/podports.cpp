@@ -1,6 +1,6 @@
 #include "usbredir/podports.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 #include "usbredir/podfunction.h"
 
 PodPorts::PodPorts(const QString& folder)

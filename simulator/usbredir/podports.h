@@ -1,6 +1,6 @@
 #pragma once
 
-#include "usb/podbus.h"
+#include "bus/podbus.h"
 #include "usbredir/redirport.h"
 
 #include <array>

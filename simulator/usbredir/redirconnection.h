@@ -1,6 +1,6 @@
 #pragma once
 
-#include "usb/pacer.h"
+#include "common/pacer.h"
 #include "usbredir/usbfunction.h"
 
 #include <QLocalSocket>
@@ -32,7 +32,7 @@ public:
     void plug(UsbFunction& function);
     void unplug();
 
-Q_SIGNALS:
+signals:
     void disconnected();
 
 private:

@@ -1,6 +1,6 @@
 #include "usbredir/redirport.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 
 RedirPort::RedirPort(const QString& socket_path)
 {

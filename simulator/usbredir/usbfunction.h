@@ -1,6 +1,6 @@
 #pragma once
 
-#include "usb/usbdescription.h"
+#include "bus/usbdescription.h"
 
 #include <QByteArray>
 

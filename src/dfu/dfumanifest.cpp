@@ -1,7 +1,7 @@
 #include "dfu/dfumanifest.h"
 
+#include "archive/zipextraction.h"
 #include "dfu/dfuinvalidupdatefile.h"
-#include "storage/zipextraction.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

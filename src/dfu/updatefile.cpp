@@ -1,8 +1,8 @@
 #include "dfu/updatefile.h"
 
+#include "archive/zipextraction.h"
 #include "dfu/dfuexception.h"
-#include "storage/storagefile.h"
-#include "storage/zipextraction.h"
+#include "system/storagefile.h"
 
 #include <algorithm>
 #include <fcntl.h>

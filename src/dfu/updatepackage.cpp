@@ -1,6 +1,6 @@
 #include "dfu/updatepackage.h"
 
-#include "stationpaths.h"
+#include "system/stationpaths.h"
 #include "utils/ziputils.h"
 
 #include <QDebug>

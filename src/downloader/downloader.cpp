@@ -4,11 +4,11 @@
 #include "downloader/podprotocol.h"
 #include "main/pod.h"
 #include "main/progress.h"
-#include "storage/checksum.h"
-#include "utils/interruptiblesleep.h"
+#include "system/checksum.h"
+#include "system/interruptiblesleep.h"
+#include "system/sha256.h"
 #include "utils/libusbutils.h"
 
-#include <QCryptographicHash>
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
@@ -106,7 +106,7 @@ void showProgress(Pod& pod, uint32_t size_bytes, uint32_t remaining_bytes)
 /// pod's ticket: what the archive is given must be what the digest was taken of.
 QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
 {
-    QCryptographicHash digest(QCryptographicHash::Sha256);
+    Sha256 digest;
     Checksum checksum;
     std::array<uint8_t, kChunkBytes> buffer{};
     uint32_t remaining = size_bytes;
@@ -120,8 +120,9 @@ QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
         // A short read deliberately counts as whole: the digest is what tells.
         remaining -= chunk;
         file.write(buffer.data(), chunk);
-        digest.addData(reinterpret_cast<const char*>(buffer.data()), static_cast<int>(chunk));
-        checksum.add(reinterpret_cast<const char*>(buffer.data()), chunk);
+        const char* const bytes = reinterpret_cast<const char*>(buffer.data());
+        digest.add(bytes, chunk);
+        checksum.add(bytes, chunk);
         showProgress(pod, size_bytes, remaining);
     }
     file.close();

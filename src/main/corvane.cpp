@@ -1,16 +1,16 @@
 #include "main/corvane.h"
 
+#include "archive/archiveaddition.h"
 #include "main/discovery.h"
 #include "main/localarchives.h"
+#include "main/serialnumberchip.h"
 #include "main/stickcommands.h"
 #include "main/stickdelivery.h"
-#include "stationpaths.h"
-#include "storage/archiveaddition.h"
+#include "system/childprocess.h"
+#include "system/interruptiblesleep.h"
+#include "system/stationpaths.h"
 #include "uibackend/uibackend.h"
 #include "utils/backupgenerator.h"
-#include "utils/childprocess.h"
-#include "utils/interruptiblesleep.h"
-#include "utils/serialnumberchip.h"
 
 #include <QDebug>
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "main/datafileclaim.h"
 
-#include "storage/storagefile.h"
+#include "system/storagefile.h"
 
 #include <QFile>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "storage/uniquefd.h"
+#include "system/uniquefd.h"
 
 #include <QString>
 

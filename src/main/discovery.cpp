@@ -1,7 +1,7 @@
 #include "main/discovery.h"
 
 #include "main/place.h"
-#include "utils/interruptiblesleep.h"
+#include "system/interruptiblesleep.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>

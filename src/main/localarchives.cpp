@@ -1,7 +1,7 @@
 #include "main/localarchives.h"
 
-#include "stationpaths.h"
-#include "storage/storagefile.h"
+#include "system/stationpaths.h"
+#include "system/storagefile.h"
 #include "utils/ziputils.h"
 
 #include <QDebug>

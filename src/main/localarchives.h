@@ -1,7 +1,7 @@
 #pragma once
 
-#include "storage/additionresult.h"
-#include "storage/owedarchives.h"
+#include "archive/additionresult.h"
+#include "archive/owedarchives.h"
 #include "utils/filesaver.h"
 
 #include <QString>

@@ -5,9 +5,9 @@
 #include "downloader/downloadexception.h"
 #include "downloader/podprotocol.h"
 #include "main/progress.h"
-#include "stationpaths.h"
+#include "system/interruptiblesleep.h"
+#include "system/stationpaths.h"
 #include "uibackend/uibackend.h"
-#include "utils/interruptiblesleep.h"
 #include "utils/libusbutils.h"
 #include "utils/libusbutilsexception.h"
 

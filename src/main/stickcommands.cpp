@@ -1,12 +1,12 @@
 #include "main/stickcommands.h"
 
+#include "archive/owedarchives.h"
 #include "dfu/updatepackage.h"
 #include "main/progress.h"
-#include "stationpaths.h"
-#include "storage/owedarchives.h"
-#include "storage/storagefile.h"
+#include "system/childprocess.h"
+#include "system/stationpaths.h"
+#include "system/storagefile.h"
 #include "utils/backupgenerator.h"
-#include "utils/childprocess.h"
 #include "utils/usbcmdutils.h"
 #include "utils/usbkeyutils.h"
 

@@ -1,7 +1,7 @@
 #include "main/stickdelivery.h"
 
 #include "main/localarchives.h"
-#include "storage/readback.h"
+#include "system/readback.h"
 #include "utils/usbkeyutils.h"
 #include "utils/ziputils.h"
 

@@ -1,9 +1,9 @@
 #include "utils/backupgenerator.h"
 
-#include "stationpaths.h"
-#include "storage/owedarchives.h"
-#include "storage/readback.h"
-#include "storage/storagefile.h"
+#include "archive/owedarchives.h"
+#include "system/readback.h"
+#include "system/stationpaths.h"
+#include "system/storagefile.h"
 #include "utils/ziputils.h"
 
 #include <QDebug>

@@ -1,6 +1,6 @@
 #include "utils/filesaver.h"
 
-#include "storage/storagefile.h"
+#include "system/storagefile.h"
 #include "utils/ziputils.h"
 
 #include <QDebug>

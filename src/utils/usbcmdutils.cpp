@@ -1,7 +1,7 @@
 #include "utils/usbcmdutils.h"
 
-#include "stationpaths.h"
-#include "storage/storagefile.h"
+#include "system/stationpaths.h"
+#include "system/storagefile.h"
 
 #include <QDebug>
 #include <QDir>

@@ -1,7 +1,7 @@
 #include "utils/usbkeyutils.h"
 
-#include "storage/readback.h"
-#include "storage/storagefile.h"
+#include "system/readback.h"
+#include "system/storagefile.h"
 
 #include <QDebug>
 #include <QDir>

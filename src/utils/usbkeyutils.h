@@ -1,7 +1,7 @@
 #pragma once
 
-#include "stationpaths.h"
-#include "utils/childprocess.h"
+#include "system/childprocess.h"
+#include "system/stationpaths.h"
 
 #include <QString>
 

@@ -1,10 +1,10 @@
 #include "utils/ziputils.h"
 
-#include "storage/archiveaddition.h"
-#include "storage/archivedevice.h"
-#include "storage/storagefile.h"
-#include "storage/zipdirectory.h"
-#include "storage/zipextraction.h"
+#include "archive/archiveaddition.h"
+#include "archive/archivedevice.h"
+#include "archive/zipdirectory.h"
+#include "archive/zipextraction.h"
+#include "system/storagefile.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "storage/additionresult.h"
+#include "archive/additionresult.h"
 
 #include <QString>
 #include <QStringList>

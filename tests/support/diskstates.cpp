@@ -1,6 +1,6 @@
 #include "support/diskstates.h"
 
-#include "bench/badinput.h"
+#include "common/badinput.h"
 #include "machine/tool.h"
 
 #include <QFile>

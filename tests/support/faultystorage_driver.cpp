@@ -1,11 +1,11 @@
 // Runs the storage operations named on its command line, for a test that preloads a faulty storage:
 // each argument is one step, its parts divided by colons. Tells each answer on standard output,
 // then creates a file, so that the plan can also strike right after an answer was given.
+#include "archive/archiveaddition.h"
+#include "archive/owedarchives.h"
 #include "main/progress.h"
 #include "main/stickcommands.h"
-#include "storage/archiveaddition.h"
-#include "storage/owedarchives.h"
-#include "storage/storagefile.h"
+#include "system/storagefile.h"
 #include "utils/filesaver.h"
 #include "utils/usbkeyutils.h"
 #include "utils/ziputils.h"

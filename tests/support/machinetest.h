@@ -1,6 +1,6 @@
 #pragma once
 
-#include "bench/scenario.h"
+#include "scenario/scenario.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,8 +1,8 @@
 #include "support/playedscenario.h"
 
-#include "bench/scenarioparser.h"
 #include "bench/scenariorunner.h"
 #include "bench/verdict.h"
+#include "scenario/scenarioparser.h"
 
 #include <QCoreApplication>
 #include <QSignalSpy>

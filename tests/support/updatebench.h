@@ -1,8 +1,8 @@
 #pragma once
 
 #include "uibackend/uibackend.h"
-#include "usb/usbbus.h"
 #include "usb/usbcontext.h"
+#include "usbfs/usbbus.h"
 
 #include <QByteArray>
 #include <QTemporaryDir>

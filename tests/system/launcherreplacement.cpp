@@ -11,7 +11,7 @@ class LauncherReplacement : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
+private slots:
     void completesAtTheStart();
 };
 

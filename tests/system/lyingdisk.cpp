@@ -19,7 +19,7 @@ class LyingDisk : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
+private slots:
     void isNotBelieved();
 
 private:

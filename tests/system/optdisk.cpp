@@ -1,7 +1,7 @@
 #include "machine/optdisk.h"
 
-#include "bench/badinput.h"
-#include "bench/benchfolder.h"
+#include "common/badinput.h"
+#include "site/benchfolder.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
@@ -11,7 +11,7 @@ class OptDiskTest : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
+private slots:
     void bringsEverythingBack();
     void keepsTheFolderWhenItCannotRead();
 };

@@ -1,10 +1,10 @@
 #include "bench/bench.h"
 #include "bench/verdict.h"
+#include "bus/usbaddress.h"
 #include "machine/machineshell.h"
 #include "machine/machinesite.h"
 #include "support/machinetest.h"
 #include "system/testedcomputer.h"
-#include "usb/usbaddress.h"
 
 #include <QtTest>
 
@@ -16,7 +16,7 @@ class Package : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
+private slots:
     void worksAndKeepsRecordings();
 
 private:

@@ -18,7 +18,7 @@ class PowerCuts : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
+private slots:
     void loseNothing();
 
 private:

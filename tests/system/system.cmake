@@ -11,17 +11,21 @@ foreach(scenario IN ITEMS
   set_tests_properties(system_${name} PROPERTIES ${alone})
 endforeach()
 
+add_library(corvane_tests_machine STATIC support/machinetest.cpp system/testedcomputer.cpp)
+target_link_libraries(corvane_tests_machine
+  PUBLIC corvane_machine corvane_tests_common
+  PRIVATE corvane_warnings)
+target_compile_definitions(corvane_tests_machine
+  PUBLIC CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>"
+         CORVANE_PACKAGES="${CMAKE_SOURCE_DIR}/build/package")
+corvane_share_precompiled(corvane_tests_machine corvane_tests_common)
+
 # Played on a desk's computer, or on the board that CORVANE_BOARD says. Further arguments: more
 # sources.
 function(corvane_add_system_test name)
-  add_executable(system_${name} ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/${name}.cpp
-    ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/testedcomputer.cpp
-    support/machinetest.cpp ${ARGN})
-  target_include_directories(system_${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
-  target_link_libraries(system_${name} PRIVATE corvane_machine corvane_warnings Qt5::Test)
-  target_compile_definitions(system_${name} PRIVATE
-    CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>"
-    CORVANE_PACKAGES="${CMAKE_SOURCE_DIR}/build/package")
+  add_executable(system_${name} ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/${name}.cpp ${ARGN})
+  target_link_libraries(system_${name} PRIVATE corvane_tests_machine corvane_warnings)
+  corvane_share_precompiled(system_${name} corvane_tests_common)
   corvane_know_qt_order(system_${name})
   add_test(NAME system_${name} COMMAND system_${name} CONFIGURATIONS system)
   set_tests_properties(system_${name} PROPERTIES

@@ -1,6 +1,6 @@
 #include "system/testedcomputer.h"
 
-#include "bench/companions.h"
+#include "common/companions.h"
 #include "machine/machinesite.h"
 
 namespace {

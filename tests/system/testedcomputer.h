@@ -1,7 +1,7 @@
 #pragma once
 
-#include "bench/benchsettings.h"
 #include "machine/computer.h"
+#include "site/benchsettings.h"
 
 /// The computer that a test of the machine is played on: the board that is ready in the folder
 /// CORVANE_BOARD, or else a desk's. Throws BadInput.

@@ -1,7 +1,7 @@
-#include "bench/archivecheck.h"
-#include "bench/badinput.h"
+#include "archives/archivecheck.h"
 #include "bench/bench.h"
 #include "bench/verdict.h"
+#include "common/badinput.h"
 #include "machine/computer.h"
 #include "machine/machinesite.h"
 #include "machine/tool.h"
@@ -23,7 +23,7 @@ class WriteLog : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
+private slots:
     void losesNothingAcknowledged();
 
 private:

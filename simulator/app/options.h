@@ -1,0 +1,38 @@
+#pragma once
+
+#include "scenario/podplan.h"
+#include "scenario/stickplan.h"
+
+#include <QString>
+#include <QStringList>
+
+enum class Display {
+    Auto,   ///< a window where there is a display and a person, else as below
+    Window, ///< on the user's display
+    Vnc,    ///< for a viewer on this machine
+    None    ///< seen by the bench alone
+};
+
+/// The command line of the bench.
+struct Options
+{
+    bool help = false;
+    int pods = 30;
+    PodPlan usual_pod;
+    StickPlan stick;
+    Display display = Display::Auto;
+    QString station_program;
+    QString scenario_file;
+    bool machine = false;  ///< the station has a computer of its own
+    QString board_folder;  ///< which is the board that was made ready there; empty: a desk's
+    QString firmware_file; ///< empty: none
+    bool once = false;
+    QString screenshot_file;
+    QString kept_folder;
+    quint64 seed = 1;
+    bool verbose = false;
+};
+
+/// arguments begin with the program's name. Throws BadInput.
+Options parseOptions(const QStringList& arguments);
+QString optionsHelp();

@@ -1,0 +1,68 @@
+#include "common/slotset.h"
+
+#include "common/badinput.h"
+
+#include <QStringList>
+
+namespace {
+
+int slotFromText(const QString& text)
+{
+    bool ok = false;
+    const int slot = text.trimmed().toInt(&ok);
+    if (!ok || slot < 0 || slot >= kSlotCount)
+        throw BadInput(QStringLiteral("'%1' is no place: places are 0 to 29").arg(text.trimmed()));
+    return slot;
+}
+
+void addRange(SlotSet& slot_set, const QString& range)
+{
+    const int first = slotFromText(range.section(QLatin1Char('-'), 0, 0));
+    const int last =
+        range.contains(QLatin1Char('-')) ? slotFromText(range.section(QLatin1Char('-'), 1)) : first;
+    if (last < first)
+        throw BadInput(QStringLiteral("the places '%1' run backwards").arg(range));
+    for (int slot = first; slot <= last; ++slot)
+        slot_set.set(slot);
+}
+
+} // namespace
+
+SlotSet slotSetFromText(const QString& text)
+{
+    if (text.trimmed() == QLatin1String("all"))
+        return SlotSet().set();
+    SlotSet slot_set;
+    for (const QString& range : text.split(QLatin1Char(',')))
+        addRange(slot_set, range);
+    return slot_set;
+}
+
+QString slotSetToText(const SlotSet& slot_set)
+{
+    QStringList ranges;
+    for (int first = 0; first < kSlotCount; ++first) {
+        if (!slot_set.test(first))
+            continue;
+        int last = first;
+        while (last + 1 < kSlotCount && slot_set.test(last + 1))
+            ++last;
+        ranges +=
+            first == last ? QString::number(first) : QStringLiteral("%1-%2").arg(first).arg(last);
+        first = last;
+    }
+    return ranges.isEmpty() ? QStringLiteral("none") : ranges.join(QLatin1Char(','));
+}
+
+SlotSet slotSetOf(int slot)
+{
+    return SlotSet().set(slot);
+}
+
+SlotSet firstSlots(int count)
+{
+    SlotSet slot_set;
+    for (int slot = 0; slot < count; ++slot)
+        slot_set.set(slot);
+    return slot_set;
+}

@@ -1,0 +1,91 @@
+#include "privateroot/sandboxstation.h"
+
+#include "privateroot/processtree.h"
+
+#include <QFileInfo>
+
+#include <csignal>
+#include <utility>
+
+namespace {
+constexpr int kSignalExit = 128;
+// The controller's and discovery's; every other plain QThread of the station serves a pod.
+constexpr int kThreadsWithoutPods = 2;
+} // namespace
+
+SandboxStation::SandboxStation(SandboxSettings settings, const QString& log_path, bool echo)
+    : Station(log_path, echo)
+    , m_settings(std::move(settings))
+{
+    m_process.setProcessChannelMode(QProcess::MergedChannels);
+    m_process.setStandardInputFile(QProcess::nullDevice());
+    connect(&m_process, &QProcess::readyRead, this, [this] { noteOutput(m_process.readAll()); });
+    connect(&m_process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this,
+            &SandboxStation::endRun);
+    connect(&m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart)
+            endRun(kSignalExit - 1, QProcess::NormalExit);
+    });
+}
+
+SandboxStation::~SandboxStation()
+{
+    m_process.disconnect(this);
+    m_process.kill();
+    m_process.waitForFinished();
+}
+
+void SandboxStation::start()
+{
+    noteStart();
+    m_process.start(QStringLiteral("bwrap"), sandboxArguments(m_settings));
+}
+
+void SandboxStation::kill()
+{
+    m_process.kill();
+}
+
+// As kill, it ends the station that this object is: no business of a const one.
+// NOLINTNEXTLINE(readability-make-member-function-const)
+void SandboxStation::terminate()
+{
+    if (const qint64 pid = stationPid(); pid > 0)
+        ::kill(static_cast<pid_t>(pid), SIGTERM);
+}
+
+std::optional<int> SandboxStation::podThreads() const
+{
+    const qint64 pid = stationPid();
+    const int plain = static_cast<int>(threadNames(pid).count(QStringLiteral("QThread")));
+    return pid > 0 ? qMax(0, plain - kThreadsWithoutPods) : 0;
+}
+
+std::optional<bool> SandboxStation::mounted(const QString& folder) const
+{
+    QFile mounts(QStringLiteral("/proc/%1/mounts").arg(stationPid()));
+    return mounts.open(QIODevice::ReadOnly) &&
+           mounts.readAll().contains(QByteArray(" ") + QFile::encodeName(folder) + " ");
+}
+
+qint64 SandboxStation::bytesOf(const QString& name) const
+{
+    const QFileInfo file(m_settings.station_folder + QLatin1Char('/') + name);
+    return file.exists() ? file.size() : -1;
+}
+
+void SandboxStation::endRun(int exit_code, QProcess::ExitStatus status)
+{
+    noteOutput(m_process.readAll());
+    noteEnd(status == QProcess::NormalExit ? exit_code : kSignalExit + exit_code);
+}
+
+/// bwrap watches from outside, its second process is the first of the private root, and the
+/// station is that one's first child; the stick's server joins it there.
+qint64 SandboxStation::stationPid() const
+{
+    qint64 pid = m_process.processId();
+    for (int generation = 0; generation < 2 && pid > 0; ++generation)
+        pid = childProcesses(pid).value(0);
+    return pid;
+}

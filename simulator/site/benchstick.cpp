@@ -1,0 +1,91 @@
+#include "site/benchstick.h"
+
+#include "common/badinput.h"
+#include "site/stickcontent.h"
+
+#include <QFileInfo>
+
+namespace {
+
+const QDir::Filters kAll = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+constexpr QFile::Permissions kUsable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+
+/// Names are data and may hold anything; a line stays a line.
+QString shown(QString name)
+{
+    for (QChar& letter : name)
+        if (!letter.isPrint())
+            letter = QLatin1Char('?');
+    return name;
+}
+
+QString lineOf(const QFileInfo& entry)
+{
+    if (entry.isSymLink())
+        return QStringLiteral("%1  link").arg(shown(entry.fileName()));
+    if (entry.isDir())
+        return QStringLiteral("%1  folder").arg(shown(entry.fileName()));
+    return QStringLiteral("%1  %2 bytes").arg(shown(entry.fileName())).arg(entry.size());
+}
+
+} // namespace
+
+BenchStick::BenchStick(const QString& folder, const StickPlan& plan)
+    : m_folder(folder)
+{
+    if (!QDir().mkpath(folder) || !QFile::setPermissions(folder, kUsable))
+        throw BadInput(QStringLiteral("cannot make the folder %1").arg(folder));
+    fill(plan);
+}
+
+void BenchStick::replace(const StickPlan& /*plan*/)
+{
+    throw BadInput(QStringLiteral("there is only one stick here"));
+}
+
+/// The folder itself stays: the station's root has it, wherever its name leads by then.
+void BenchStick::beginAnother(const StickPlan& plan)
+{
+    const QString former = QStringLiteral("%1-%2").arg(m_folder.path()).arg(folders().size());
+    if (!QDir().mkdir(former))
+        throw BadInput(QStringLiteral("cannot make the folder %1").arg(former));
+    m_folder.refresh();
+    for (const QString& name : m_folder.entryList(kAll))
+        if (!m_folder.rename(name, former + QLatin1Char('/') + name))
+            throw BadInput(QStringLiteral("cannot move '%1' to %2").arg(name, former));
+    m_former_folders += former;
+    fill(plan);
+}
+
+void BenchStick::fill(const StickPlan& plan)
+{
+    fillStick(m_folder.path(), plan);
+    m_given.clear();
+    for (const StickItem& item : plan.items)
+        if (item.kind == StickItem::Kind::Text)
+            m_given.insert(item.name, item.text.toUtf8());
+}
+
+bool BenchStick::keeps(const QString& name) const
+{
+    QFile file(path(name));
+    return m_given.contains(name) && file.open(QIODevice::ReadOnly) &&
+           file.readAll() == m_given.value(name);
+}
+
+std::optional<qint64> BenchStick::bytesOf(const QString& name) const
+{
+    const QFileInfo entry(path(name));
+    return entry.isSymLink() || entry.exists() ? entry.size() : kNotThere;
+}
+
+QStringList BenchStick::listing(int most) const
+{
+    const QFileInfoList entries = m_folder.entryInfoList(kAll, QDir::Name);
+    QStringList lines;
+    for (const QFileInfo& entry : entries.mid(0, most))
+        lines += lineOf(entry);
+    if (entries.size() > most)
+        lines += QStringLiteral("and %1 more").arg(entries.size() - most);
+    return lines;
+}

@@ -1,9 +1,0 @@
-#include "storage/uniquefd.h"
-
-#include <unistd.h>
-
-UniqueFd::~UniqueFd()
-{
-    if (m_fd >= 0)
-        ::close(m_fd);
-}

@@ -1,0 +1,179 @@
+#include "bench/bench.h"
+#include "bench/verdict.h"
+#include "privateroot/processtree.h"
+
+#include <QDir>
+#include <QFile>
+#include <QtTest>
+
+#include <algorithm>
+#include <memory>
+
+/// Plugs and unplugs pods in all places, over and over, and compares what the station holds
+/// afterwards with what it held after the first hundred; no recording is lost on the way, and
+/// every pod and thread object is gone in the end. For a soak run set
+/// CORVANE_CHURN_CYCLES=10000 and, as the test library ends a test after five minutes,
+/// QTEST_FUNCTION_TIMEOUT=3600000.
+class Churn : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void leavesNothingBehind();
+    void quitsCleanly();
+    void cleanupTestCase();
+
+private:
+    struct Holdings
+    {
+        int threads = 0;
+        int descriptors = 0;
+        int memory_kib = 0;
+    };
+
+    bool waitFor(const Condition& condition);
+    void plugAndUnplugAll(int round);
+    Holdings holdings() const;
+
+    std::unique_ptr<Bench> m_bench;
+    int m_plugged = 0;
+};
+
+namespace {
+
+constexpr int kCyclesBefore = 120;
+/// A sanitizer keeps freed memory and history of its own; its leak check sees what matters.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+/// The pipes of the child that the panel's tick may just be waiting for.
+constexpr int kChildDescriptors = 4;
+/// The allocator's own coming and going. Objects of a few bytes hide in it: those are counted.
+constexpr int kMemorySlackKib = 6 * 1024;
+
+/// Sockets left out: the simulated devices' preload leaves one behind whenever the station comes to
+/// open a device that has just gone. A device, a file or a thread that stayed open would count.
+int descriptorsOf(const QString& folder)
+{
+    const QDir descriptors(folder);
+    const QStringList names = descriptors.entryList(QDir::Files | QDir::System);
+    return static_cast<int>(std::count_if(names.begin(), names.end(), [&](const QString& name) {
+        return !QFile::symLinkTarget(descriptors.filePath(name)).contains(QLatin1String("socket:"));
+    }));
+}
+
+Condition podThreads(int number)
+{
+    Condition condition{};
+    condition.kind = Condition::Kind::PodThreads;
+    condition.number = number;
+    return condition;
+}
+
+Condition erased(int slot)
+{
+    Condition condition{};
+    condition.kind = Condition::Kind::Erased;
+    condition.slot_set = slotSetOf(slot);
+    return condition;
+}
+
+} // namespace
+
+void Churn::initTestCase()
+{
+    PodPlan plan;
+    plan.size = SizeRange{4096, 4096};
+    BenchSettings settings;
+    settings.station_program = QStringLiteral(CORVANE_STATION_PROGRAM);
+    m_bench = std::make_unique<Bench>(settings, plainScenario(plan, {}, false, {}));
+    m_bench->start();
+}
+
+bool Churn::waitFor(const Condition& condition)
+{
+    // The bench tells when to look again, but not when a thread ends.
+    return QTest::qWaitFor([&] { return m_bench->holds(condition); }, 60000);
+}
+
+void Churn::plugAndUnplugAll(int round)
+{
+    m_bench->perform(verb::Plug{firstSlots(kSlotCount), {}});
+    m_plugged += kSlotCount;
+    QVERIFY(waitFor(podThreads(kSlotCount)));
+    // Rounds end in the pods' start-up, in their transfers, or with some already charging.
+    if (round % 3 == 1)
+        QVERIFY(waitFor(erased(0)));
+    if (round % 3 == 2)
+        QVERIFY(waitFor(erased(3)));
+    m_bench->perform(verb::Unplug{firstSlots(kSlotCount)});
+    QVERIFY(waitFor(podThreads(0)));
+}
+
+Churn::Holdings Churn::holdings() const
+{
+    const qint64 pid = m_bench->station().stationPid();
+    const QString proc = QStringLiteral("/proc/%1/").arg(pid);
+    Holdings now;
+    now.threads = threadNames(pid).size();
+    now.descriptors = descriptorsOf(proc + QStringLiteral("fd"));
+    QFile status(proc + QStringLiteral("status"));
+    if (status.open(QIODevice::ReadOnly)) {
+        const QByteArray text = status.readAll();
+        const int at = text.indexOf("VmRSS:") + 6;
+        now.memory_kib = text.mid(at, text.indexOf("kB", at) - at).trimmed().toInt();
+    }
+    return now;
+}
+
+void Churn::leavesNothingBehind()
+{
+    const int cycles =
+        std::max(kCyclesBefore, qEnvironmentVariableIntValue("CORVANE_CHURN_CYCLES"));
+    const int wanted = cycles > kCyclesBefore ? cycles : 1000;
+    Holdings before;
+    for (int done = 0, round = 0; done < wanted; done += kSlotCount, ++round) {
+        plugAndUnplugAll(round);
+        if (QTest::currentTestFailed())
+            return;
+        if (done + kSlotCount == kCyclesBefore)
+            before = holdings();
+    }
+    // Qt's pooled threads come and go too, but only ever down to none.
+    QTRY_VERIFY(holdings().threads <= before.threads);
+    const Holdings after = holdings();
+    qInfo("threads %d, then %d; descriptors %d, then %d; memory %d KiB, then %d KiB",
+          before.threads, after.threads, before.descriptors, after.descriptors, before.memory_kib,
+          after.memory_kib);
+    QVERIFY(after.descriptors <= before.descriptors + kChildDescriptors);
+    QVERIFY(before.memory_kib > 0);
+    if (!kSanitized)
+        QVERIFY(after.memory_kib <= before.memory_kib + kMemorySlackKib);
+}
+
+void Churn::quitsCleanly()
+{
+    m_bench->perform(verb::Quit{});
+    Condition ended{};
+    ended.kind = Condition::Kind::Ended;
+    QVERIFY(waitFor(ended));
+    Expectations expect;
+    expect.on_stick = false;
+    expect.warnings = QStringList(QStringLiteral("exception"));
+    const Verdict verdict = judge(*m_bench, expect);
+    QVERIFY2(verdict.good(), qPrintable(summary(*m_bench, verdict)));
+    const StationLog& log = m_bench->station().log();
+    QCOMPARE(log.count(QStringLiteral("Pod destructor")), m_plugged);
+    QCOMPARE(log.count(QStringLiteral("QThread destroyed")), m_plugged);
+}
+
+void Churn::cleanupTestCase()
+{
+    m_bench.reset();
+}
+
+QTEST_GUILESS_MAIN(Churn)
+#include "churn.moc"

@@ -1,0 +1,30 @@
+# Each scenario plays the real station at the bench to its end; the bench judges it.
+foreach(scenario IN ITEMS
+    archivefull backup backupfull backuplies backuppower backuppulled bounce copykilled copypulled
+    diskfull emptypod erasedfirst export exportfull faults firmware firmwareescaped firmwareunheard
+    powerloss quit sharedname sizes stick sticklies stop toosmall updatemarker)
+  add_test(NAME scenario_${scenario}
+    COMMAND corvane-sim --once --scenario ${CMAKE_CURRENT_SOURCE_DIR}/scenarios/${scenario}.json)
+  set_tests_properties(scenario_${scenario} PROPERTIES
+    ENVIRONMENT "${CORVANE_SANITIZER_ENVIRONMENT}")
+endforeach()
+
+# The bench's folder, the station's within, on a small disk of its own.
+add_test(NAME scenario_nearlyfull
+  COMMAND bwrap --dev-bind / / --size 50331648 --tmpfs /opt --setenv TMPDIR /opt --die-with-parent
+    --unshare-user --uid 0 --gid 0 --cap-add CAP_SYS_ADMIN
+    $<TARGET_FILE:corvane-sim> --once --scenario ${CMAKE_CURRENT_SOURCE_DIR}/scenarios/nearlyfull.json)
+set_tests_properties(scenario_nearlyfull PROPERTIES
+  ENVIRONMENT "${CORVANE_SANITIZER_ENVIRONMENT}")
+
+corvane_add_test(scenario_churn SOURCES station/churn.cpp LIBRARIES corvane_bench)
+target_compile_definitions(scenario_churn
+  PRIVATE CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>")
+
+# Made of parts, played as the files are.
+foreach(scenario IN ITEMS commands starts)
+  corvane_add_test(scenario_${scenario}
+    SOURCES station/${scenario}.cpp support/playedscenario.cpp LIBRARIES corvane_bench)
+  target_compile_definitions(scenario_${scenario}
+    PRIVATE CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>")
+endforeach()

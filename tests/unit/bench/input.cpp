@@ -1,0 +1,342 @@
+#include "app/options.h"
+#include "common/badinput.h"
+#include "scenario/scenarioparser.h"
+#include "scenario/verbparser.h"
+
+#include <QtTest>
+
+namespace {
+
+/// What the parser complains of; empty when it is content.
+template <typename Parse>
+QString complaint(Parse parse)
+{
+    try {
+        parse();
+        return {};
+    } catch (const BadInput& bad) {
+        return bad.text();
+    }
+}
+
+Scenario parse(const QByteArray& json)
+{
+    return parseScenario(json, QStringLiteral("demo.json"), PodPlan());
+}
+
+QByteArray withSteps(const QByteArray& steps)
+{
+    return R"({"name": "t", "expect": {}, "steps": [)" + steps + "]}";
+}
+
+/// What follows the member of a scenario that a row is about.
+const QByteArray kTail = R"(, "name": "t", "steps": [], "expect": {}})";
+
+void addScenarioColumns()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::addColumn<QString>("expected");
+}
+
+void row(const char* name, const QByteArray& json, const char* expected)
+{
+    QTest::newRow(name) << json << QString::fromLatin1(expected);
+}
+
+Options optionsFrom(const char* line)
+{
+    return parseOptions(QStringList(QStringLiteral("corvane-sim"))
+                        << QString::fromLatin1(line).split(QLatin1Char(' '), Qt::SkipEmptyParts));
+}
+
+} // namespace
+
+/// Everything that a person types or writes for the bench: files, prompt, command line.
+class BenchInputTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void readsExpectations();
+    void readsEveryEventOfAStep();
+    void readsWhatStepsDo();
+    void namesPlaceAndFaultOfABadScenario_data();
+    void namesPlaceAndFaultOfABadScenario();
+    void passesNothingOver_data();
+    void passesNothingOver();
+    void readsVerbs();
+    void refusesVerbs_data();
+    void refusesVerbs();
+    void readsOptions();
+    void refusesOptions_data();
+    void refusesOptions();
+    void writesSlotsAsItReadsThem();
+};
+
+/// One that is passed over would let every run pass.
+void BenchInputTest::readsExpectations()
+{
+    const Scenario scenario = parse(R"({"name": "demo", "steps": [], "firmware": {"size": 9},
+        "expect": {"archived": "0,2", "kept": 1, "erased": 3, "updated": "1-2", "entries": 3,
+                   "warnings": ["Download"], "exit code": 137, "on stick": false,
+                   "local archives": ["0000000004.cvx"], "backup": [],
+                   "erased archives": ["0000000001.cvx"], "log contains": ["said"],
+                   "log lacks": ["unsaid"], "infos contain": ["Serial"], "panel shown": [-2],
+                   "panel never": [1], "station lacks": ["version"], "never run": ["mount"],
+                   "stick holds": ["a"], "stick lacks": ["b", "c"], "stick keeps": ["d"],
+                   "delivered": "4-5"}})");
+    const Expectations& expect = scenario.expect;
+    const auto texts = [](const char* text) { return QStringList(QString::fromLatin1(text)); };
+    QCOMPARE(expect.archived, slotSetFromText(QStringLiteral("0,2")));
+    QCOMPARE(expect.kept, slotSetOf(1));
+    QCOMPARE(expect.erased, slotSetOf(3));
+    QCOMPARE(expect.updated, slotSetFromText(QStringLiteral("1-2")));
+    QCOMPARE(expect.entries, std::optional<int>(3));
+    QCOMPARE(expect.warnings, texts("Download"));
+    QCOMPARE(expect.exit_code, 137);
+    QVERIFY(!expect.on_stick);
+    QCOMPARE(expect.local_archives, std::optional<QStringList>(texts("0000000004.cvx")));
+    QCOMPARE(expect.backup, std::optional<QStringList>(QStringList()));
+    QCOMPARE(expect.erased_archives, texts("0000000001.cvx"));
+    QCOMPARE(expect.log_contains, texts("said"));
+    QCOMPARE(expect.log_lacks, texts("unsaid"));
+    QCOMPARE(expect.infos_contain, texts("Serial"));
+    QCOMPARE(expect.panel_shown, std::vector<int>{-2});
+    QCOMPARE(expect.panel_never, std::vector<int>{1});
+    QCOMPARE(expect.station_lacks, texts("version"));
+    QCOMPARE(expect.never_run, texts("mount"));
+    QCOMPARE(expect.stick_holds, texts("a"));
+    QCOMPARE(expect.stick_lacks, texts("b") + texts("c"));
+    QCOMPARE(expect.stick_keeps, texts("d"));
+    QCOMPARE(expect.delivered, slotSetFromText(QStringLiteral("4-5")));
+}
+
+/// A step that waits for less than it says would come too early.
+void BenchInputTest::readsEveryEventOfAStep()
+{
+    const Scenario scenario = parse(withSteps(R"({"unplug": 0, "at": 1.5,
+        "after": {"erased": "0,2", "log": "Hash", "times": 3, "panel": -1, "ended": true,
+                  "stick bytes": {"backup.zip": 9}, "stick mounted": true}})"));
+    using Kind = Condition::Kind;
+    QMap<Kind, int> numbers;
+    for (const Condition& condition : scenario.steps.at(0).conditions)
+        numbers.insert(condition.kind, condition.number);
+    const QMap<Kind, int> expected{{Kind::Time, 1500},     {Kind::Erased, 0},     {Kind::Log, 3},
+                                   {Kind::Panel, -1},      {Kind::StickBytes, 9}, {Kind::Ended, 0},
+                                   {Kind::StickMounted, 1}};
+    QCOMPARE(numbers, expected);
+}
+
+void BenchInputTest::readsWhatStepsDo()
+{
+    const Scenario scenario =
+        parse(withSteps(R"({"stick": "out"}, {"stick": {"loses from byte": 7, "folder": "f",
+            "flips at byte": "1K"}}, {"grow archive": "4000M"})"));
+    QVERIFY(!std::get<verb::Stick>(scenario.steps.at(0).action).inserted);
+    const auto stick = std::get<verb::Stick>(scenario.steps.at(1).action);
+    QVERIFY(stick.inserted);
+    QCOMPARE(stick.other->folder, QStringLiteral("./f")); // as the scenario's author sees it
+    QCOMPARE(stick.other->settings.loses_from_byte, quint64(7));
+    QCOMPARE(stick.other->settings.flips_at_byte, quint64(1024));
+    const auto grow = std::get<verb::GrowArchive>(scenario.steps.at(2).action);
+    QCOMPARE(grow.hole_bytes, quint64(4000) << 20);
+}
+
+void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
+{
+    addScenarioColumns();
+    row("not json", "{\n  \"name\": ,", "demo.json: line 2: illegal value");
+    row("a list", "[]", "demo.json: the scenario must be an object");
+    row("no name", "{}", "demo.json: 'name' is missing");
+    row("unknown member", R"({"podz": 1})", "demo.json: unknown 'podz'; known are: name, ");
+    row("slot 30", R"({"pods": [{"slots": 30}])" + kTail,
+        "demo.json: pods[0].slots: a whole number from 0 to 29 is needed here");
+    row("slots in words", R"({"pods": [{"slots": "0-x"}])" + kTail,
+        "demo.json: pods[0].slots: 'x' is no place: places are 0 to 29");
+    row("slots backwards", R"({"pods": [{"slots": "5-1"}])" + kTail,
+        "demo.json: pods[0].slots: the places '5-1' run backwards");
+    row("size too large", R"({"pods": [{"slots": 1, "size": "4G"}])" + kTail,
+        "demo.json: pods[0].size: '4G' is more than a recording can hold (4 GiB)");
+    row("fault", R"({"pods": [{"slots": 1, "fault": "tired"}])" + kTail,
+        "demo.json: pods[0].fault: 'tired' is no fault of a pod");
+    row("udid", R"({"pods": [{"slots": 1, "udid": "12"}])" + kTail,
+        "demo.json: pods[0].udid: an identifier has 16 hexadecimal digits");
+    row("stick", R"({"stick": "up")" + kTail, R"(demo.json: stick: a stick is "in" or "out")");
+    row("stick member", R"({"stick": {"sise": 1})" + kTail,
+        "demo.json: stick: unknown 'sise'; known are: ");
+    row("stick speed", R"({"stick": {"speed": "8G"})" + kTail,
+        "demo.json: stick.speed: at most 4294967295 bytes");
+    row("stick name", R"({"stick": {"content": {"../x": ""}})" + kTail,
+        "demo.json: stick.content.../x: that is no name in the stick's root");
+    row("stick item", R"({"stick": {"content": {"x": {"size": 1, "link": "y"}}})" + kTail,
+        "demo.json: stick.content.x: one of size, folder, link, unreadable is needed here");
+    row("stick of a step", withSteps(R"({"stick": {"inserted": false}})"),
+        "demo.json: steps[0].stick: another stick is put in");
+    row("flag", R"({"pods": [{"slots": 1, "plugged": 1}])" + kTail,
+        "demo.json: pods[0].plugged: true or false is needed here");
+    row("two verbs", withSteps(R"({"plug": 1, "unplug": 2})"),
+        "demo.json: steps[0]: a step does one thing: ");
+    row("touch outside", withSteps(R"({"touch": [480, 0]})"),
+        "demo.json: steps[0].touch[0]: a whole number from 0 to 479 is needed here");
+    row("touch", withSteps(R"({"touch": [1]})"), "demo.json: steps[0].touch: a touch is [x, y]");
+    row("station", withSteps(R"({"station": "sleep"})"),
+        "demo.json: steps[0].station: unknown 'sleep'; a station can: kill, quit, restart, stop");
+    row("expect", R"({"name": "t", "steps": [], "expect": {"luck": 1}})",
+        "demo.json: expect: unknown 'luck'; known are: archived, ");
+}
+
+void BenchInputTest::passesNothingOver_data()
+{
+    addScenarioColumns();
+    row("ended false", withSteps(R"({"after": {"ended": false}, "plug": 1})"),
+        "demo.json: steps[0].after.ended: only true makes sense here");
+    row("no file", withSteps(R"({"after": {"stick bytes": {}}, "plug": 1})"),
+        "demo.json: steps[0].after.stick bytes: a file and its least bytes are needed here");
+    row("no texts", withSteps(R"({"after": {"log": []}, "plug": 1})"),
+        "demo.json: steps[0].after.log: a text is needed here");
+    row("member twice",
+        "{\"name\": \"a: \\\"name\\\": b\", \"steps\": [{\"at\": 1}, {\"at\": 1,\n\"at\": 2}]}",
+        "demo.json: line 2: this member is there already");
+    row("byte without fault", R"({"pods": [{"slots": 1, "unplug at byte": 1}])" + kTail,
+        "demo.json: pods[0].unplug at byte: this needs a fault: unplugged at byte, disconnect at "
+        "byte");
+    row("byte beyond",
+        R"({"pods": [{"slots": 1, "fault": "unplugged at byte", "size": 9,
+                                     "unplug at byte": 10}])" +
+            kTail,
+        "demo.json: pods[0].unplug at byte: the recording may have fewer bytes");
+    row("updated", R"({"name": "t", "steps": [], "expect": {"updated": 1}})",
+        "demo.json: 'updated' is expected, but there is no 'firmware'");
+    row("a stick that never lies", R"({"stick": {"loses from byte": 0})" + kTail,
+        "demo.json: stick.loses from byte: a byte from 1 on is needed here");
+    row("two firmwares", R"({"firmware": {"file": "a", "size": 1})" + kTail,
+        "demo.json: firmware: one of file, size is needed here");
+    row("firmware too large", R"({"firmware": {"size": "2M"})" + kTail,
+        "demo.json: firmware.size: at most 1048576 bytes");
+    row("fault of updates", R"({"pods": [{"slots": 1, "fault": "mtu tiny"}])" + kTail,
+        "demo.json: a fault is one of updates, but there is no 'firmware'");
+    row("tool", R"({"name": "t", "steps": [], "expect": {"never run": ["lsub"]}})",
+        "demo.json: expect.never run: 'lsub' is none of the station's tools: ");
+    row("file outside", withSteps(R"({"after": {"station bytes": {"../x": 1}}, "plug": 1})"),
+        "demo.json: steps[0].after.station bytes.../x: a name below the folder is needed here");
+    row("no event", withSteps(R"({"after": {}, "plug": 1})"),
+        "demo.json: steps[0].after: an event is needed here");
+    row("times alone", withSteps(R"({"after": {"times": 2}, "plug": 1})"),
+        "demo.json: steps[0].after: 'log' is missing");
+    row("event", withSteps(R"({"after": {"lunch": 1}, "plug": 1})"),
+        "demo.json: steps[0].after.lunch: unknown event; known are: log, ");
+}
+
+void BenchInputTest::passesNothingOver()
+{
+    namesPlaceAndFaultOfABadScenario();
+}
+
+void BenchInputTest::namesPlaceAndFaultOfABadScenario()
+{
+    QFETCH(QByteArray, json);
+    QFETCH(QString, expected);
+    const QString text = complaint([&] { parse(json); });
+    QVERIFY2(text.startsWith(expected), qPrintable(text));
+}
+
+void BenchInputTest::readsVerbs()
+{
+    const PodPlan usual;
+    const auto verb = [&usual](const char* line) {
+        return parseVerb(QString::fromLatin1(line), usual);
+    };
+    QVERIFY(!std::get<verb::Plug>(verb("plug 3")).plan);
+    const auto faulty = std::get<verb::Plug>(verb("  plug 0-5,7  1M-2M cut  half way"));
+    QCOMPARE(slotSetToText(faulty.slot_set), QStringLiteral("0-5,7"));
+    QCOMPARE(faulty.plan->fault, PodFault::CutHalfWay);
+    QCOMPARE(faulty.plan->size.max_bytes, 2U * 1024 * 1024);
+    QCOMPARE(std::get<verb::Plug>(verb("plug 3 no answer")).plan->fault, PodFault::NoAnswer);
+    QCOMPARE(std::get<verb::Unplug>(verb("unplug all")).slot_set.count(), std::size_t(30));
+    QCOMPARE(std::get<verb::SetFault>(verb("fault 1 none")).fault, PodFault::None);
+    QVERIFY(!std::get<verb::Stick>(verb("stick out")).inserted);
+    QCOMPARE(std::get<verb::Touch>(verb("touch 7 9")).at, QPoint(7, 9));
+    QCOMPARE(std::get<verb::Screenshot>(verb("screenshot a.png")).file, QStringLiteral("a.png"));
+    QVERIFY(std::holds_alternative<verb::Quit>(verb("quit")));
+}
+
+void BenchInputTest::refusesVerbs_data()
+{
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("dance") << QStringLiteral("unknown 'dance'; try help");
+    QTest::newRow("plug") << QStringLiteral("that is not how 'plug' is written; see help");
+    QTest::newRow("quit now") << QStringLiteral("that is not how 'quit' is written; see help");
+    QTest::newRow("plug 3 tired") << QStringLiteral("'tired' is no fault of a pod");
+    QTest::newRow("plug 31") << QStringLiteral("'31' is no place: places are 0 to 29");
+    QTest::newRow("stick up") << QStringLiteral("write stick in or stick out");
+    QTest::newRow("touch 480 0") << QStringLiteral("the screen has x 0 to 479 and y 0 to 271");
+}
+
+void BenchInputTest::refusesVerbs()
+{
+    QFETCH(QString, expected);
+    const QString line = QString::fromLatin1(QTest::currentDataTag());
+    QCOMPARE(complaint([&] { parseVerb(line, PodPlan()); }), expected);
+}
+
+void BenchInputTest::readsOptions()
+{
+    const Options usual = optionsFrom("");
+    QCOMPARE(usual.pods, 30);
+    QVERIFY(usual.stick.inserted && !usual.once);
+    const Options once =
+        optionsFrom("--once --pods 2 --size 64K --speed 0 --screenshot s.png --seed 9");
+    QVERIFY(once.once);
+    QCOMPARE(once.pods, 2);
+    QCOMPARE(once.usual_pod.size.min_bytes, 65536U);
+    QCOMPARE(once.usual_pod.bytes_per_second, 0U);
+    QCOMPARE(once.seed, quint64(9));
+    const StickPlan stick = optionsFrom("--stick-folder f --stick-size 8G --stick-speed 2M").stick;
+    QCOMPARE(stick.folder, QStringLiteral("f"));
+    QCOMPARE(stick.settings.size_bytes, quint64(8) << 30);
+    QCOMPARE(stick.settings.bytes_per_second, 2U << 20);
+    QCOMPARE(optionsFrom("--firmware new.bin").firmware_file, QStringLiteral("new.bin"));
+    QCOMPARE(optionsFrom("--display vnc --no-stick").display, Display::Vnc);
+}
+
+void BenchInputTest::refusesOptions_data()
+{
+    QTest::addColumn<QString>("expected");
+    const auto row = [](const char* line, const char* expected) {
+        QTest::newRow(line) << QString::fromLatin1(expected);
+    };
+    row("--pods 31", "--pods: '31' is no number from 0 to 30");
+    row("--size 2M-1M", "the sizes '2M-1M' run backwards");
+    row("--display tv", "--display is auto, window, vnc or none, not 'tv'");
+    row("--once --no-stick", "--once ends when the archive is on the stick: it needs one");
+    row("--once --pods 0", "--once needs a pod");
+    row("--once --display window", "--once looks at the screen itself: no --display window");
+    row("--screenshot s.png", "--screenshot belongs to --once; at the prompt, type screenshot");
+    row("--scenario f --pods 1", "with --scenario, the file says which pods and stick there are");
+    row("--scenario f --firmware f",
+        "with --scenario, the file says which pods and stick there are");
+    row("--firmware f --no-stick", "--firmware is on the stick: it needs one");
+    row("--stick-size much", "'much' is no size: write 4096, 64K or 8M");
+    row("--scenario f --stick-size 1M",
+        "with --scenario, the file says which pods and stick there are");
+    row("--loud", "Unknown option 'loud'.");
+    row("extra", "unknown 'extra'");
+}
+
+void BenchInputTest::refusesOptions()
+{
+    QFETCH(QString, expected);
+    QCOMPARE(complaint([] { optionsFrom(QTest::currentDataTag()); }), expected);
+}
+
+void BenchInputTest::writesSlotsAsItReadsThem()
+{
+    for (const char* text : {"0", "29", "0-29", "0-5,7,9-10"})
+        QCOMPARE(slotSetToText(slotSetFromText(QString::fromLatin1(text))),
+                 QString::fromLatin1(text));
+    QCOMPARE(slotSetToText(slotSetFromText(QStringLiteral("all"))), QStringLiteral("0-29"));
+    QCOMPARE(slotSetToText(SlotSet()), QStringLiteral("none"));
+}
+
+QTEST_GUILESS_MAIN(BenchInputTest)
+#include "input.moc"

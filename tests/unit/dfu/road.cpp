@@ -1,0 +1,430 @@
+#include "dfu/podupdater.h"
+#include "main/corvane.h"
+#include "main/discovery.h"
+#include "main/pod.h"
+#include "support/updatebench.h"
+#include "utils/libusbutils.h"
+
+#include <QSignalSpy>
+#include <QThread>
+#include <QtTest>
+
+#include <future>
+#include <limits>
+#include <memory>
+#include <pthread.h>
+#include <utility>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kPatience = 30s;
+constexpr int kPatientMs = std::chrono::milliseconds(kPatience).count();
+constexpr auto kShortLimit = 100ms;
+constexpr int kArrived = LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED;
+constexpr int kLeft = LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT;
+
+/// Runs it on the receiver's thread, behind what is queued there. By a signal, since the thread
+/// sanitizer is told of the order that these keep.
+template <typename Act>
+void queueOn(QObject* receiver, Act act)
+{
+    QObject sender;
+    QObject::connect(&sender, &QObject::objectNameChanged, receiver, act, Qt::QueuedConnection);
+    sender.setObjectName(QStringLiteral("said"));
+}
+
+/// Discovery and the slots on their threads, and pods in their bootloaders.
+class Station
+{
+public:
+    using Slot = Corvane::device_slot_ts;
+
+    explicit Station(UIBackEnd& backend,
+                     std::chrono::milliseconds return_limit = Discovery::kReturnLimit)
+        : m_corvane(backend)
+    {
+        QObject::connect(&m_corvane, &Corvane::podConnection, &backend,
+                         &UIBackEnd::setPodConnection);
+        m_discovery = std::make_unique<Discovery>(m_corvane, return_limit);
+        m_discovery->moveToThread(&m_thread);
+        QObject::connect(&m_thread, &QThread::started, m_discovery.get(), &Discovery::Start);
+        m_thread.start();
+    }
+    ~Station()
+    {
+        m_thread.requestInterruption();
+        m_thread.quit();
+        m_thread.wait();
+    }
+    Station(const Station&) = delete;
+    Station& operator=(const Station&) = delete;
+    Station(Station&&) = delete;
+    Station& operator=(Station&&) = delete;
+
+    int podsConnected() const { return m_corvane.nb_pods_connected; }
+    void report(const UsbDeviceRef& device, int event) { emit m_discovery->hotplug(device, event); }
+
+    /// On discovery's thread, between two rounds of its loop: all that was reported before is done,
+    /// and all that `act` reports is done before the loop looks at its limits.
+    template <typename Act>
+    void inSlot(int idx, Act act)
+    {
+        std::promise<void> done;
+        queueOn(m_discovery.get(), [&] {
+            act(m_corvane.device_slots.at(size_t(idx)));
+            done.set_value();
+        });
+        done.get_future().wait();
+    }
+    UsbDeviceRef device(int idx)
+    {
+        UsbDeviceRef device;
+        inSlot(idx, [&](const Slot& slot) { device = slot.device; });
+        return device;
+    }
+
+private:
+    Corvane m_corvane;
+    std::unique_ptr<Discovery> m_discovery;
+    QThread m_thread;
+};
+
+/// Keeps a pod's worker from all that is queued behind this, until it is released.
+class HeldWorker
+{
+public:
+    HeldWorker(Station& station, int idx)
+    {
+        station.inSlot(idx, [this](const Station::Slot& slot) {
+            QObject::connect(slot.pod, &QObject::destroyed,
+                             [gone = m_gone_promise] { gone->set_value(); });
+            queueOn(slot.pod, [go = m_go.get_future().share()] { go.wait(); });
+        });
+    }
+    ~HeldWorker() { release(); }
+    HeldWorker(const HeldWorker&) = delete;
+    HeldWorker& operator=(const HeldWorker&) = delete;
+    HeldWorker(HeldWorker&&) = delete;
+    HeldWorker& operator=(HeldWorker&&) = delete;
+
+    void release()
+    {
+        if (!std::exchange(m_released, true))
+            m_go.set_value();
+    }
+    /// The pod is no more: all that it had to say was said.
+    bool gone() { return m_gone.wait_for(kPatience) == std::future_status::ready; }
+
+private:
+    std::promise<void> m_go;
+    bool m_released = false;
+    std::shared_ptr<std::promise<void>> m_gone_promise = std::make_shared<std::promise<void>>();
+    std::future<void> m_gone = m_gone_promise->get_future();
+};
+
+/// As long as this lives no thread can be started: none finds room for its stack.
+class NoThreads
+{
+public:
+    NoThreads()
+    {
+        pthread_getattr_default_np(&m_usual);
+        pthread_attr_t boundless = m_usual;
+        pthread_attr_setstacksize(&boundless, std::numeric_limits<size_t>::max() / 2);
+        pthread_setattr_default_np(&boundless);
+    }
+    ~NoThreads() { pthread_setattr_default_np(&m_usual); }
+    NoThreads(const NoThreads&) = delete;
+    NoThreads& operator=(const NoThreads&) = delete;
+    NoThreads(NoThreads&&) = delete;
+    NoThreads& operator=(NoThreads&&) = delete;
+
+private:
+    pthread_attr_t m_usual{};
+};
+
+PodSettings emptyPod()
+{
+    PodSettings settings = UpdateBench::podInBootloader();
+    settings.flash.in_bootloader = false;
+    return settings;
+}
+
+/// As its worker does when the pod is to restart.
+void tellToRestart(const Station::Slot& slot)
+{
+    slot.pod->setUpdating(true);
+    emit slot.pod->restarting(slot.device);
+}
+
+} // namespace
+
+/// Pods that are in their bootloader, from the plug to the end, with discovery and the slots on
+/// their threads.
+class DfuRoad : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void updatedPodComesBackAndCharges();
+    void podThatLeavesAndReturns();
+    void updateThatFailsAtOnce();
+    void neverSeenAgain();
+    void placeWaitsForTheWorker();
+    void silentWorkerIsOverruled();
+    void limitOfRestarts();
+    void onlyAnUpdatedPodComesBack();
+    void isUpdatingBeforeItRestarts();
+    void placeIsFreeWithoutAThread();
+
+private:
+    UsbDeviceRef plugFailing(int idx);
+
+    std::unique_ptr<UpdateBench> m_bench;
+    UpdateBench::Package m_package;
+};
+
+void DfuRoad::init()
+{
+    m_bench = std::make_unique<UpdateBench>();
+    m_package = UpdateBench::plainPackage(UpdateBench::podInBootloader().bootloader);
+    UpdateBench::unpack(m_package);
+}
+
+void DfuRoad::cleanup()
+{
+    m_bench.reset();
+}
+
+void DfuRoad::updatedPodComesBackAndCharges()
+{
+    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podUpdateProgressChanged);
+    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
+    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
+    const Station station(m_bench->screen());
+    m_bench->bus().plug(4, UpdateBench::podInBootloader());
+
+    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs);
+    QCOMPARE(charging.last(), QVariantList({4, 2}));
+    QVERIFY(m_bench->updated(4, m_package));
+    QCOMPARE(m_bench->bus().report(4).mode, PodMode::Normal);
+    QVector<int> shown;
+    for (const QVariantList& change : progress)
+        shown.append(change.last().toInt());
+    QCOMPARE(shown, QVector<int>({20, 40, 61, 81, 100, 101}));
+    QCOMPARE(station.podsConnected(), 1);
+    QCOMPARE(connection.size(), 0); // deliberate for a pod that comes in its bootloader
+
+    m_bench->bus().unplug(4);
+    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
+    QCOMPARE(connection.last(), QVariantList({4, false}));
+    QCOMPARE(station.podsConnected(), 0);
+}
+
+void DfuRoad::podThatLeavesAndReturns()
+{
+    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
+    QSignalSpy vanished(&m_bench->bus(), &UsbBus::podVanished);
+    const Station station(m_bench->screen());
+    m_bench->bus().plug(0, UpdateBench::podInBootloader(PodFault::DisconnectAtByte));
+    QTRY_VERIFY_WITH_TIMEOUT(vanished.contains({0}), kPatientMs);
+
+    // Put back at once, while the station may still be asking how the update ended.
+    PodSettings again = UpdateBench::podInBootloader();
+    again.flash = m_bench->bus().flash(0);
+    QCOMPARE(again.flash.image.size(), 8192);
+    m_bench->bus().plug(0, again);
+    QTRY_VERIFY_WITH_TIMEOUT(m_bench->updated(0, m_package), kPatientMs);
+    QCOMPARE(m_bench->bus().report(0).bootloader.resumed_at_byte, 8192U);
+    QCOMPARE(connection.takeFirst(), QVariantList({0, false}));
+    QCOMPARE(station.podsConnected(), 1);
+}
+
+void DfuRoad::updateThatFailsAtOnce()
+{
+    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
+    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
+    const Station station(m_bench->screen());
+    // The second one in that place must be seen to fail, too.
+    for (int round = 1; round <= 2; ++round) {
+        m_bench->bus().plug(2, UpdateBench::podInBootloader(PodFault::MtuTiny));
+        QTRY_COMPARE_WITH_TIMEOUT(progress.size(), round, kPatientMs);
+        QCOMPARE(progress.last(), QVariantList({2, -2}));
+        m_bench->bus().unplug(2);
+        QTRY_COMPARE_WITH_TIMEOUT(connection.size(), round, kPatientMs);
+        QCOMPARE(connection.last(), QVariantList({2, false}));
+    }
+}
+
+void DfuRoad::neverSeenAgain()
+{
+    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
+    const Station station(m_bench->screen(), kShortLimit);
+    m_bench->bus().plug(1, UpdateBench::podInBootloader(PodFault::FirmwareAbsent));
+    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
+    QCOMPARE(connection.last(), QVariantList({1, false}));
+    QVERIFY(m_bench->updated(1, m_package));
+    QCOMPARE(station.podsConnected(), 0);
+}
+
+/// A pod in its bootloader, which has failed when this returns: its worker is idle. Another device
+/// than the one that discovery has, in the same place.
+UsbDeviceRef DfuRoad::plugFailing(int idx)
+{
+    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
+    UsbDeviceRef other = m_bench->plug(idx, UpdateBench::podInBootloader(PodFault::MtuTiny));
+    const bool failed = progress.wait(kPatientMs);
+    return failed ? other : UsbDeviceRef();
+}
+
+void DfuRoad::placeWaitsForTheWorker()
+{
+    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
+    Station station(m_bench->screen());
+    const UsbDeviceRef next = plugFailing(0);
+    const UsbDeviceRef first = station.device(0);
+    HeldWorker worker(station, 0);
+    station.report(first, kLeft);
+    station.report(next, kArrived);
+    QCOMPARE(station.device(0).get(), first.get());
+    QCOMPARE(station.podsConnected(), 1);
+
+    worker.release();
+    QVERIFY(worker.gone());
+    QCOMPARE(station.device(0).get(), next.get());
+    QCOMPARE(station.podsConnected(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
+    QCOMPARE(connection.last(), QVariantList({0, false}));
+}
+
+void DfuRoad::silentWorkerIsOverruled()
+{
+    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
+    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
+    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
+    Station station(m_bench->screen(), kShortLimit);
+    m_bench->bus().plug(1, emptyPod());
+    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs); // begun, full
+    connection.clear();
+    const UsbDeviceRef next = plugFailing(0);
+    const UsbDeviceRef first = station.device(0);
+    HeldWorker worker(station, 0);
+    station.report(first, kLeft);
+    station.report(next, kArrived);
+    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
+    QCOMPARE(station.device(0).get(), next.get());
+
+    // What it says at last, of a pod that is long gone, is not about the one that sits there now.
+    worker.release();
+    QVERIFY(worker.gone());
+    QCOMPARE(station.device(0).get(), next.get());
+    QTRY_COMPARE_WITH_TIMEOUT(progress.count({0, -2}), 2, kPatientMs); // its worker is idle, too
+    station.inSlot(0, [&](const Station::Slot& slot) { emit slot.pod->restarting(first); });
+    station.inSlot(1, tellToRestart);
+    QTRY_VERIFY_WITH_TIMEOUT(progress.contains({1, -2}), kPatientMs); // a later limit has passed
+    station.inSlot(0, [](const Station::Slot& slot) { QVERIFY(slot.pod->getUpdating()); });
+    QCOMPARE(station.podsConnected(), 2);
+}
+
+void DfuRoad::limitOfRestarts()
+{
+    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
+    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
+    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
+    Station station(m_bench->screen(), kShortLimit);
+    const UsbDeviceRef bootloader = plugFailing(0);
+    const UsbDeviceRef updated = m_bench->plug(1, emptyPod());
+    m_bench->bus().plug(2, emptyPod());
+    m_bench->bus().plug(3, emptyPod());
+    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 6, kPatientMs); // each begun, each full
+    connection.clear();
+
+    // Two come back, one does not hear, one leaves for good; the limits pass in this order.
+    for (int idx = 0; idx <= 3; ++idx) {
+        station.inSlot(idx, [&](const Station::Slot& slot) {
+            tellToRestart(slot);
+            if (idx == 0)
+                station.report(bootloader, kArrived);
+            if (idx == 1)
+                station.report(updated, kArrived);
+            if (idx == 3)
+                station.report(slot.device, kLeft);
+        });
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
+    QCOMPARE(connection.last(), QVariantList({3, false}));
+    QCOMPARE(station.device(0).get(), bootloader.get());
+    QCOMPARE(station.device(1).get(), updated.get());
+    QCOMPARE(station.podsConnected(), 3);
+    // Those that are back have no limit any more.
+    station.inSlot(0, [](const Station::Slot& slot) { QVERIFY(slot.pod->getUpdating()); });
+    QVERIFY(!progress.contains({1, -2}));
+
+    QTRY_COMPARE_WITH_TIMEOUT(progress.last(), QVariantList({2, -2}), kPatientMs);
+    m_bench->bus().unplug(2);
+    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 2, kPatientMs);
+    QCOMPARE(connection.last(), QVariantList({2, false}));
+}
+
+void DfuRoad::onlyAnUpdatedPodComesBack()
+{
+    Station station(m_bench->screen());
+    const UsbDeviceRef other = plugFailing(0);
+    const UsbDeviceRef first = station.device(0);
+    station.inSlot(0, [](const Station::Slot& slot) { slot.pod->setUpdating(false); });
+    station.report(other, kArrived);
+    QCOMPARE(station.device(0).get(), first.get());
+
+    // And its removal needs no word of the worker.
+    const HeldWorker worker(station, 0);
+    station.report(first, kLeft);
+    QVERIFY(station.device(0).get() == nullptr);
+    QCOMPARE(station.podsConnected(), 0);
+}
+
+void DfuRoad::isUpdatingBeforeItRestarts()
+{
+    std::atomic<const Pod*> told{nullptr};
+    std::atomic<bool> updating{false};
+    // On the bus's thread, which has taken the command and not yet said so.
+    connect(
+        &m_bench->bus(), &UsbBus::podEvent, &m_bench->bus(),
+        [&] { updating = told.load() != nullptr && told.load()->getUpdating(); },
+        Qt::DirectConnection);
+    const UsbDeviceRef device = m_bench->plug(0, emptyPod());
+    Pod pod(0, device, m_bench->screen());
+    UsbHandle handle;
+    LibUsbUtils().openDevice(device.get(), handle.receive());
+    pod.setDevHandle(std::move(handle));
+    told = &pod;
+    PodUpdater::putInDfu(pod);
+    QVERIFY(updating);
+}
+
+void DfuRoad::placeIsFreeWithoutAThread()
+{
+    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
+    Station station(m_bench->screen());
+    m_bench->bus().plug(0, emptyPod());
+    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs); // begun, full
+    const UsbDeviceRef device = station.device(0);
+    station.report(device, kLeft);
+    {
+        QTest::ignoreMessage(QtCriticalMsg, "No thread for the pod, index: 0");
+        const NoThreads no_threads;
+        station.report(device, kArrived);
+        station.inSlot(0, [](const Station::Slot& slot) { QVERIFY(!slot.occupied()); });
+        QCOMPARE(station.podsConnected(), 0);
+    }
+    station.report(device, kArrived);
+    QCOMPARE(station.device(0).get(), device.get());
+    QCOMPARE(station.podsConnected(), 1);
+}
+
+QTEST_GUILESS_MAIN(DfuRoad)
+#include "road.moc"

@@ -1,0 +1,413 @@
+#include "dfu/dfuexception.h"
+#include "dfu/dfutransportserial.h"
+#include "main/pod.h"
+#include "pod/initpacket.h"
+#include "support/updatebench.h"
+#include "utils/libusbutils.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSignalSpy>
+#include <QThread>
+#include <QtTest>
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <limits>
+#include <random>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr int kSlot = 0;
+/// Where a reply is known not to come, and only the end of the wait is of interest.
+constexpr auto kShortWait = 50ms;
+
+/// Of all devices. The simulated bus, in this process too, holds each node open once itself.
+int openHandles()
+{
+    QSet<QString> nodes;
+    int open_nodes = 0;
+    const QFileInfoList open = QDir(QStringLiteral("/proc/self/fd")).entryInfoList(QDir::System);
+    for (const QFileInfo& descriptor : open) {
+        if (!descriptor.symLinkTarget().contains(QLatin1String("/dev/bus/usb/")))
+            continue;
+        nodes.insert(descriptor.symLinkTarget());
+        ++open_nodes;
+    }
+    return open_nodes - nodes.size();
+}
+
+/// The most memory that this process has ever had at once.
+qint64 peakBytes()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss * qint64(1024);
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(PodFault)
+
+/// The station's side of an update against the simulated bootloader, over the real libusb.
+class DfuSession : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void anyImageArrivesWhole();
+    void faultyBootloaders_data();
+    void faultyBootloaders();
+    void resumes_data();
+    void resumes();
+    void cannotResume_data();
+    void cannotResume();
+    void halfAnInitPacketIsSentAgainInFull();
+    void foreignInitPacketsAreReplaced_data();
+    void foreignInitPacketsAreReplaced();
+    void largeFilesAreNotHeldInMemory_data();
+    void largeFilesAreNotHeldInMemory();
+    void packagesWithoutAnImage_data();
+    void packagesWithoutAnImage();
+    void stopRequestEndsAnUpdate();
+    void stopRequestEndsAReplyInDrops();
+    void updatesLeaveNothingOpen();
+
+private:
+    QByteArray update(Pod& pod, std::chrono::milliseconds reply_limit);
+
+    std::unique_ptr<UpdateBench> m_bench;
+};
+
+void DfuSession::init()
+{
+    m_bench = std::make_unique<UpdateBench>();
+}
+
+void DfuSession::cleanup()
+{
+    m_bench.reset();
+}
+
+/// The text of its failure; empty when it went well.
+QByteArray DfuSession::update(Pod& pod, std::chrono::milliseconds reply_limit)
+{
+    UsbHandle handle;
+    LibUsbUtils().configACM(pod.getDev(), handle.receive());
+    pod.setDevHandle(std::move(handle));
+    try {
+        DfuTransportSerial transport(pod, reply_limit);
+        transport.open();
+        transport.send_init_packet("dfu/app.dat");
+        transport.send_firmware("dfu/app.bin");
+    } catch (const DfuException& e) {
+        return e.what();
+    } catch (const std::exception&) {
+        return "bare exception";
+    }
+    return {};
+}
+
+void DfuSession::anyImageArrivesWhole()
+{
+    constexpr int kCases = 300;
+    std::mt19937 random(20);
+    const auto upTo = [&random](int most) { return 1 + int(random() % quint32(most)); };
+    int rejected = 0;
+    for (int at = 0; at < kCases; ++at) {
+        PodSettings settings = UpdateBench::podInBootloader();
+        settings.bootloader.mtu_bytes = quint16(at % 3 == 0 ? 4 + upTo(60) : 4 + upTo(4092));
+        settings.bootloader.limits.data_bytes = quint32(upTo(8192));
+        const int chunk_bytes = (settings.bootloader.mtu_bytes - 1) / 2 - 1;
+        const int most_bytes =
+            std::min(chunk_bytes * 25, int(settings.bootloader.limits.data_bytes) * 6);
+        UpdateBench::Package package{UpdateBench::randomBytes(random, upTo(most_bytes)), {}};
+        package.init =
+            InitPacket::describing(package.image, UpdateBench::randomBytes(random, upTo(400)))
+                .toBytes();
+        UpdateBench::unpack(package);
+        const bool misread = UpdateBench::aReplyIsMisread(package, settings.bootloader);
+
+        Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+        const QByteArray failure =
+            update(pod, misread ? kShortWait : DfuTransportSerial::kReplyLimit);
+        QVERIFY2(failure.isEmpty() != misread, failure);
+        QCOMPARE(m_bench->updated(kSlot, package), !misread);
+        QCOMPARE(misread ? 0 : m_bench->refusals(kSlot), 0);
+        rejected += misread;
+        m_bench->unplug(kSlot);
+    }
+    QVERIFY(rejected > 10 && rejected < kCases / 2);
+}
+
+void DfuSession::faultyBootloaders_data()
+{
+    QTest::addColumn<PodFault>("fault");
+    QTest::addColumn<QByteArray>("failure");
+    const auto row = [](PodFault fault, const char* failure = "") {
+        QTest::newRow(qPrintable(podFaultName(fault))) << fault << QByteArray(failure);
+    };
+    row(PodFault::None);
+    row(PodFault::ReplyCut);
+    row(PodFault::TwoReplies);
+    row(PodFault::MtuHuge);
+    row(PodFault::ObjectSizeOdd);
+    row(PodFault::MtuTiny, "MTU too small");
+    row(PodFault::ObjectSizeZero, "Maximum object size is 0");
+    row(PodFault::ReplyInDrops, "Error on get message");
+    for (const PodFault fault :
+         {PodFault::ReplyLost, PodFault::WrongOpcode, PodFault::ExtendedError,
+          PodFault::CrcWrongOnce, PodFault::OffsetWrong, PodFault::DisconnectAtByte,
+          PodFault::OffsetBeyond, PodFault::FrameWithoutEnd, PodFault::LeavesUnheard})
+        row(fault, "Failed to send firmware");
+}
+
+void DfuSession::faultyBootloaders()
+{
+    QFETCH(PodFault, fault);
+    QFETCH(QByteArray, failure);
+    const PodSettings settings = UpdateBench::podInBootloader(fault);
+    BootloaderSettings effective = settings.bootloader;
+    if (fault == PodFault::ObjectSizeOdd)
+        effective.limits.data_bytes = 1000;
+    const UpdateBench::Package package = UpdateBench::plainPackage(effective);
+    UpdateBench::unpack(package);
+    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    const bool unending = fault == PodFault::ReplyLost || fault == PodFault::ReplyInDrops;
+    QCOMPARE(update(pod, unending ? kShortWait : DfuTransportSerial::kReplyLimit), failure);
+    // Of a pod that leaves unheard the station cannot know that it has everything.
+    QCOMPARE(m_bench->updated(kSlot, package),
+             failure.isEmpty() || fault == PodFault::LeavesUnheard);
+}
+
+void DfuSession::resumes_data()
+{
+    QTest::addColumn<int>("executed_bytes");
+    QTest::addColumn<int>("half_bytes");
+    QTest::addColumn<PodFault>("fault");
+    QTest::addColumn<int>("sent_bytes");
+    const auto row = [](const char* what, int executed_bytes, int half_bytes, int sent_bytes,
+                        PodFault fault = PodFault::None) {
+        QTest::newRow(what) << executed_bytes << half_bytes << fault << sent_bytes;
+    };
+    row("whole objects", 8192, 0, 11'808);
+    row("within an object", 4096, 1000, 14'904);
+    row("within the first", 0, 1, 19'999);
+    row("within the last", 16384, 100, 3516);
+    row("an object not executed yet", 4096, 4096, 11'808);
+    row("all but the last execution", 16384, 3616, 0);
+    // What is left of the object arrives wrong: all of it is sent anew.
+    row("within an object, and wrong", 8192, 1000, 3096 + 11'808, PodFault::CrcWrongOnce);
+    row("within the last, and wrong", 16384, 100, 3516 + 3616, PodFault::OffsetWrong);
+}
+
+void DfuSession::resumes()
+{
+    QFETCH(int, executed_bytes);
+    QFETCH(int, half_bytes);
+    QFETCH(PodFault, fault);
+    QFETCH(int, sent_bytes);
+    PodSettings settings = UpdateBench::podInBootloader(fault);
+    const UpdateBench::Package package = UpdateBench::plainPackage(settings.bootloader);
+    settings.flash.init_packet = package.init;
+    settings.flash.image = package.image.left(executed_bytes);
+    settings.bootloader.half_received = package.image.mid(executed_bytes, half_bytes);
+    UpdateBench::unpack(package);
+
+    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    const QSignalSpy shown(&pod, &Pod::setUpdateProgress);
+    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray());
+    QVERIFY(m_bench->updated(kSlot, package));
+    QCOMPARE(shown.last().last().toInt(), 100);
+    QCOMPARE(m_bench->bus().report(kSlot).bootloader.image_bytes, quint64(sent_bytes));
+    QCOMPARE(m_bench->refusals(kSlot), 0);
+}
+
+void DfuSession::cannotResume_data()
+{
+    QTest::addColumn<int>("executed_bytes");
+    QTest::addColumn<int>("half_bytes");
+    QTest::addColumn<int>("image_bytes");
+    // The rule goes on at the remainder itself, where the bootloader is not.
+    QTest::newRow("other bytes") << 4096 << 1000 << 20'000;
+    QTest::newRow("other bytes, whole objects") << 8192 << 0 << 20'000;
+    // And when the remainder is the whole image, there is nothing to go on with.
+    QTest::newRow("as many bytes of another image") << 0 << 1000 << 1000;
+    QTest::newRow("an empty image") << 0 << 0 << 0;
+}
+
+void DfuSession::cannotResume()
+{
+    QFETCH(int, executed_bytes);
+    QFETCH(int, half_bytes);
+    QFETCH(int, image_bytes);
+    PodSettings settings = UpdateBench::podInBootloader();
+    UpdateBench::Package package =
+        UpdateBench::plainPackage(settings.bootloader, std::max(image_bytes, 1));
+    settings.flash.init_packet = package.init;
+    settings.flash.image = QByteArray(executed_bytes, 'g');
+    settings.bootloader.half_received = QByteArray(half_bytes, 'g');
+    package.image.truncate(image_bytes);
+    UpdateBench::unpack(package);
+
+    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray("Failed to send firmware"));
+    QVERIFY(!m_bench->updated(kSlot, package));
+}
+
+void DfuSession::halfAnInitPacketIsSentAgainInFull()
+{
+    const PodSettings settings = UpdateBench::podInBootloader();
+    const UpdateBench::Package package = UpdateBench::plainPackage(settings.bootloader);
+    UpdateBench::unpack(package);
+    const UsbDeviceRef device = m_bench->plug(kSlot, settings);
+    {
+        UsbHandle handle;
+        LibUsbUtils().configACM(device.get(), handle.receive());
+        slip::Slip codec;
+        const QByteArray create =
+            QByteArray("\x01\x01") + UpdateBench::word(quint32(package.init.size()));
+        for (const QByteArray& request : {create, "\x08" + package.init.left(10)}) {
+            codec.encodeData({request.begin(), request.end()});
+            auto& frame = codec.getEncodedData();
+            LibUsbUtils().writeData(handle.get(), frame.data(), int(frame.size()), 10'000);
+        }
+        std::array<uint8_t, 64> created{};
+        QCOMPARE(LibUsbUtils().readData(handle.get(), created.data(), int(created.size()), 10'000),
+                 4);
+    }
+    // More than the object holds: the bootloader refuses the write, and the station hears of it
+    // where it expects the checksum.
+    Pod pod(kSlot, device, m_bench->screen());
+    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray("Error operation"));
+    QVERIFY(m_bench->refusals(kSlot) > 0);
+}
+
+void DfuSession::foreignInitPacketsAreReplaced_data()
+{
+    QTest::addColumn<int>("more_bytes"); // than the package's, in the pod
+    QTest::newRow("as long") << 0;
+    QTest::newRow("shorter") << -5;
+    QTest::newRow("longer") << 5;
+}
+
+void DfuSession::foreignInitPacketsAreReplaced()
+{
+    QFETCH(int, more_bytes);
+    PodSettings settings = UpdateBench::podInBootloader();
+    UpdateBench::Package package = UpdateBench::plainPackage(settings.bootloader);
+    package.init = InitPacket::describing(package.image, "version 2").toBytes();
+    settings.flash.init_packet = QByteArray(package.init.size() + more_bytes, 'f');
+    UpdateBench::unpack(package);
+    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray());
+    QVERIFY(m_bench->updated(kSlot, package));
+}
+
+void DfuSession::largeFilesAreNotHeldInMemory_data()
+{
+    QTest::addColumn<QByteArray>("failure");
+    QTest::newRow("dfu/app.dat") << QByteArray("Init too big");
+    QTest::newRow("dfu/app.bin") << QByteArray("Failed to send firmware"); // larger than the pod
+}
+
+void DfuSession::largeFilesAreNotHeldInMemory()
+{
+    QFETCH(QByteArray, failure);
+    constexpr qint64 kLargeBytes = qint64(64) * 1024 * 1024;
+    PodSettings settings = UpdateBench::podInBootloader();
+    settings.bootloader.limits.data_bytes = std::numeric_limits<quint32>::max();
+    UpdateBench::unpack(UpdateBench::plainPackage({}, 1000));
+    QVERIFY(QFile::resize(QLatin1String(QTest::currentDataTag()), kLargeBytes));
+    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    const qint64 before_bytes = peakBytes();
+    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), failure);
+    QVERIFY(peakBytes() - before_bytes < kLargeBytes / 2);
+    // The image is refused as one object; a packet that is too big is not even begun.
+    QCOMPARE(m_bench->refusals(kSlot), failure == "Init too big" ? 0 : 1);
+}
+
+void DfuSession::packagesWithoutAnImage_data()
+{
+    QTest::addColumn<QString>("missing");
+    for (const char* name : {"manifest.json", "app.bin", "app.dat"})
+        QTest::newRow(name) << QStringLiteral("dfu/") + QLatin1String(name);
+}
+
+void DfuSession::packagesWithoutAnImage()
+{
+    QFETCH(QString, missing);
+    const PodSettings settings = UpdateBench::podInBootloader();
+    const UpdateBench::Package package = UpdateBench::plainPackage(settings.bootloader);
+    UpdateBench::unpack(package);
+    QVERIFY(QFile::remove(missing));
+    const UsbDeviceRef device = m_bench->plug(kSlot, settings);
+    Pod pod(kSlot, device, m_bench->screen());
+    const QSignalSpy shown(&pod, &Pod::setSyncProgress);
+    pod.startDfu(device);
+    QVERIFY(!pod.getUpdateDone() && !m_bench->updated(kSlot, package));
+    QCOMPARE(shown.size(), 1);
+    QCOMPARE(shown.first(), QVariantList({kSlot, -2}));
+
+    // The same pod, tried again with what it needs.
+    UpdateBench::unpack(package);
+    pod.startDfu(device);
+    QVERIFY(pod.getUpdateDone() && m_bench->updated(kSlot, package));
+    QCOMPARE(shown.size(), 1);
+}
+
+void DfuSession::stopRequestEndsAnUpdate()
+{
+    const PodSettings settings = UpdateBench::podInBootloader();
+    UpdateBench::unpack(UpdateBench::plainPackage(settings.bootloader));
+    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    QByteArray failure;
+    const std::unique_ptr<QThread> worker(QThread::create([&] {
+        QThread::currentThread()->requestInterruption();
+        failure = update(pod, DfuTransportSerial::kReplyLimit);
+    }));
+    worker->start();
+    QVERIFY(worker->wait());
+    QCOMPARE(failure, QByteArray("Update interrupted"));
+    QCOMPARE(m_bench->bus().report(kSlot).bootloader.bus_bytes, quint64(0));
+}
+
+void DfuSession::stopRequestEndsAReplyInDrops()
+{
+    const PodSettings settings = UpdateBench::podInBootloader(PodFault::ReplyInDrops);
+    UpdateBench::unpack(UpdateBench::plainPackage(settings.bootloader));
+    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    QByteArray failure;
+    const std::unique_ptr<QThread> worker(
+        QThread::create([&] { failure = update(pod, DfuTransportSerial::kReplyLimit); }));
+    worker->start();
+    // Its first request is out: what it does next is to read.
+    while (m_bench->bus().report(kSlot).bootloader.bus_bytes == 0)
+        QThread::yieldCurrentThread();
+    worker->requestInterruption();
+    QVERIFY(worker->wait());
+    QCOMPARE(failure, QByteArray("Update interrupted"));
+}
+
+void DfuSession::updatesLeaveNothingOpen()
+{
+    const PodSettings settings = UpdateBench::podInBootloader();
+    const UpdateBench::Package package = UpdateBench::plainPackage(settings.bootloader, 2000);
+    UpdateBench::unpack(package);
+    Pod pod(kSlot, UsbDeviceRef(), m_bench->screen());
+    for (int round = 0; round < 30; ++round) {
+        pod.startDfu(m_bench->plug(kSlot, settings));
+        QVERIFY(pod.getUpdateDone() && m_bench->updated(kSlot, package));
+        QCOMPARE(openHandles(), 1);
+        m_bench->unplug(kSlot);
+    }
+}
+
+QTEST_GUILESS_MAIN(DfuSession)
+#include "session.moc"

@@ -1,0 +1,276 @@
+#include "pod/podmodel.h"
+
+#include "common/pacer.h"
+
+#include <QCryptographicHash>
+#include <QtEndian>
+#include <QtTest>
+
+#include <limits>
+
+namespace {
+
+constexpr char kAck = 0x0A;
+constexpr char kNak = 0x15;
+const QByteArray kReadUdid(1, '\x11');
+const QByteArray kReadCharge(1, '\x14');
+const QByteArray kReadData(1, '\x31');
+const QByteArray kErase(1, '\x41');
+
+PodSettings healthyPod(quint32 size_bytes)
+{
+    PodSettings settings;
+    settings.udid = QByteArray::fromHex("0123456789ABCDEF");
+    settings.seed = 42;
+    settings.size_bytes = size_bytes;
+    return settings;
+}
+
+PodSettings faultyPod(PodFault fault, quint32 size_bytes)
+{
+    PodSettings settings = healthyPod(size_bytes);
+    settings.fault = fault;
+    return settings;
+}
+
+QByteArray bytesOf(const Recording& recording)
+{
+    QByteArray bytes(int(recording.sizeBytes()), '\0');
+    recording.read(0, bytes.data(), bytes.size());
+    return bytes;
+}
+
+QByteArray sha256(const QByteArray& bytes)
+{
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
+}
+
+QByteArray transfer(PodModel& pod, int at_most_bytes)
+{
+    QByteArray bytes(at_most_bytes, '\0');
+    const int announced = pod.nextTransferBytes(at_most_bytes);
+    bytes.truncate(pod.send(bytes.data(), at_most_bytes));
+    return bytes.size() == announced ? bytes : QByteArray("announced another length");
+}
+
+/// What a host gets that asks for this many bytes at a time, until the pod has no more.
+QByteArray drain(PodModel& pod, int at_most_bytes)
+{
+    QByteArray all;
+    while (pod.nextTransferBytes(at_most_bytes) > 0)
+        all += transfer(pod, at_most_bytes);
+    return all;
+}
+
+QByteArray ask(PodModel& pod, const QByteArray& command)
+{
+    pod.receive(command);
+    return drain(pod, 16384);
+}
+
+QByteArray readoutOf(const QByteArray& data)
+{
+    QByteArray answer(5, kAck);
+    qToBigEndian(quint32(data.size()), answer.data() + 1);
+    return answer + data + sha256(data);
+}
+
+} // namespace
+
+class SimulatorPodModel : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void recordingIsTheSameFromEveryOffset();
+    void faultNamesGoBothWays();
+    void readoutIsTheSameInEverySplit();
+    void fieldsNeverShareATransfer();
+    void emptyAnswersComeInOneTransfer();
+    void aCommandDropsTheAnswerBeforeIt();
+    void refusals();
+    void silences();
+    void shortRead();
+    void unplugsItselfAtItsByte();
+    void paceHoldsWhenTimersAreLate();
+};
+
+void SimulatorPodModel::recordingIsTheSameFromEveryOffset()
+{
+    const Recording recording(7, 100);
+    const QByteArray whole = bytesOf(recording);
+    for (int from = 0; from < whole.size(); ++from) {
+        for (int length = 0; length <= whole.size() - from; ++length) {
+            QByteArray part(length, '\0');
+            recording.read(quint32(from), part.data(), length);
+            QCOMPARE(part, whole.mid(from, length));
+        }
+    }
+    QCOMPARE(recording.sha256(), sha256(whole));
+    QCOMPARE(Recording(7, 200'000).sha256(), sha256(bytesOf(Recording(7, 200'000))));
+    QVERIFY(bytesOf(Recording(8, 100)) != whole);
+
+    // The last bytes of the largest recording there can be.
+    const quint32 largest = std::numeric_limits<quint32>::max();
+    QByteArray tail(9, '\0');
+    Recording(7, largest).read(largest - 9, tail.data(), 9);
+    QByteArray last(1, '\0');
+    Recording(7, largest).read(largest - 1, last.data(), 1);
+    QCOMPARE(last, tail.right(1));
+}
+
+void SimulatorPodModel::faultNamesGoBothWays()
+{
+    QCOMPARE(podFaultFromName(QStringLiteral("unplugged at byte")), PodFault::UnpluggedAtByte);
+    QVERIFY(!podFaultFromName(QStringLiteral("No Answer")));
+    for (int fault = int(PodFault::None); fault <= int(PodFault::FirmwareAbsent); ++fault)
+        QCOMPARE(podFaultFromName(podFaultName(PodFault(fault))), PodFault(fault));
+}
+
+void SimulatorPodModel::readoutIsTheSameInEverySplit()
+{
+    for (const quint32 size_bytes : {0U, 1U, 31U, 32U, 33U, 511U, 512U, 513U, 16385U}) {
+        PodModel pod(healthyPod(size_bytes));
+        const QByteArray expected = readoutOf(bytesOf(Recording(42, size_bytes)));
+        const auto splits = {1, 2, 3, 4, 5, 7, 32, 63, 64, 65, 511, 512, 544, 16384, 65536};
+        for (const int at_most_bytes : splits) {
+            pod.receive(kReadData);
+            QCOMPARE(drain(pod, at_most_bytes), expected);
+        }
+        QCOMPARE(pod.report().readouts_completed, int(splits.size()));
+        QCOMPARE(pod.report().bytes_sent, quint64(size_bytes) * splits.size());
+    }
+}
+
+void SimulatorPodModel::fieldsNeverShareATransfer()
+{
+    PodModel pod(healthyPod(1000));
+    pod.receive(kReadData);
+    QVector<int> lengths;
+    while (pod.nextTransferBytes(400) > 0)
+        lengths.append(transfer(pod, 400).size());
+    QCOMPARE(lengths, QVector<int>({1, 4, 400, 400, 200, 32}));
+    pod.receive(kReadUdid);
+    QCOMPARE(transfer(pod, 64).size(), 1);
+    QCOMPARE(transfer(pod, 64).size(), 8);
+}
+
+void SimulatorPodModel::emptyAnswersComeInOneTransfer()
+{
+    for (const quint32 size_bytes : {0U, 512U}) { // 512 bytes count as nothing
+        PodModel pod(healthyPod(size_bytes));
+        const QByteArray data = bytesOf(Recording(42, size_bytes));
+        pod.receive(kReadData);
+        transfer(pod, 1);
+        transfer(pod, 4);
+        QCOMPARE(transfer(pod, int(size_bytes) + 32), data + sha256(data));
+        QCOMPARE(pod.nextTransferBytes(1), 0);
+    }
+}
+
+void SimulatorPodModel::aCommandDropsTheAnswerBeforeIt()
+{
+    PodModel pod(healthyPod(1000));
+    pod.receive(kReadData);
+    for (int transfers = 0; transfers < 3; ++transfers)
+        transfer(pod, 400);
+    QCOMPARE(ask(pod, kReadData), readoutOf(bytesOf(Recording(42, 1000))));
+    QCOMPARE(ask(pod, kReadCharge + kReadUdid), kAck + QByteArray::fromHex("0123456789ABCDEF"));
+    QCOMPARE(pod.report().readouts_begun, 2);
+    QCOMPARE(pod.report().readouts_completed, 1);
+}
+
+void SimulatorPodModel::refusals()
+{
+    PodModel wrong_ack(faultyPod(PodFault::WrongAck, 100));
+    QCOMPARE(ask(wrong_ack, kReadData), QByteArray(1, kNak));
+    QCOMPARE(wrong_ack.report().readouts_begun, 0);
+
+    PodModel erase_refused(faultyPod(PodFault::EraseRefused, 100));
+    QCOMPARE(ask(erase_refused, kErase), QByteArray(1, kNak));
+    QVERIFY(!erase_refused.report().erased);
+    QCOMPARE(ask(erase_refused, kReadData), readoutOf(bytesOf(Recording(42, 100))));
+
+    PodModel claim_busy(faultyPod(PodFault::ClaimBusy, 100));
+    QVERIFY(!claim_busy.claim());
+    QVERIFY(!claim_busy.report().opened);
+    QVERIFY(!PodModel(faultyPod(PodFault::DriverBusy, 100)).driverDetaches());
+
+    PodModel healthy(healthyPod(100));
+    QVERIFY(healthy.claim() && healthy.report().opened && healthy.driverDetaches());
+}
+
+void SimulatorPodModel::silences()
+{
+    PodModel no_answer(faultyPod(PodFault::NoAnswer, 100));
+    for (const QByteArray& command : {kReadUdid, kReadCharge, kReadData, kErase})
+        QCOMPARE(ask(no_answer, command), QByteArray());
+    QVERIFY(!no_answer.report().erased);
+    PodModel erase_unanswered(faultyPod(PodFault::EraseUnanswered, 100));
+    QCOMPARE(ask(erase_unanswered, kReadUdid).size(), 9);
+    QCOMPARE(ask(erase_unanswered, kErase), QByteArray());
+    QVERIFY(erase_unanswered.report().erased);
+
+    const QByteArray whole = readoutOf(bytesOf(Recording(42, 101)));
+    PodModel cut(faultyPod(PodFault::CutHalfWay, 101));
+    QCOMPARE(ask(cut, kReadUdid).size(), 9);
+    QCOMPARE(ask(cut, kReadData), whole.left(5 + 50));
+    QCOMPARE(ask(cut, kReadUdid), QByteArray());
+
+    PodModel absurd(faultyPod(PodFault::SizeAbsurd, 101));
+    QCOMPARE(ask(absurd, kReadData), "\x0A\xFF\xFF\xFF\xFF" + whole.mid(5, 101));
+    QCOMPARE(ask(absurd, kReadData), QByteArray());
+    QCOMPARE(absurd.report().readouts_completed, 0);
+}
+
+void SimulatorPodModel::shortRead()
+{
+    PodModel pod(faultyPod(PodFault::ShortRead, 1000));
+    const QByteArray whole = readoutOf(bytesOf(Recording(42, 1000)));
+    pod.receive(kReadData);
+    transfer(pod, 1);
+    transfer(pod, 4);
+    QCOMPARE(transfer(pod, 400), whole.mid(5, 200));
+    QCOMPARE(transfer(pod, 400), whole.mid(205, 400));
+    QCOMPARE(drain(pod, 400), whole.mid(605));
+    pod.receive(kReadData);
+    transfer(pod, 1);
+    transfer(pod, 4);
+    QCOMPARE(transfer(pod, 400), whole.mid(5, 400));
+}
+
+void SimulatorPodModel::unplugsItselfAtItsByte()
+{
+    for (const quint32 byte : {0U, 1U, 399U, 400U, 401U, 1000U}) {
+        PodSettings settings = faultyPod(PodFault::UnpluggedAtByte, 1000);
+        settings.unplug_at_byte = byte;
+        PodModel pod(settings);
+        ask(pod, kReadUdid);
+        QVERIFY(!pod.vanished());
+        ask(pod, kReadData);
+        QVERIFY(pod.vanished());
+        QCOMPARE(pod.report().bytes_sent, quint64(byte));
+        QCOMPARE(ask(pod, kReadUdid), QByteArray());
+    }
+}
+
+void SimulatorPodModel::paceHoldsWhenTimersAreLate()
+{
+    using namespace std::chrono;
+    const Pacer::TimePoint start{hours(1)};
+    Pacer pacer(1'200'000);
+    pacer.idleUntil(start);
+    Pacer::TimePoint now = start;
+    for (int transfer = 0; transfer < 1000; ++transfer)
+        now = pacer.book(16384, now) + milliseconds(transfer % 3); // the timer's lateness
+    const double ideal_seconds = 1000 * 16384 / 1'200'000.0;
+    QVERIFY(qAbs(duration<double>(now - start).count() / ideal_seconds - 1) < 0.001);
+
+    // What the wire could have carried during a long pause is lost.
+    const Pacer::TimePoint later = now + seconds(10);
+    QVERIFY(pacer.book(1'200'000, later) > later + milliseconds(900));
+    QCOMPARE(Pacer(0).book(1'000'000, later), later);
+}
+
+QTEST_GUILESS_MAIN(SimulatorPodModel)
+#include "podmodel.moc"
