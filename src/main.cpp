@@ -1,6 +1,7 @@
 #include "corvanelogger.h"
 #include "main/corvane.h"
 #include "shell/launcherhandover.h"
+#include "shell/panelclock.h"
 #include "shell/stationlock.h"
 #include "system/interruption.h"
 #include "system/stationpaths.h"
@@ -50,9 +51,11 @@ bool isAlone(const StationLock& lock)
 static int showScreens(UIBackEnd& uibackend)
 {
     Q_INIT_RESOURCE(screens);
+    PanelClock panel_clock;
     QQmlApplicationEngine engine;
     engine.rootContext()->setContextProperty(QStringLiteral("uibackend"), &uibackend);
     engine.load(QUrl(QStringLiteral("qrc:/qml/main.qml")));
+    panel_clock.pace(engine);
     return QGuiApplication::exec();
 }
 

@@ -125,33 +125,48 @@ Item {
         rotation: 270
         value: root.val
 
-        background: Rectangle {
-            objectName: "border"
-            radius: 8
-            color: "white"
-            border.width: 2
-            border.color: root.border_color === Theme.plugged_border ? Theme.plugged_border_drawn
-                                                                     : root.border_color
-        }
-
+        // What is drawn is turned back: an upright rectangle is filled, a turned one is sampled pixel
+        // by pixel. The border lies above, so that a pulsing fill needs no round corners of its own,
+        // which are drawn anew for each colour.
+        background: null
         contentItem: Item {
-            Rectangle {
-                objectName: "fill"
-                x: 1
-                y: 1
-                width: bar.visualPosition * (parent.width - 2)
-                height: parent.height - 2
-                radius: 6
-                color: root.main_color
-            }
-
-            Image {
-                objectName: "chargeIcon"
-                anchors.centerIn: parent
+            Item {
+                x: (parent.width - width) / 2
+                y: (parent.height - height) / 2
+                width: bar.availableHeight
+                height: bar.availableWidth
                 rotation: 90
-                fillMode: Image.PreserveAspectFit
-                source: "../img/charge_icon.png"
-                visible: root.charging
+
+                Rectangle {
+                    objectName: "fill"
+                    x: 1
+                    y: parent.height - 1 - height
+                    width: parent.width - 2
+                    height: bar.visualPosition * (parent.height - 2)
+                    radius: root.charging ? 0 : 6
+                    color: root.main_color
+                }
+
+                Rectangle {
+                    objectName: "border"
+                    x: -bar.padding
+                    y: -bar.padding
+                    width: bar.height
+                    height: bar.width
+                    radius: 8
+                    color: "transparent"
+                    border.width: 2
+                    border.color: root.border_color === Theme.plugged_border
+                                  ? Theme.plugged_border_drawn : root.border_color
+                }
+
+                Image {
+                    objectName: "chargeIcon"
+                    anchors.centerIn: parent
+                    fillMode: Image.PreserveAspectFit
+                    source: "../img/charge_icon.png"
+                    visible: root.charging
+                }
             }
         }
     }
