@@ -1,4 +1,5 @@
 corvane_add_test(shell_logger SOURCES unit/shell/logger.cpp)
+corvane_add_test(shell_keptlog SOURCES unit/shell/keptlog.cpp)
 corvane_add_test(shell_handover SOURCES unit/shell/handover.cpp)
 corvane_add_test(shell_start SOURCES unit/shell/start.cpp)
 target_compile_definitions(shell_start
