@@ -3,7 +3,6 @@
 #include "bench/scenariorunner.h"
 #include "bench/verdict.h"
 #include "common/badinput.h"
-#include "common/neededprograms.h"
 #include "machine/machinesite.h"
 #include "scenario/scenarioparser.h"
 #include "screen/screenserver.h"
@@ -115,7 +114,6 @@ SiteMaker siteOf(const Options& options)
 
 int run(const Options& options)
 {
-    needPrograms(options.machine);
     needStation(options.station_program);
     const Scenario scenario = scenarioOf(options);
     const Display display = displayOf(options);

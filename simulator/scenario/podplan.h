@@ -6,11 +6,10 @@
 
 #include <QByteArray>
 
-#include <chrono>
 #include <optional>
 
-/// What is to be plugged into one place. Values left open follow from the place and the bench's
-/// seed, so that a run can be repeated exactly.
+/// What is to be plugged into one slot. Values left open follow from the slot and the bench's seed,
+/// so that a run can be repeated exactly.
 struct PodPlan
 {
     SizeRange size{8 * 1024 * 1024, 8 * 1024 * 1024};
@@ -20,20 +19,17 @@ struct PodPlan
     quint32 unplug_at_byte = 0;
     std::optional<QByteArray> udid; ///< 8 bytes
     bool in_bootloader = false;     ///< when it is plugged in
-    /// So much of the new firmware is in it from a transfer that broke off; it is in its
-    /// bootloader.
+    /// So much of the new firmware has arrived in its bootloader, from a transfer that broke off.
     std::optional<quint32> resume_at_byte;
-    std::chrono::milliseconds restart_time{300};
 
     bool beginsInBootloader() const { return in_bootloader || resume_at_byte; }
 };
 
-/// generation counts the recordings that this place's pod has brought: the pod stays the same, a
-/// new generation is a new recording in it.
+/// generation counts the recordings that the slot's pod has brought: the pod stays the same.
 PodSettings settingsFor(const PodPlan& plan, int slot, quint64 bench_seed, int generation);
 
-/// Gives the pod what the plan says of its bootloader. Throws BadInput when there is no so much of
-/// the firmware, which may be none.
+/// Gives the pod what the plan says of its bootloader. Throws BadInput when the plan has more of
+/// the firmware than there is; there may be none.
 void prepareBootloader(PodSettings& settings, const PodPlan& plan,
                        const std::optional<Firmware>& firmware);
 

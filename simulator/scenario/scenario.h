@@ -20,7 +20,7 @@ namespace verb {
 struct Plug
 {
     SlotSet slot_set;
-    std::optional<PodPlan> plan; ///< none: as that place was planned before
+    std::optional<PodPlan> plan; ///< none: as that slot was planned before
 };
 struct Unplug
 {
@@ -76,7 +76,7 @@ using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick,
                           verb::Touch, verb::Screenshot, verb::Quit, verb::StopStation,
                           verb::KillStation, verb::RestartStation, verb::Status, verb::Help>;
 
-/// What a step waits for: how things stand with a place's present or last pod, with all lines
+/// What a step waits for: how things stand with a slot's present or last pod, with all lines
 /// logged so far, with the picture last seen.
 struct Condition
 {
@@ -119,7 +119,7 @@ struct Expectations
 {
     SlotSet archived; ///< whose last recording must be in the archive, whole
     SlotSet erased;
-    SlotSet delivered;         ///< each recording ever erased from these places is whole on a stick
+    SlotSet delivered;         ///< each recording ever erased from these is whole on a stick
     SlotSet kept;              ///< plugged or not, their recording must still be in them
     SlotSet updated;           ///< run the scenario's firmware and refused nothing on the way
     QStringList infos_contain; ///< texts in the archive's information file
@@ -155,11 +155,11 @@ struct Scenario
     std::chrono::seconds time_limit{300};
 };
 
-/// The plain road: the given places plugged from the start, everything archived, copied, erased and
+/// The plain road: the given slots plugged from the start, everything archived, copied, erased and
 /// charged; then, if run unattended, a screenshot (unless the name is empty) and the end.
 Scenario plainScenario(const PodPlan& plan, SlotSet slot_set, bool stick,
                        const QString& screenshot);
 
-/// The plain update: the given places plugged from the start, every pod updated and then charged.
+/// The plain update: the given slots plugged from the start, every pod updated and then charged.
 Scenario plainUpdate(const PodPlan& plan, SlotSet slot_set, const FirmwarePlan& firmware,
                      const QString& screenshot);

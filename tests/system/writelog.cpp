@@ -2,9 +2,9 @@
 #include "bench/bench.h"
 #include "bench/verdict.h"
 #include "common/badinput.h"
+#include "common/tool.h"
 #include "machine/computer.h"
 #include "machine/machinesite.h"
-#include "machine/tool.h"
 #include "support/diskstates.h"
 #include "support/machinetest.h"
 
@@ -160,7 +160,7 @@ void WriteLog::archiveTogether(const SlotSet& slot_set)
 {
     const std::size_t all = m_erased.back().size() + slot_set.count();
     for (int slot = 0; slot < kSlotCount; ++slot)
-        if (slot_set.test(slot) && m_bench->rack().plugged(slot))
+        if (slot_set.test(slot) && m_bench->rack().plugged().test(slot))
             m_bench->perform(verb::Unplug{slotSetOf(slot)});
     m_bench->perform(verb::Plug{slot_set, {}});
     while (m_erased.back().size() < all) {

@@ -1,4 +1,4 @@
-#include "machine/tool.h"
+#include "common/tool.h"
 
 #include "common/badinput.h"
 #include "common/dependentprocess.h"
