@@ -5,6 +5,10 @@
 #include "common/badinput.h"
 #include "scenario/verbparser.h"
 
+#include <QFileInfo>
+
+#include <algorithm>
+
 namespace {
 
 // In the middle of the screen's hidden quit area.
@@ -45,6 +49,10 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     connect(&m_site->station(), &Station::logged, this, &Bench::changed);
     connect(&m_site->places(), &PodBus::readoutCompleted, this,
             [this] { m_promise.readoutCompleted(); });
+    connect(&m_site->places(), &PodBus::podErased, this,
+            [this](int slot) { m_service.erased(slot, elapsedMs()); });
+    connect(&m_site->places(), &PodBus::podVanished, this,
+            [this](int slot) { m_service.left(slotSetOf(slot), elapsedMs()); });
     connect(&m_site->station(), &Station::ended, this, &Bench::noteEnd);
     connect(&m_screen, &ScreenClient::changed, this, &Bench::readScreen);
 }
@@ -54,6 +62,7 @@ void Bench::start()
     m_site->stick().setInserted(m_scenario.stick.inserted);
     m_rack.plug(m_scenario.plugged);
     m_clock.start();
+    m_service.plugged(m_scenario.plugged, 0);
     startStation();
 }
 
@@ -73,6 +82,8 @@ bool Bench::holds(const Condition& condition) const
         return (m_empty_gauges & condition.slot_set) == condition.slot_set;
     case Condition::Kind::Log:
         return station().log().count(condition.text) >= condition.number;
+    case Condition::Kind::RunLog:
+        return station().log().runHolds(condition.text);
     case Condition::Kind::Panel:
         return m_panel_code == condition.number;
     case Condition::Kind::PodThreads:
@@ -146,12 +157,14 @@ QString Bench::act(const verb::Plug& plug)
         if (plug.plan && plug.slot_set.test(slot))
             m_rack.setPlan(slot, *plug.plan);
     m_rack.plug(plug.slot_set);
+    m_service.plugged(plug.slot_set, elapsedMs());
     return {};
 }
 
 QString Bench::act(const verb::Unplug& unplug)
 {
     m_rack.unplug(unplug.slot_set);
+    m_service.left(unplug.slot_set, elapsedMs());
     return {};
 }
 
@@ -169,6 +182,10 @@ QString Bench::act(const verb::Stick& stick)
     if (stick.other)
         m_site->stick().replace(*stick.other);
     m_site->stick().setInserted(stick.inserted);
+    if (stick.inserted)
+        noteEraseCommand();
+    else if (m_site->foldersAreCurrent())
+        m_promise.noteDelivered();
     return {};
 }
 
@@ -230,7 +247,16 @@ QString Bench::act(const verb::RestartStation& /*restart*/)
     if (const int code = station().exitCode().value_or(-1); code != 0 && !m_killed)
         m_bad_ends += QStringLiteral("a run of the station before the last ended with exit code %1")
                           .arg(code);
+    m_quitting = false;
+    m_quit_patience.stop();
     startStation();
+    return {};
+}
+
+QString Bench::act(const verb::MeasureStation& /*measure*/)
+{
+    if (const auto holdings = station().holdings())
+        m_measurements.push_back(*holdings);
     return {};
 }
 
@@ -251,6 +277,8 @@ void Bench::startStation()
     m_empty_gauges.reset();
     m_promise.stationStarted();
     m_killed = false;
+    noteEraseCommand();
+    m_service.stationStarted(elapsedMs());
     m_site->station().start();
     if (!m_window)
         m_screen.start(m_site->screenSocket());
@@ -285,8 +313,33 @@ void Bench::noteEnd()
     // By now the folders are current everywhere, and what was mounted is no more.
     if (m_panel_code == kPanelCopied)
         m_promise.endedAsCopied();
+    m_promise.noteDelivered();
+    m_service.stationEnded(elapsedMs());
     m_screen.stop();
     emit changed();
+}
+
+/// A station that finds the command at its start obeys it before it reads out a pod.
+void Bench::noteEraseCommand()
+{
+    const QFileInfo command(stick().path(QStringLiteral("cmd_erase_datas.txt")));
+    if (!stick().inserted() || !command.isFile() || command.isSymLink())
+        return;
+    const auto erased = m_rack.erasedRecordings();
+    m_promise.giveUp(erased);
+    for (const KnownRecording& recording : erased)
+        m_given_up += recording.sha256;
+}
+
+std::vector<KnownRecording> Bench::recordingsToBeFound() const
+{
+    std::vector<KnownRecording> list = m_rack.erasedRecordings();
+    list.erase(std::remove_if(list.begin(), list.end(),
+                              [this](const KnownRecording& recording) {
+                                  return m_given_up.contains(recording.sha256);
+                              }),
+               list.end());
+    return list;
 }
 
 void Bench::readScreen()

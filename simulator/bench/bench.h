@@ -2,6 +2,7 @@
 
 #include "bench/copypromise.h"
 #include "bench/podrack.h"
+#include "bench/servicetimes.h"
 #include "scenario/scenario.h"
 #include "screen/screenclient.h"
 #include "screen/screenreader.h"
@@ -60,6 +61,12 @@ public:
     /// Codes whose pictures were ever seen.
     const QSet<int>& panelShown() const { return m_panel_shown; }
     const CopyPromise& copyPromise() const { return m_promise; }
+    const ServiceTimes& serviceTimes() const { return m_service; }
+    /// What the station's process held whenever it was measured.
+    const std::vector<Holdings>& measurements() const { return m_measurements; }
+    /// Every recording that was erased from its pod, but for those that a command on a stick
+    /// allowed the station to erase since.
+    std::vector<KnownRecording> recordingsToBeFound() const;
     /// How runs before the last one ended, where they were neither killed nor right.
     const QStringList& badEnds() const { return m_bad_ends; }
     const BenchTimes& times() const { return m_times; }
@@ -80,6 +87,7 @@ private:
     QString act(const verb::StopStation& stop);
     QString act(const verb::KillStation& kill);
     QString act(const verb::RestartStation& restart);
+    QString act(const verb::MeasureStation& measure);
     QString act(const verb::Status& status);
     QString act(const verb::Help& help);
 
@@ -87,6 +95,7 @@ private:
     void noteChange();
     void noteUpdates();
     void noteEnd();
+    void noteEraseCommand();
     void readScreen();
     void touchQuitCorner();
     bool allPods(const SlotSet& slot_set, bool (*done)(const PodReport&)) const;
@@ -102,6 +111,9 @@ private:
     std::optional<Firmware> m_firmware;
     QStringList m_stick_before;
     PodRack m_rack;
+    ServiceTimes m_service;
+    std::vector<Holdings> m_measurements;
+    QSet<QByteArray> m_given_up; ///< digests of what the station was allowed to erase
     ScreenClient m_screen;
     ScreenReader m_reader;
     std::optional<int> m_panel_code;

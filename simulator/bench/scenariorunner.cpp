@@ -32,6 +32,7 @@ void ScenarioRunner::start()
     if (m_mode == Mode::Unattended)
         m_limit.start();
     m_look_again.start();
+    m_last_step.start();
     m_bench.start();
 }
 
@@ -44,8 +45,12 @@ void ScenarioRunner::advance()
 
 bool ScenarioRunner::stepDue() const
 {
-    const auto& conditions = m_scenario.steps[m_next_step].conditions;
-    return std::all_of(conditions.begin(), conditions.end(),
+    const Step& step = m_scenario.steps[m_next_step];
+    const std::chrono::milliseconds passed(m_last_step.elapsed());
+    if (step.patience && passed >= *step.patience)
+        return true;
+    return passed >= step.wait &&
+           std::all_of(step.conditions.begin(), step.conditions.end(),
                        [this](const Condition& condition) { return m_bench.holds(condition); });
 }
 
@@ -54,8 +59,10 @@ void ScenarioRunner::doStep(const Step& step)
     try {
         m_bench.perform(step.action);
     } catch (const BadInput& bad) {
-        giveUp(QStringLiteral("%1: %2").arg(step.place, bad.text()));
+        if (!step.if_possible)
+            giveUp(QStringLiteral("%1: %2").arg(step.place, bad.text()));
     }
+    m_last_step.start();
 }
 
 bool ScenarioRunner::endAwaited() const

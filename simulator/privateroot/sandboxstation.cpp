@@ -61,6 +61,12 @@ std::optional<int> SandboxStation::podThreads() const
     return pid > 0 ? qMax(0, plain - kThreadsWithoutPods) : 0;
 }
 
+std::optional<Holdings> SandboxStation::holdings() const
+{
+    const qint64 pid = stationPid();
+    return pid > 0 ? std::optional(holdingsOf(pid)) : std::nullopt;
+}
+
 std::optional<bool> SandboxStation::mounted(const QString& folder) const
 {
     QFile mounts(QStringLiteral("/proc/%1/mounts").arg(stationPid()));

@@ -13,6 +13,9 @@
 /// seed, so that a run can be repeated exactly.
 struct PodPlan
 {
+    /// Which of the bench's pods it is, by the place where it is at home; none: this place's. A pod
+    /// that moves takes its recording along.
+    std::optional<int> pod;
     SizeRange size{8 * 1024 * 1024, 8 * 1024 * 1024};
     quint32 bytes_per_second = 1'200'000;
     int polls_until_charged = 3;
@@ -28,9 +31,9 @@ struct PodPlan
     bool beginsInBootloader() const { return in_bootloader || resume_at_byte; }
 };
 
-/// generation counts the recordings that this place's pod has brought: the pod stays the same, a
+/// generation counts the recordings that the pod has brought: the pod stays the same, a
 /// new generation is a new recording in it.
-PodSettings settingsFor(const PodPlan& plan, int slot, quint64 bench_seed, int generation);
+PodSettings settingsFor(const PodPlan& plan, int home_slot, quint64 bench_seed, int generation);
 
 /// Gives the pod what the plan says of its bootloader. Throws BadInput when there is no so much of
 /// the firmware, which may be none.

@@ -13,8 +13,8 @@ Scenario simpleScenario(const QString& name, const PodPlan& plan, SlotSet slot_s
     scenario.plugged = slot_set;
     if (!screenshot.isEmpty())
         scenario.steps.push_back(
-            {all_done, verb::Screenshot{screenshot}, QStringLiteral("picture")});
-    scenario.steps.push_back({all_done, verb::Quit{}, QStringLiteral("end")});
+            {all_done, {}, {}, false, verb::Screenshot{screenshot}, QStringLiteral("picture")});
+    scenario.steps.push_back({all_done, {}, {}, false, verb::Quit{}, QStringLiteral("end")});
     return scenario;
 }
 

@@ -59,6 +59,7 @@ void checkUnplugByte(const JsonPlace& place, const PodPlan& plan)
 void readPlan(const JsonPlace& place, PodPlan& plan)
 {
     const QMap<QString, std::function<void(const JsonPlace&)>> readers{
+        {key("pod"), [&](const JsonPlace& value) { plan.pod = value.number(0, kSlotCount - 1); }},
         {key("size"), [&](const JsonPlace& value) { plan.size = sizeOf(value); }},
         {key("speed"),
          [&](const JsonPlace& value) { plan.bytes_per_second = value.number(0, kMost); }},
@@ -156,7 +157,8 @@ Verb stationVerbOf(const JsonPlace& place)
     static const QMap<QString, Verb> verbs{{key("quit"), verb::Quit{}},
                                            {key("stop"), verb::StopStation{}},
                                            {key("kill"), verb::KillStation{}},
-                                           {key("restart"), verb::RestartStation{}}};
+                                           {key("restart"), verb::RestartStation{}},
+                                           {key("measure"), verb::MeasureStation{}}};
     const QString name = place.text();
     if (!verbs.contains(name))
         place.refuse(QStringLiteral("unknown '%1'; a station can: %2")
@@ -203,6 +205,8 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
         return {Kind::Panel, SlotSet(), QString(), value.number(kPanelLeast, kPanelMost)};
     if (event == key("pod threads"))
         return {Kind::PodThreads, SlotSet(), QString(), value.number(0, kSlotCount)};
+    if (event == key("run log"))
+        return {Kind::RunLog, SlotSet(), value.text(), 0};
     if (event == key("stick lacks"))
         return {Kind::StickLacks, SlotSet(), value.text(), 0};
     if (event == key("stick mounted"))
@@ -212,9 +216,10 @@ Condition conditionOf(const QString& event, const JsonPlace& value)
             value.refuse(QStringLiteral("only true makes sense here"));
         return {Kind::Ended, SlotSet(), QString(), 0};
     }
-    value.refuse(QStringLiteral("unknown event; known are: log, panel, pod threads, stick bytes, "
-                                "stick lacks, stick mounted, station bytes, ended, %1")
-                     .arg(QStringList(of_slots.keys()).join(QStringLiteral(", "))));
+    value.refuse(
+        QStringLiteral("unknown event; known are: log, run log, panel, pod threads, stick bytes, "
+                       "stick lacks, stick mounted, station bytes, ended, %1")
+            .arg(QStringList(of_slots.keys()).join(QStringLiteral(", "))));
 }
 
 /// {"FILE": least bytes}, one condition a file.
@@ -253,16 +258,35 @@ void readAfter(const JsonPlace& after, Step& step)
     }
 }
 
+std::chrono::milliseconds durationOf(const JsonPlace& place)
+{
+    return std::chrono::milliseconds(static_cast<qint64>(place.seconds() * 1000));
+}
+
+void readWhen(const JsonPlace& place, Step& step)
+{
+    if (place.has(key("at")))
+        step.conditions.push_back({Kind::Time, SlotSet(), QString(),
+                                   static_cast<int>(durationOf(place.member(key("at"))).count())});
+    if (place.has(key("after")))
+        readAfter(place.member(key("after")), step);
+    if (place.has(key("wait")))
+        step.wait = durationOf(place.member(key("wait")));
+    if (place.has(key("patience")))
+        step.patience = durationOf(place.member(key("patience")));
+    if (place.has(key("if possible")))
+        step.if_possible = place.member(key("if possible")).flag();
+}
+
 Step readStep(const JsonPlace& place, const QString& name, const PodPlan& usual)
 {
     const auto readers = verbReaders(usual);
-    place.allowMembers(QStringList(readers.keys()) << key("at") << key("after"));
-    Step step{{}, verb::Help{}, name};
-    if (place.has(key("at")))
-        step.conditions.push_back({Kind::Time, SlotSet(), QString(),
-                                   static_cast<int>(place.member(key("at")).seconds() * 1000)});
-    if (place.has(key("after")))
-        readAfter(place.member(key("after")), step);
+    place.allowMembers(QStringList(readers.keys()) << key("at") << key("after") << key("wait")
+                                                   << key("patience") << key("if possible"));
+    Step step;
+    step.action = verb::Help{};
+    step.place = name;
+    readWhen(place, step);
     int verbs = 0;
     for (auto reader = readers.begin(); reader != readers.end(); ++reader) {
         if (!place.has(reader.key()))
@@ -297,6 +321,13 @@ QStringList toolsOf(const JsonPlace& place)
             place.refuse(QStringLiteral("'%1' is none of the station's tools: %2")
                              .arg(tool, noted.join(QStringLiteral(", "))));
     return place.texts();
+}
+
+void readPunctual(const JsonPlace& place, Expectations& expect)
+{
+    place.allowMembers({key("slots"), key("seconds")});
+    expect.punctual = place.member(key("slots")).slotSet();
+    expect.punctual_limit = std::chrono::seconds(place.member(key("seconds")).number(1, kMost));
 }
 
 Expectations readExpectations(const JsonPlace& place)
@@ -335,6 +366,8 @@ Expectations readExpectations(const JsonPlace& place)
              expect.panel_never = value.numbers(kPanelLeast, kPanelMost);
          }},
         {key("never run"), [&](const JsonPlace& value) { expect.never_run = toolsOf(value); }},
+        {key("punctual"), [&](const JsonPlace& value) { readPunctual(value, expect); }},
+        {key("settled"), [&](const JsonPlace& value) { expect.settled = value.flag(); }},
         {key("on stick"), [&](const JsonPlace& value) { expect.on_stick = value.flag(); }},
     };
     place.allowMembers(readers.keys());

@@ -91,7 +91,8 @@ StickPlan stickPlanOf(const JsonPlace& place)
         return plan;
     }
     place.allowMembers({key("inserted"), key("folder"), key("content"), key("size"), key("speed"),
-                        key("pull at byte"), key("loses from byte"), key("flips at byte")});
+                        key("pull at byte"), key("may stay"), key("loses from byte"),
+                        key("flips at byte")});
     if (place.has(key("inserted")))
         plan.inserted = place.member(key("inserted")).flag();
     if (place.has(key("folder")))
@@ -101,6 +102,8 @@ StickPlan stickPlanOf(const JsonPlace& place)
         for (const QString& name : content.memberNames())
             plan.items.push_back(itemOf(content, name));
     }
+    if (place.has(key("may stay")))
+        plan.may_stay = place.member(key("may stay")).flag();
     readSettings(place, plan.settings);
     return plan;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "site/holdings.h"
 #include "site/stationlog.h"
 
 #include <QFile>
@@ -33,6 +34,9 @@ public:
     /// Of its process here; 0 while there is none, and always when its computer is another one.
     virtual qint64 stationPid() const { return 0; }
 
+    /// Of its process; std::nullopt while there is none, and where it cannot be seen.
+    virtual std::optional<Holdings> holdings() const { return std::nullopt; }
+
     /// Of the last run that ended; 128 + signal when one killed it.
     std::optional<int> exitCode() const { return m_exit_code; }
     const StationLog& log() const { return m_log; }
@@ -42,7 +46,7 @@ signals:
     void ended(int exit_code);
 
 protected:
-    void noteStart() { m_exit_code.reset(); }
+    void noteStart();
     void noteOutput(const QByteArray& output);
     void noteEnd(int exit_code);
 

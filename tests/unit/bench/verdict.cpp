@@ -113,6 +113,9 @@ void BenchVerdictTest::seesDamageInsideAnArchive()
     QStringList problems;
     QVERIFY(readArchive(path, problems).empty());
     QCOMPARE(problems, QStringList(path + QStringLiteral(" is missing or no archive")));
+    writeArchive(path, {}); // as a backup of nothing
+    QVERIFY(readArchive(path, problems).empty());
+    QCOMPARE(problems.size(), 1);
 
     writeArchive(path, {kInfos, {QStringLiteral("A.ozu"), "recorded"}});
     QFile file(path);
