@@ -11,6 +11,20 @@ Item {
     property string border_color: Theme.empty_border
     property bool charging: false
     property real val: 0.0
+    // Until the pod is unplugged; a failed one until it begins anew, too.
+    property bool failed: false
+    property bool unchecked: false
+
+    function markAs(progress) {
+        failed = progress === -2
+        if (progress === -1)
+            unchecked = true
+    }
+
+    function showUnmarked() {
+        failed = false
+        unchecked = false
+    }
 
     function showFull() {
         main_color = Theme.done_color
@@ -20,11 +34,13 @@ Item {
     // A pod that is plugged while its predecessor still fades out gets a gauge of its own at once.
     function showConnected() {
         emptying.complete()
+        showUnmarked()
         border_color = Theme.plugged_border
     }
 
     function showDisconnected() {
         emptying.start()
+        showUnmarked()
         charging = false
     }
 
@@ -43,6 +59,7 @@ Item {
         function onPodSyncProgressChanged(idx, progress) {
             if (idx !== root.qidx)
                 return
+            root.markAs(progress)
             if (progress === 101)
                 root.showFull()
             else
@@ -52,6 +69,7 @@ Item {
         function onPodUpdateProgressChanged(idx, progress) {
             if (idx !== root.qidx)
                 return
+            root.markAs(progress)
             if (progress === 101) {
                 root.showFull()
                 return
@@ -166,6 +184,22 @@ Item {
                     fillMode: Image.PreserveAspectFit
                     source: "../img/charge_icon.png"
                     visible: root.charging
+                }
+
+                Image {
+                    objectName: "failedIcon"
+                    anchors.centerIn: parent
+                    source: "../img/failed_icon.png"
+                    visible: root.failed
+                }
+
+                // At the edge, where neither bolt nor cross covers it.
+                Image {
+                    objectName: "uncheckedIcon"
+                    x: parent.width - 2
+                    y: -6
+                    source: "../img/unchecked_icon.png"
+                    visible: root.unchecked
                 }
             }
         }

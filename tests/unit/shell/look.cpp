@@ -49,6 +49,6 @@ Look lookOf(QQuickItem& gauge, const QImage& screen)
     look.fill = screen.pixelColor(middle.x(), seen.bottom() - 3);
     for (int y = seen.top() + 2; y <= seen.bottom() - 2; ++y)
         look.filled_rows += screen.pixelColor(middle.x(), y).hsvSaturation() > 100;
-    look.bolt = screen.pixelColor(middle).lightness() < 128;
+    look.bolt = screen.pixelColor(middle + QPoint(0, 4)).lightness() < 128; // not in the cross
     return look;
 }
