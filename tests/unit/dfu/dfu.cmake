@@ -2,7 +2,7 @@ corvane_add_test(dfu_wire SOURCES unit/dfu/wire.cpp)
 corvane_add_test(dfu_package
   SOURCES unit/dfu/package.cpp SANDBOXED)
 
-# The simulated bus needs the preload that unit/simulator/simulator.cmake has worked out.
+# On the simulated bus.
 foreach(name IN ITEMS session road)
   corvane_add_test(dfu_${name} SANDBOXED
     SOURCES unit/dfu/${name}.cpp support/updatebench.cpp
