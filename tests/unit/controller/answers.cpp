@@ -143,6 +143,11 @@ void ControllerAnswers::sameFileNameTakesTurns()
     QCOMPARE(second.claim(kPath), Claim::Held);
     first.release(); // no longer its own
     QVERIFY(QFile::exists(kPath));
+    // What has no name any more holds none.
+    QVERIFY(QFile::remove(kPath));
+    QCOMPARE(second.claim(kPath), Claim::Taken);
+    QCOMPARE(second.claim(kPath), Claim::Held);
+    QVERIFY(QFile::exists(kPath));
     // Two pods that share a name must not both write because neither could make the file.
     QCOMPARE(first.claim(QStringLiteral("no-such-folder/file.ozu")), Claim::Impossible);
 }

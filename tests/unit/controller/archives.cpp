@@ -56,7 +56,11 @@ public:
         m_corvane.moveToThread(&m_thread);
         QObject::connect(&m_thread, &QThread::started, &m_corvane, &Corvane::taskLoop);
         QObject::connect(
-            &m_corvane, &Corvane::syncDone, &m_corvane, [this](int code) { panel = code; },
+            &m_corvane, &Corvane::syncDone, &m_corvane,
+            [this](int code) {
+                panel = code;
+                asked_for_pods = asked_for_pods || code == WaitingForPods;
+            },
             Qt::DirectConnection);
         QObject::connect(&m_corvane, &Corvane::podConnection, &m_corvane, [this] {
             g_last_plug = steady_clock::now();
@@ -85,6 +89,7 @@ public:
     }
 
     std::atomic<int> panel{Syncing};
+    std::atomic<bool> asked_for_pods{false};
     std::atomic<int> plugs{0}; ///< and unplugs
 
 private:
@@ -130,6 +135,7 @@ private slots:
     void initTestCase();
     void lateStickGetsTheRecordings();
     void plugPutsTheNextArchiveOff();
+    void updateMarkerAsksForNoPods();
 };
 
 void ControllerArchives::initTestCase()
@@ -147,7 +153,15 @@ void ControllerArchives::lateStickGetsTheRecordings()
     auto station = std::make_unique<Station>(1s);
     station->archiveOneAndRefuseOne();
     QTRY_VERIFY_WITH_TIMEOUT(g_begun >= 2 && station->panel == NoUsbKey, kLimitMs);
+    // An addition that waits to be put back, and can be neither read nor set aside.
+    QVERIFY(QFile::remove(QStringLiteral("addition.undo")));
+    QVERIFY(QDir().mkdir(QStringLiteral("addition.undo")));
+    QVERIFY(write(QStringLiteral("addition.undo.aside"), {}));
     QVERIFY(writeTool(QStringLiteral("/opt/blkid"), "echo /dev/sda1:"));
+    QTRY_COMPARE_WITH_TIMEOUT(station->panel.load(), int(CopyFailed), kLimitMs);
+    QCOMPARE(QDir(kStick).entryList(QDir::Files), QStringList());
+    QVERIFY(QDir().rmdir(QStringLiteral("addition.undo")));
+    QVERIFY(QFile::remove(QStringLiteral("addition.undo.aside")));
     QTRY_COMPARE_WITH_TIMEOUT(station->panel.load(), int(Copied), kLimitMs);
     const QStringList recordings{QStringLiteral("infos.log"), QStringLiteral("x.ozu")};
     // The timer has left its archive behind, so it comes under a name of its own, and the archive
@@ -184,6 +198,20 @@ void ControllerArchives::plugPutsTheNextArchiveOff()
     g_begun = 0;
     QTRY_VERIFY_WITH_TIMEOUT(g_begun > 0, kLimitMs);
     QCOMPARE(g_begun_early.load(), 0);
+}
+
+/// Whoever brought an update wants it to be noticed, not to plug pods.
+void ControllerArchives::updateMarkerAsksForNoPods()
+{
+    QVERIFY(writeTool(QStringLiteral("/opt/blkid"), "echo /dev/sda1:"));
+    const QString marker = kStick + QStringLiteral("/corvane.zip");
+    QVERIFY(write(marker, "an update"));
+    g_begun = 0;
+    const Station station(1s);
+    // The panel's timer is the same thread's, and has come up meanwhile.
+    QTRY_VERIFY_WITH_TIMEOUT(g_begun >= 4, kLimitMs);
+    QVERIFY(!station.asked_for_pods);
+    QVERIFY(!QFile::exists(marker));
 }
 
 QTEST_GUILESS_MAIN(ControllerArchives)

@@ -5,7 +5,6 @@ corvane_add_test(dfu_package
 # On the simulated bus.
 foreach(name IN ITEMS session road)
   corvane_add_test(dfu_${name} SANDBOXED
-    SOURCES unit/dfu/${name}.cpp support/updatebench.cpp
-    LIBRARIES corvane_sim_hardware)
+    SOURCES unit/dfu/${name}.cpp LIBRARIES corvane_tests_rig)
   set_property(TEST dfu_${name} APPEND PROPERTY ENVIRONMENT "LD_PRELOAD=${preload}")
 endforeach()

@@ -2,7 +2,7 @@
 #include "main/corvane.h"
 #include "main/discovery.h"
 #include "main/pod.h"
-#include "support/updatebench.h"
+#include "support/podrig.h"
 #include "utils/libusbutils.h"
 
 #include <QSignalSpy>
@@ -58,10 +58,7 @@ public:
         m_thread.quit();
         m_thread.wait();
     }
-    Station(const Station&) = delete;
-    Station& operator=(const Station&) = delete;
-    Station(Station&&) = delete;
-    Station& operator=(Station&&) = delete;
+    Q_DISABLE_COPY_MOVE(Station)
 
     int podsConnected() const { return m_corvane.nb_pods_connected; }
     void report(const UsbDeviceRef& device, int event) { emit m_discovery->hotplug(device, event); }
@@ -104,10 +101,7 @@ public:
         });
     }
     ~HeldWorker() { release(); }
-    HeldWorker(const HeldWorker&) = delete;
-    HeldWorker& operator=(const HeldWorker&) = delete;
-    HeldWorker(HeldWorker&&) = delete;
-    HeldWorker& operator=(HeldWorker&&) = delete;
+    Q_DISABLE_COPY_MOVE(HeldWorker)
 
     void release()
     {
@@ -136,10 +130,7 @@ public:
         pthread_setattr_default_np(&boundless);
     }
     ~NoThreads() { pthread_setattr_default_np(&m_usual); }
-    NoThreads(const NoThreads&) = delete;
-    NoThreads& operator=(const NoThreads&) = delete;
-    NoThreads(NoThreads&&) = delete;
-    NoThreads& operator=(NoThreads&&) = delete;
+    Q_DISABLE_COPY_MOVE(NoThreads)
 
 private:
     pthread_attr_t m_usual{};
@@ -147,7 +138,7 @@ private:
 
 PodSettings emptyPod()
 {
-    PodSettings settings = UpdateBench::podInBootloader();
+    PodSettings settings = PodRig::podInBootloader();
     settings.flash.in_bootloader = false;
     return settings;
 }
@@ -179,40 +170,43 @@ private slots:
     void silentWorkerIsOverruled();
     void limitOfRestarts();
     void onlyAnUpdatedPodComesBack();
+    void oldPodPaintsNothing();
+    void deviceComesOnce();
+    void foreignDevicesAreLeftAlone();
     void isUpdatingBeforeItRestarts();
     void placeIsFreeWithoutAThread();
 
 private:
     UsbDeviceRef plugFailing(int idx);
 
-    std::unique_ptr<UpdateBench> m_bench;
-    UpdateBench::Package m_package;
+    std::unique_ptr<PodRig> m_rig;
+    PodRig::Package m_package;
 };
 
 void DfuRoad::init()
 {
-    m_bench = std::make_unique<UpdateBench>();
-    m_package = UpdateBench::plainPackage(UpdateBench::podInBootloader().bootloader);
-    UpdateBench::unpack(m_package);
+    m_rig = std::make_unique<PodRig>();
+    m_package = PodRig::plainPackage(PodRig::podInBootloader().bootloader);
+    PodRig::unpack(m_package);
 }
 
 void DfuRoad::cleanup()
 {
-    m_bench.reset();
+    m_rig.reset();
 }
 
 void DfuRoad::updatedPodComesBackAndCharges()
 {
-    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podUpdateProgressChanged);
-    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    const Station station(m_bench->screen());
-    m_bench->bus().plug(4, UpdateBench::podInBootloader());
+    QSignalSpy progress(&m_rig->screen(), &UIBackEnd::podUpdateProgressChanged);
+    QSignalSpy charging(&m_rig->screen(), &UIBackEnd::chargingStateChanged);
+    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
+    const Station station(m_rig->screen());
+    m_rig->bus().plug(4, PodRig::podInBootloader());
 
     QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs);
     QCOMPARE(charging.last(), QVariantList({4, 2}));
-    QVERIFY(m_bench->updated(4, m_package));
-    QCOMPARE(m_bench->bus().report(4).mode, PodMode::Normal);
+    QVERIFY(m_rig->updated(4, m_package));
+    QCOMPARE(m_rig->bus().report(4).mode, PodMode::Normal);
     QVector<int> shown;
     for (const QVariantList& change : progress)
         shown.append(change.last().toInt());
@@ -220,7 +214,7 @@ void DfuRoad::updatedPodComesBackAndCharges()
     QCOMPARE(station.podsConnected(), 1);
     QCOMPARE(connection.size(), 0); // deliberate for a pod that comes in its bootloader
 
-    m_bench->bus().unplug(4);
+    m_rig->bus().unplug(4);
     QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
     QCOMPARE(connection.last(), QVariantList({4, false}));
     QCOMPARE(station.podsConnected(), 0);
@@ -228,34 +222,34 @@ void DfuRoad::updatedPodComesBackAndCharges()
 
 void DfuRoad::podThatLeavesAndReturns()
 {
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    QSignalSpy vanished(&m_bench->bus(), &UsbBus::podVanished);
-    const Station station(m_bench->screen());
-    m_bench->bus().plug(0, UpdateBench::podInBootloader(PodFault::DisconnectAtByte));
+    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
+    QSignalSpy vanished(&m_rig->bus(), &UsbBus::podVanished);
+    const Station station(m_rig->screen());
+    m_rig->bus().plug(0, PodRig::podInBootloader(PodFault::DisconnectAtByte));
     QTRY_VERIFY_WITH_TIMEOUT(vanished.contains({0}), kPatientMs);
 
     // Put back at once, while the station may still be asking how the update ended.
-    PodSettings again = UpdateBench::podInBootloader();
-    again.flash = m_bench->bus().flash(0);
+    PodSettings again = PodRig::podInBootloader();
+    again.flash = m_rig->bus().flash(0);
     QCOMPARE(again.flash.image.size(), 8192);
-    m_bench->bus().plug(0, again);
-    QTRY_VERIFY_WITH_TIMEOUT(m_bench->updated(0, m_package), kPatientMs);
-    QCOMPARE(m_bench->bus().report(0).bootloader.resumed_at_byte, 8192U);
+    m_rig->bus().plug(0, again);
+    QTRY_VERIFY_WITH_TIMEOUT(m_rig->updated(0, m_package), kPatientMs);
+    QCOMPARE(m_rig->bus().report(0).bootloader.resumed_at_byte, 8192U);
     QCOMPARE(connection.takeFirst(), QVariantList({0, false}));
     QCOMPARE(station.podsConnected(), 1);
 }
 
 void DfuRoad::updateThatFailsAtOnce()
 {
-    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    const Station station(m_bench->screen());
+    QSignalSpy progress(&m_rig->screen(), &UIBackEnd::podSyncProgressChanged);
+    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
+    const Station station(m_rig->screen());
     // The second one in that place must be seen to fail, too.
     for (int round = 1; round <= 2; ++round) {
-        m_bench->bus().plug(2, UpdateBench::podInBootloader(PodFault::MtuTiny));
+        m_rig->bus().plug(2, PodRig::podInBootloader(PodFault::MtuTiny));
         QTRY_COMPARE_WITH_TIMEOUT(progress.size(), round, kPatientMs);
         QCOMPARE(progress.last(), QVariantList({2, -2}));
-        m_bench->bus().unplug(2);
+        m_rig->bus().unplug(2);
         QTRY_COMPARE_WITH_TIMEOUT(connection.size(), round, kPatientMs);
         QCOMPARE(connection.last(), QVariantList({2, false}));
     }
@@ -263,12 +257,12 @@ void DfuRoad::updateThatFailsAtOnce()
 
 void DfuRoad::neverSeenAgain()
 {
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    const Station station(m_bench->screen(), kShortLimit);
-    m_bench->bus().plug(1, UpdateBench::podInBootloader(PodFault::FirmwareAbsent));
+    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
+    const Station station(m_rig->screen(), kShortLimit);
+    m_rig->bus().plug(1, PodRig::podInBootloader(PodFault::FirmwareAbsent));
     QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
     QCOMPARE(connection.last(), QVariantList({1, false}));
-    QVERIFY(m_bench->updated(1, m_package));
+    QVERIFY(m_rig->updated(1, m_package));
     QCOMPARE(station.podsConnected(), 0);
 }
 
@@ -276,16 +270,16 @@ void DfuRoad::neverSeenAgain()
 /// than the one that discovery has, in the same place.
 UsbDeviceRef DfuRoad::plugFailing(int idx)
 {
-    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
-    UsbDeviceRef other = m_bench->plug(idx, UpdateBench::podInBootloader(PodFault::MtuTiny));
+    QSignalSpy progress(&m_rig->screen(), &UIBackEnd::podSyncProgressChanged);
+    UsbDeviceRef other = m_rig->plug(idx, PodRig::podInBootloader(PodFault::MtuTiny));
     const bool failed = progress.wait(kPatientMs);
     return failed ? other : UsbDeviceRef();
 }
 
 void DfuRoad::placeWaitsForTheWorker()
 {
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    Station station(m_bench->screen());
+    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
+    Station station(m_rig->screen());
     const UsbDeviceRef next = plugFailing(0);
     const UsbDeviceRef first = station.device(0);
     HeldWorker worker(station, 0);
@@ -304,11 +298,11 @@ void DfuRoad::placeWaitsForTheWorker()
 
 void DfuRoad::silentWorkerIsOverruled()
 {
-    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
-    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    Station station(m_bench->screen(), kShortLimit);
-    m_bench->bus().plug(1, emptyPod());
+    QSignalSpy progress(&m_rig->screen(), &UIBackEnd::podSyncProgressChanged);
+    QSignalSpy charging(&m_rig->screen(), &UIBackEnd::chargingStateChanged);
+    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
+    Station station(m_rig->screen(), kShortLimit);
+    m_rig->bus().plug(1, emptyPod());
     QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs); // begun, full
     connection.clear();
     const UsbDeviceRef next = plugFailing(0);
@@ -333,14 +327,14 @@ void DfuRoad::silentWorkerIsOverruled()
 
 void DfuRoad::limitOfRestarts()
 {
-    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
-    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    Station station(m_bench->screen(), kShortLimit);
+    QSignalSpy progress(&m_rig->screen(), &UIBackEnd::podSyncProgressChanged);
+    QSignalSpy charging(&m_rig->screen(), &UIBackEnd::chargingStateChanged);
+    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
+    Station station(m_rig->screen(), kShortLimit);
     const UsbDeviceRef bootloader = plugFailing(0);
-    const UsbDeviceRef updated = m_bench->plug(1, emptyPod());
-    m_bench->bus().plug(2, emptyPod());
-    m_bench->bus().plug(3, emptyPod());
+    const UsbDeviceRef updated = m_rig->plug(1, emptyPod());
+    m_rig->bus().plug(2, emptyPod());
+    m_rig->bus().plug(3, emptyPod());
     QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 6, kPatientMs); // each begun, each full
     connection.clear();
 
@@ -366,18 +360,21 @@ void DfuRoad::limitOfRestarts()
     QVERIFY(!progress.contains({1, -2}));
 
     QTRY_COMPARE_WITH_TIMEOUT(progress.last(), QVariantList({2, -2}), kPatientMs);
-    m_bench->bus().unplug(2);
+    m_rig->bus().unplug(2);
     QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 2, kPatientMs);
     QCOMPARE(connection.last(), QVariantList({2, false}));
 }
 
 void DfuRoad::onlyAnUpdatedPodComesBack()
 {
-    Station station(m_bench->screen());
+    Station station(m_rig->screen());
     const UsbDeviceRef other = plugFailing(0);
     const UsbDeviceRef first = station.device(0);
     station.inSlot(0, [](const Station::Slot& slot) { slot.pod->setUpdating(false); });
     station.report(other, kArrived);
+    QCOMPARE(station.device(0).get(), first.get());
+
+    station.report(other, kLeft);
     QCOMPARE(station.device(0).get(), first.get());
 
     // And its removal needs no word of the worker.
@@ -387,17 +384,74 @@ void DfuRoad::onlyAnUpdatedPodComesBack()
     QCOMPARE(station.podsConnected(), 0);
 }
 
+void DfuRoad::oldPodPaintsNothing()
+{
+    QSignalSpy progress(&m_rig->screen(), &UIBackEnd::podSyncProgressChanged);
+    Station station(m_rig->screen());
+    m_rig->bus().plug(0, PodRig::podInBootloader(PodFault::MtuTiny));
+    QTRY_VERIFY_WITH_TIMEOUT(progress.contains({0, -2}), kPatientMs);
+    HeldWorker worker(station, 0);
+    station.inSlot(0, [&](const Station::Slot& slot) {
+        slot.pod->setUpdating(false);
+        Pod* const old = slot.pod;
+        queueOn(old, [old] {
+            emit old->setSyncProgress(0, 55);
+            emit old->setUpdateProgress(0, 55);
+        });
+    });
+    m_rig->bus().unplug(0);
+    QTRY_COMPARE_WITH_TIMEOUT(station.podsConnected(), 0, kPatientMs);
+    worker.release();
+    QVERIFY(worker.gone());
+    QCoreApplication::processEvents();
+    QVERIFY(!progress.contains({0, 55}));
+}
+
+/// libusb reports twice what came while it started.
+void DfuRoad::deviceComesOnce()
+{
+    Station station(m_rig->screen());
+    plugFailing(0);
+    const UsbDeviceRef device = station.device(0);
+    std::atomic<int> returns{0};
+    station.inSlot(0, [&](const Station::Slot& slot) {
+        QVERIFY(slot.pod->getUpdating());
+        QObject::connect(
+            slot.pod, &Pod::launchDfu, slot.pod, [&] { ++returns; }, Qt::DirectConnection);
+    });
+    station.report(device, kArrived);
+    station.inSlot(0, [](const Station::Slot&) {});
+    QCOMPARE(returns.load(), 0);
+    QCOMPARE(station.podsConnected(), 1);
+}
+
+/// In no place, or no pod.
+void DfuRoad::foreignDevicesAreLeftAlone()
+{
+    const UsbDeviceRef root_hub = m_rig->find({});
+    QVERIFY(root_hub.get() != nullptr && Discovery::getIdx(root_hub.get()) < 0);
+    Station station(m_rig->screen());
+    PodSettings foreign = emptyPod();
+    foreign.foreign_product = 0x521C;
+    m_rig->plug(3, foreign);
+    m_rig->plug(4, emptyPod());
+    QTRY_COMPARE_WITH_TIMEOUT(station.podsConnected(), 1, kPatientMs);
+    station.report(root_hub, kArrived);
+    QVERIFY(station.device(4).get() != nullptr);
+    QVERIFY(station.device(3).get() == nullptr);
+}
+
 void DfuRoad::isUpdatingBeforeItRestarts()
 {
     std::atomic<const Pod*> told{nullptr};
     std::atomic<bool> updating{false};
     // On the bus's thread, which has taken the command and not yet said so.
     connect(
-        &m_bench->bus(), &UsbBus::podEvent, &m_bench->bus(),
+        &m_rig->bus(), &UsbBus::podEvent, &m_rig->bus(),
         [&] { updating = told.load() != nullptr && told.load()->getUpdating(); },
         Qt::DirectConnection);
-    const UsbDeviceRef device = m_bench->plug(0, emptyPod());
-    Pod pod(0, device, m_bench->screen());
+    const UsbDeviceRef device = m_rig->plug(0, emptyPod());
+    Pod pod(0, device, m_rig->screen());
     UsbHandle handle;
     LibUsbUtils().openDevice(device.get(), handle.receive());
     pod.setDevHandle(std::move(handle));
@@ -408,9 +462,9 @@ void DfuRoad::isUpdatingBeforeItRestarts()
 
 void DfuRoad::placeIsFreeWithoutAThread()
 {
-    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
-    Station station(m_bench->screen());
-    m_bench->bus().plug(0, emptyPod());
+    QSignalSpy charging(&m_rig->screen(), &UIBackEnd::chargingStateChanged);
+    Station station(m_rig->screen());
+    m_rig->bus().plug(0, emptyPod());
     QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs); // begun, full
     const UsbDeviceRef device = station.device(0);
     station.report(device, kLeft);

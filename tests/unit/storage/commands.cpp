@@ -72,6 +72,7 @@ private slots:
     void eraseCommandThatIsNoFile();
     void backupHoldsAllNewestFirst();
     void backupStopsAtItsLimit();
+    void backupHoldsHundredsOfMegabytes();
     void backupThatFailedReplacesNone();
     void backupThenErase();
     void nothingIsLost_data();
@@ -219,6 +220,13 @@ void StorageCommands::backupStopsAtItsLimit()
     QVERIFY(BackupGenerator::generateBackup(kBackup, limit).complete);
     QCOMPARE(ZipUtils::listFiles(kBackup),
              QStringList({QStringLiteral("datas_1.cvx"), QStringLiteral("datas_2.cvx")}));
+}
+
+void StorageCommands::backupHoldsHundredsOfMegabytes()
+{
+    QVERIFY(write(QStringLiteral("datas/0000000004.cvx"), testfiles::noise(1, 60 << 20)));
+    QVERIFY(BackupGenerator::generateBackup(kBackup).complete);
+    QCOMPARE(ZipUtils::listFiles(kBackup).size(), kArchives + 1);
 }
 
 /// What it holds may be nowhere else any more.
