@@ -30,20 +30,7 @@ struct BootloaderReport
 
 /// The bootloader of one pod without its bus: SLIP frames in, SLIP frames out, one a transfer. Not
 /// thread-safe; owned by its pod. What it cannot do, it refuses, counts, and stays ready.
-///
-/// | request             | bytes, numbers little-endian | payload of the reply           |
-/// |---------------------|------------------------------|--------------------------------|
-/// | create an object    | 0x01, type 1 or 2, size (4)  |                                |
-/// | receipt every n     | 0x02, n (2), 0 for none      |                                |
-/// | checksum            | 0x03                         | offset (4), CRC-32 (4)         |
-/// | execute             | 0x04                         |                                |
-/// | select an object    | 0x06, type                   | largest size, offset, CRC-32   |
-/// | MTU                 | 0x07                         | MTU (2)                        |
-/// | write, no reply     | 0x08, data                   | but a checksum as each receipt |
-///
-/// A payload follows 0x60, the request and 0x01.
-/// A refusal has its code in place of the 0x01 and no more, but for one byte behind 0x0B; it also
-/// answers a write.
+/// The protocol is that of docs/protocols.md; a refusal answers a write as well.
 class Bootloader
 {
 public:

@@ -15,16 +15,8 @@
 /// to the transport that feeds it. Whatever it receives, it answers or stays silent; it never
 /// fails.
 ///
-/// | command | answer, one line a transfer                                                   |
-/// |---------|-------------------------------------------------------------------------------|
-/// | 0x11    | ack 0x0A; 8 identifier bytes                                                  |
-/// | 0x12    | none: it restarts into its bootloader                                         |
-/// | 0x14    | ack; 1 byte, 1 while charging, 2 when full                                    |
-/// | 0x31    | ack; size N, 4 bytes big-endian; N data bytes; 32 bytes SHA-256 of the data   |
-/// | 0x41    | ack, and the recording is gone                                                |
-///
-/// Any other command, and one that a fault refuses, is answered 0x15. A command drops what is left
-/// of the answer before it. In its bootloader, everything it receives is the bootloader's.
+/// It speaks the protocol of docs/protocols.md, and answers 0x15 to any other command and to one
+/// that a fault refuses. In its bootloader, everything it receives is the bootloader's.
 class PodModel
 {
 public:

@@ -11,6 +11,8 @@
 
 namespace {
 
+constexpr int kMostSeconds = 24 * 60 * 60;
+
 int lineOf(const QByteArray& json, int offset_bytes)
 {
     return json.left(offset_bytes).count('\n') + 1;
@@ -116,9 +118,10 @@ int JsonPlace::number(int least, int most) const
 
 double JsonPlace::seconds() const
 {
-    if (!m_value.isDouble() || m_value.toDouble() < 0)
-        refuse(QStringLiteral("a number of seconds is needed here"));
-    return m_value.toDouble();
+    const double value = m_value.toDouble(-1);
+    if (value < 0 || value > kMostSeconds)
+        refuse(QStringLiteral("a number of seconds is needed here, at most %1").arg(kMostSeconds));
+    return value;
 }
 
 quint64 JsonPlace::bytes(quint64 most) const

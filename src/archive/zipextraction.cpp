@@ -1,5 +1,6 @@
 #include "archive/zipextraction.h"
 
+#include "system/checksum.h"
 #include "system/storagefile.h"
 
 #include <QDir>
@@ -99,10 +100,10 @@ bool ZipExtraction::unpack(QuaZip& zip, const ZipEntry& entry)
 {
     const QString path = QString::fromUtf8(entry.name);
     return makeFolders(path) &&
-           (isFolder(entry) || unpackFile(zip, m_target + QLatin1Char('/') + path));
+           (isFolder(entry) || unpackFile(zip, entry, m_target + QLatin1Char('/') + path));
 }
 
-bool ZipExtraction::unpackFile(QuaZip& zip, const QString& path)
+bool ZipExtraction::unpackFile(QuaZip& zip, const ZipEntry& promised, const QString& path)
 {
     // An older file of that name, or a link, is replaced and never written through.
     QFile::remove(path);
@@ -111,23 +112,27 @@ bool ZipExtraction::unpackFile(QuaZip& zip, const QString& path)
         return false;
     m_made_files.append(path);
     QuaZipFile entry(&zip);
-    if (!entry.open(QIODevice::ReadOnly) || !copyOut(entry, target.get()))
+    if (!entry.open(QIODevice::ReadOnly) || !copyOut(entry, promised, target.get()))
         return false;
     entry.close();
     return entry.getZipError() == UNZ_OK;
 }
 
-bool ZipExtraction::copyOut(QIODevice& entry, int target)
+/// The library compares the checksum of an entry only once that is as long as its header says.
+bool ZipExtraction::copyOut(QIODevice& entry, const ZipEntry& promised, int target)
 {
+    const qint64 end_bytes = m_unpacked_bytes + qint64(promised.unpacked_bytes);
+    Checksum checksum;
     QByteArray block(int(storage::kBlockBytes), Qt::Uninitialized);
     qint64 got = 0;
     while ((got = entry.read(block.data(), block.size())) > 0) {
+        checksum.add(block.constData(), got);
         m_unpacked_bytes += got;
         if (m_unpacked_bytes > kMaxUnpackedBytes ||
             !storage::writeAll(target, block.constData(), got))
             return false;
     }
-    return got == 0;
+    return got == 0 && m_unpacked_bytes == end_bytes && checksum.value() == promised.crc32;
 }
 
 bool ZipExtraction::makeFolders(const QString& relativePath)

@@ -12,7 +12,8 @@ class QuaZip;
 /// Unpacks one archive from a stranger's stick into a folder of ours. Refused as a whole: links and
 /// other special entries, encrypted ones, names that are not plain paths below the folder or that
 /// occur twice, too many entries, too many bytes (counted while unpacking, whatever the header
-/// says), bad checksums. Lives on the stack of one call; after a failure nothing it made is left.
+/// says), and any whose bytes are not as many, or of the checksum, that the directory names. Lives
+/// on the stack of one call; after a failure nothing it made is left.
 class ZipExtraction
 {
 public:
@@ -32,8 +33,8 @@ public:
 private:
     bool unpackAll(int archive, const QVector<ZipEntry>& entries);
     bool unpack(QuaZip& zip, const ZipEntry& entry);
-    bool unpackFile(QuaZip& zip, const QString& path);
-    bool copyOut(QIODevice& entry, int target);
+    bool unpackFile(QuaZip& zip, const ZipEntry& promised, const QString& path);
+    bool copyOut(QIODevice& entry, const ZipEntry& promised, int target);
     bool makeFolders(const QString& relativePath);
     void removeAllMade();
 

@@ -2,17 +2,7 @@
 
 #include <cstdint>
 
-/// The bootloader's requests, each one SLIP frame; numbers are little-endian.
-///
-///   0x01 create   type · size (u32)  -> nothing
-///   0x02 receipts interval (u16)     -> nothing; 0 for none
-///   0x03 checksum                    -> offset (u32) · CRC-32 (u32) of all that was received
-///   0x04 execute                     -> nothing
-///   0x06 select   type               -> maximum size (u32) · offset (u32) · CRC-32 (u32)
-///   0x07 MTU                         -> MTU in bytes (u16)
-///   0x08 write    data               -> no reply at all
-///
-/// A reply is 0x60 · the request's opcode · result · the payload given above.
+/// The bytes of the bootloader's protocol, as docs/protocols.md has it.
 namespace dfuprotocol {
 
 constexpr uint8_t kCreate = 0x01;

@@ -2,13 +2,7 @@
 
 #include <cstdint>
 
-/// The pod's byte protocol: a command is one byte on bulk OUT, and every answer on bulk IN begins
-/// with an ack.
-///   0x11 read identifier -> ack · 8 bytes
-///   0x12 restart into the bootloader, unanswered
-///   0x14 charge status   -> ack · 1 byte, 2 = full
-///   0x31 read data       -> ack · size N (u32 big-endian) · N data bytes · SHA-256 of them
-///   0x41 erase           -> ack
+/// The bytes of the pod's protocol, as docs/protocols.md has it.
 namespace podprotocol {
 
 constexpr uint8_t kReadUdid = 0x11;

@@ -1,17 +1,10 @@
 #include "dfu/dfuexception.h"
 #include "dfu/dfureply.h"
+#include "fuzz/fuzzing.h"
 
-#include <QtGlobal>
-
-#include <cstdlib>
+using fuzzing::require;
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 /// The numbers of a select's reply, or of an MTU's, are the last bytes of the frame.
 void takeNumbers(std::vector<uint8_t> payload, const std::vector<uint8_t>& frame)
@@ -38,7 +31,7 @@ void judge(const std::vector<uint8_t>& frame, uint8_t operation)
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
 {
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    fuzzing::silence();
     return 0;
 }
 

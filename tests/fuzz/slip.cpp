@@ -1,17 +1,13 @@
 #include "dfu/slip.h"
 
 #include "dfu/dfuexception.h"
+#include "fuzz/fuzzing.h"
 
 #include <algorithm>
-#include <cstdlib>
+
+using fuzzing::require;
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort();
-}
 
 /// Whatever comes, no frame outgrows its bound.
 void decodeAnything(const uint8_t* data, size_t size_bytes)

@@ -181,6 +181,8 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("touch", withSteps(R"({"touch": [1]})"), "demo.json: steps[0].touch: a touch is [x, y]");
     row("station", withSteps(R"({"station": "sleep"})"),
         "demo.json: steps[0].station: unknown 'sleep'; a station can: kill, quit, restart, stop");
+    row("time past all counting", withSteps(R"({"at": 1e300, "station": "quit"})"),
+        "demo.json: steps[0].at: a number of seconds is needed here, at most 86400");
     row("expect", R"({"name": "t", "steps": [], "expect": {"luck": 1}})",
         "demo.json: expect: unknown 'luck'; known are: archived, ");
 }

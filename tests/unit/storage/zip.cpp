@@ -277,6 +277,10 @@ void StorageZip::hostilePackagesAreRefused_data()
     row("claims too much", {bomb});
     bomb.claimed_bytes = 10;
     row("claims too little", {bomb});
+    Entry shorter = entry("x");
+    shorter.deflated = true;
+    shorter.claimed_bytes = shorter.content.size() + 1;
+    row("is shorter than it claims", {shorter});
 }
 
 void StorageZip::hostilePackagesAreRefused()
