@@ -143,6 +143,21 @@ PodSettings emptyPod()
     return settings;
 }
 
+/// What the screen was told.
+struct Seen
+{
+    explicit Seen(const UIBackEnd& screen)
+        : progress(&screen, &UIBackEnd::podSyncProgressChanged)
+        , charging(&screen, &UIBackEnd::chargingStateChanged)
+        , connection(&screen, &UIBackEnd::podConnectionChanged)
+    {
+    }
+
+    QSignalSpy progress;
+    QSignalSpy charging;
+    QSignalSpy connection;
+};
+
 /// As its worker does when the pod is to restart.
 void tellToRestart(const Station::Slot& slot)
 {
@@ -180,49 +195,49 @@ private:
     UsbDeviceRef plugFailing(int idx);
 
     std::unique_ptr<PodRig> m_rig;
+    std::unique_ptr<Seen> m_seen;
     PodRig::Package m_package;
 };
 
 void DfuRoad::init()
 {
     m_rig = std::make_unique<PodRig>();
+    m_seen = std::make_unique<Seen>(m_rig->screen());
     m_package = PodRig::plainPackage(PodRig::podInBootloader().bootloader);
     PodRig::unpack(m_package);
 }
 
 void DfuRoad::cleanup()
 {
+    m_seen.reset();
     m_rig.reset();
 }
 
 void DfuRoad::updatedPodComesBackAndCharges()
 {
-    QSignalSpy progress(&m_rig->screen(), &UIBackEnd::podUpdateProgressChanged);
-    QSignalSpy charging(&m_rig->screen(), &UIBackEnd::chargingStateChanged);
-    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
+    QSignalSpy percents(&m_rig->screen(), &UIBackEnd::podUpdateProgressChanged);
     const Station station(m_rig->screen());
     m_rig->bus().plug(4, PodRig::podInBootloader());
 
-    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs);
-    QCOMPARE(charging.last(), QVariantList({4, 2}));
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->charging.size(), 2, kPatientMs);
+    QCOMPARE(m_seen->charging.last(), QVariantList({4, 2}));
     QVERIFY(m_rig->updated(4, m_package));
     QCOMPARE(m_rig->bus().report(4).mode, PodMode::Normal);
     QVector<int> shown;
-    for (const QVariantList& change : progress)
+    for (const QVariantList& change : percents)
         shown.append(change.last().toInt());
     QCOMPARE(shown, QVector<int>({20, 40, 61, 81, 100, 101}));
     QCOMPARE(station.podsConnected(), 1);
-    QCOMPARE(connection.size(), 0); // deliberate for a pod that comes in its bootloader
+    QCOMPARE(m_seen->connection.size(), 0); // deliberate for a pod that comes in its bootloader
 
     m_rig->bus().unplug(4);
-    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
-    QCOMPARE(connection.last(), QVariantList({4, false}));
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 1, kPatientMs);
+    QCOMPARE(m_seen->connection.last(), QVariantList({4, false}));
     QCOMPARE(station.podsConnected(), 0);
 }
 
 void DfuRoad::podThatLeavesAndReturns()
 {
-    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
     QSignalSpy vanished(&m_rig->bus(), &UsbBus::podVanished);
     const Station station(m_rig->screen());
     m_rig->bus().plug(0, PodRig::podInBootloader(PodFault::DisconnectAtByte));
@@ -235,33 +250,30 @@ void DfuRoad::podThatLeavesAndReturns()
     m_rig->bus().plug(0, again);
     QTRY_VERIFY_WITH_TIMEOUT(m_rig->updated(0, m_package), kPatientMs);
     QCOMPARE(m_rig->bus().report(0).bootloader.resumed_at_byte, 8192U);
-    QCOMPARE(connection.takeFirst(), QVariantList({0, false}));
+    QCOMPARE(m_seen->connection.takeFirst(), QVariantList({0, false}));
     QCOMPARE(station.podsConnected(), 1);
 }
 
 void DfuRoad::updateThatFailsAtOnce()
 {
-    QSignalSpy progress(&m_rig->screen(), &UIBackEnd::podSyncProgressChanged);
-    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
     const Station station(m_rig->screen());
     // The second one in that place must be seen to fail, too.
     for (int round = 1; round <= 2; ++round) {
         m_rig->bus().plug(2, PodRig::podInBootloader(PodFault::MtuTiny));
-        QTRY_COMPARE_WITH_TIMEOUT(progress.size(), round, kPatientMs);
-        QCOMPARE(progress.last(), QVariantList({2, -2}));
+        QTRY_COMPARE_WITH_TIMEOUT(m_seen->progress.size(), round, kPatientMs);
+        QCOMPARE(m_seen->progress.last(), QVariantList({2, -2}));
         m_rig->bus().unplug(2);
-        QTRY_COMPARE_WITH_TIMEOUT(connection.size(), round, kPatientMs);
-        QCOMPARE(connection.last(), QVariantList({2, false}));
+        QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), round, kPatientMs);
+        QCOMPARE(m_seen->connection.last(), QVariantList({2, false}));
     }
 }
 
 void DfuRoad::neverSeenAgain()
 {
-    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
     const Station station(m_rig->screen(), kShortLimit);
     m_rig->bus().plug(1, PodRig::podInBootloader(PodFault::FirmwareAbsent));
-    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
-    QCOMPARE(connection.last(), QVariantList({1, false}));
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 1, kPatientMs);
+    QCOMPARE(m_seen->connection.last(), QVariantList({1, false}));
     QVERIFY(m_rig->updated(1, m_package));
     QCOMPARE(station.podsConnected(), 0);
 }
@@ -270,15 +282,13 @@ void DfuRoad::neverSeenAgain()
 /// than the one that discovery has, in the same place.
 UsbDeviceRef DfuRoad::plugFailing(int idx)
 {
-    QSignalSpy progress(&m_rig->screen(), &UIBackEnd::podSyncProgressChanged);
     UsbDeviceRef other = m_rig->plug(idx, PodRig::podInBootloader(PodFault::MtuTiny));
-    const bool failed = progress.wait(kPatientMs);
+    const bool failed = m_seen->progress.wait(kPatientMs);
     return failed ? other : UsbDeviceRef();
 }
 
 void DfuRoad::placeWaitsForTheWorker()
 {
-    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
     Station station(m_rig->screen());
     const UsbDeviceRef next = plugFailing(0);
     const UsbDeviceRef first = station.device(0);
@@ -292,51 +302,47 @@ void DfuRoad::placeWaitsForTheWorker()
     QVERIFY(worker.gone());
     QCOMPARE(station.device(0).get(), next.get());
     QCOMPARE(station.podsConnected(), 1);
-    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
-    QCOMPARE(connection.last(), QVariantList({0, false}));
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 1, kPatientMs);
+    QCOMPARE(m_seen->connection.last(), QVariantList({0, false}));
 }
 
 void DfuRoad::silentWorkerIsOverruled()
 {
-    QSignalSpy progress(&m_rig->screen(), &UIBackEnd::podSyncProgressChanged);
-    QSignalSpy charging(&m_rig->screen(), &UIBackEnd::chargingStateChanged);
-    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
     Station station(m_rig->screen(), kShortLimit);
     m_rig->bus().plug(1, emptyPod());
-    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs); // begun, full
-    connection.clear();
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->charging.size(), 2, kPatientMs); // begun, full
+    m_seen->connection.clear();
     const UsbDeviceRef next = plugFailing(0);
     const UsbDeviceRef first = station.device(0);
     HeldWorker worker(station, 0);
     station.report(first, kLeft);
     station.report(next, kArrived);
-    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 1, kPatientMs);
     QCOMPARE(station.device(0).get(), next.get());
 
     // What it says at last, of a pod that is long gone, is not about the one that sits there now.
     worker.release();
     QVERIFY(worker.gone());
     QCOMPARE(station.device(0).get(), next.get());
-    QTRY_COMPARE_WITH_TIMEOUT(progress.count({0, -2}), 2, kPatientMs); // its worker is idle, too
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->progress.count({0, -2}), 2,
+                              kPatientMs); // its worker is idle, too
     station.inSlot(0, [&](const Station::Slot& slot) { emit slot.pod->restarting(first); });
     station.inSlot(1, tellToRestart);
-    QTRY_VERIFY_WITH_TIMEOUT(progress.contains({1, -2}), kPatientMs); // a later limit has passed
+    QTRY_VERIFY_WITH_TIMEOUT(m_seen->progress.contains({1, -2}),
+                             kPatientMs); // a later limit has passed
     station.inSlot(0, [](const Station::Slot& slot) { QVERIFY(slot.pod->getUpdating()); });
     QCOMPARE(station.podsConnected(), 2);
 }
 
 void DfuRoad::limitOfRestarts()
 {
-    QSignalSpy progress(&m_rig->screen(), &UIBackEnd::podSyncProgressChanged);
-    QSignalSpy charging(&m_rig->screen(), &UIBackEnd::chargingStateChanged);
-    QSignalSpy connection(&m_rig->screen(), &UIBackEnd::podConnectionChanged);
     Station station(m_rig->screen(), kShortLimit);
     const UsbDeviceRef bootloader = plugFailing(0);
     const UsbDeviceRef updated = m_rig->plug(1, emptyPod());
     m_rig->bus().plug(2, emptyPod());
     m_rig->bus().plug(3, emptyPod());
-    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 6, kPatientMs); // each begun, each full
-    connection.clear();
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->charging.size(), 6, kPatientMs); // each begun, each full
+    m_seen->connection.clear();
 
     // Two come back, one does not hear, one leaves for good; the limits pass in this order.
     for (int idx = 0; idx <= 3; ++idx) {
@@ -350,19 +356,19 @@ void DfuRoad::limitOfRestarts()
                 station.report(slot.device, kLeft);
         });
     }
-    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
-    QCOMPARE(connection.last(), QVariantList({3, false}));
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 1, kPatientMs);
+    QCOMPARE(m_seen->connection.last(), QVariantList({3, false}));
     QCOMPARE(station.device(0).get(), bootloader.get());
     QCOMPARE(station.device(1).get(), updated.get());
     QCOMPARE(station.podsConnected(), 3);
     // Those that are back have no limit any more.
     station.inSlot(0, [](const Station::Slot& slot) { QVERIFY(slot.pod->getUpdating()); });
-    QVERIFY(!progress.contains({1, -2}));
+    QVERIFY(!m_seen->progress.contains({1, -2}));
 
-    QTRY_COMPARE_WITH_TIMEOUT(progress.last(), QVariantList({2, -2}), kPatientMs);
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->progress.last(), QVariantList({2, -2}), kPatientMs);
     m_rig->bus().unplug(2);
-    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 2, kPatientMs);
-    QCOMPARE(connection.last(), QVariantList({2, false}));
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 2, kPatientMs);
+    QCOMPARE(m_seen->connection.last(), QVariantList({2, false}));
 }
 
 void DfuRoad::onlyAnUpdatedPodComesBack()
@@ -386,10 +392,9 @@ void DfuRoad::onlyAnUpdatedPodComesBack()
 
 void DfuRoad::oldPodPaintsNothing()
 {
-    QSignalSpy progress(&m_rig->screen(), &UIBackEnd::podSyncProgressChanged);
     Station station(m_rig->screen());
     m_rig->bus().plug(0, PodRig::podInBootloader(PodFault::MtuTiny));
-    QTRY_VERIFY_WITH_TIMEOUT(progress.contains({0, -2}), kPatientMs);
+    QTRY_VERIFY_WITH_TIMEOUT(m_seen->progress.contains({0, -2}), kPatientMs);
     HeldWorker worker(station, 0);
     station.inSlot(0, [&](const Station::Slot& slot) {
         slot.pod->setUpdating(false);
@@ -404,7 +409,7 @@ void DfuRoad::oldPodPaintsNothing()
     worker.release();
     QVERIFY(worker.gone());
     QCoreApplication::processEvents();
-    QVERIFY(!progress.contains({0, 55}));
+    QVERIFY(!m_seen->progress.contains({0, 55}));
 }
 
 /// libusb reports twice what came while it started.
@@ -462,10 +467,9 @@ void DfuRoad::isUpdatingBeforeItRestarts()
 
 void DfuRoad::placeIsFreeWithoutAThread()
 {
-    QSignalSpy charging(&m_rig->screen(), &UIBackEnd::chargingStateChanged);
     Station station(m_rig->screen());
     m_rig->bus().plug(0, emptyPod());
-    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs); // begun, full
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->charging.size(), 2, kPatientMs); // begun, full
     const UsbDeviceRef device = station.device(0);
     station.report(device, kLeft);
     {

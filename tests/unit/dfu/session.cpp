@@ -81,7 +81,8 @@ private slots:
     void updatesLeaveNothingOpen();
 
 private:
-    QByteArray update(Pod& pod, std::chrono::milliseconds reply_limit);
+    static QByteArray
+    update(Pod& pod, std::chrono::milliseconds reply_limit = DfuTransportSerial::kReplyLimit);
 
     std::unique_ptr<PodRig> m_rig;
 };
@@ -156,7 +157,7 @@ void DfuSession::longestWriteFitsTheMtu()
     QVERIFY(!PodRig::aReplyHoldsEscape(package, settings.bootloader));
     PodRig::unpack(package);
     Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
-    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray());
+    QCOMPARE(update(pod), QByteArray());
     QVERIFY(m_rig->updated(kSlot, package));
     QCOMPARE(m_rig->refusals(kSlot), 0);
     // 115200 bits a second, 8 data bits, no parity, 1 stop bit; DTR and RTS.
@@ -239,7 +240,7 @@ void DfuSession::resumes()
 
     Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
     const QSignalSpy shown(&pod, &Pod::setUpdateProgress);
-    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray());
+    QCOMPARE(update(pod), QByteArray());
     QVERIFY(m_rig->updated(kSlot, package));
     QCOMPARE(shown.last().last().toInt(), 100);
     QCOMPARE(m_rig->bus().report(kSlot).bootloader.image_bytes, quint64(sent_bytes));
@@ -273,7 +274,7 @@ void DfuSession::cannotResume()
     PodRig::unpack(package);
 
     Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
-    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray("Failed to send firmware"));
+    QCOMPARE(update(pod), QByteArray("Failed to send firmware"));
     QVERIFY(!m_rig->updated(kSlot, package));
 }
 
@@ -301,7 +302,7 @@ void DfuSession::halfAnInitPacketIsSentAgainInFull()
     // More than the object holds: the bootloader refuses the write, and the station hears of it
     // where it expects the checksum.
     Pod pod(kSlot, device, m_rig->screen());
-    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray("Error operation"));
+    QCOMPARE(update(pod), QByteArray("Error operation"));
     QVERIFY(m_rig->refusals(kSlot) > 0);
 }
 
@@ -322,7 +323,7 @@ void DfuSession::foreignInitPacketsAreReplaced()
     settings.flash.init_packet = QByteArray(package.init.size() + more_bytes, 'f');
     PodRig::unpack(package);
     Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
-    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray());
+    QCOMPARE(update(pod), QByteArray());
     QVERIFY(m_rig->updated(kSlot, package));
 }
 
@@ -343,7 +344,7 @@ void DfuSession::largeFilesAreNotHeldInMemory()
     QVERIFY(QFile::resize(QLatin1String(QTest::currentDataTag()), kLargeBytes));
     Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
     const qint64 before_bytes = peakBytes();
-    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), failure);
+    QCOMPARE(update(pod), failure);
     QVERIFY(peakBytes() - before_bytes < kLargeBytes / 2);
     // The image is refused as one object; a packet that is too big is not even begun.
     QCOMPARE(m_rig->refusals(kSlot), failure == "Init too big" ? 0 : 1);
@@ -386,7 +387,7 @@ void DfuSession::stopRequestEndsAnUpdate()
     QByteArray failure;
     const std::unique_ptr<QThread> worker(QThread::create([&] {
         QThread::currentThread()->requestInterruption();
-        failure = update(pod, DfuTransportSerial::kReplyLimit);
+        failure = update(pod);
     }));
     worker->start();
     QVERIFY(worker->wait());
@@ -400,8 +401,7 @@ void DfuSession::stopRequestEndsAReplyInDrops()
     PodRig::unpack(PodRig::plainPackage(settings.bootloader));
     Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
     QByteArray failure;
-    const std::unique_ptr<QThread> worker(
-        QThread::create([&] { failure = update(pod, DfuTransportSerial::kReplyLimit); }));
+    const std::unique_ptr<QThread> worker(QThread::create([&] { failure = update(pod); }));
     worker->start();
     // Its first request is out: what it does next is to read.
     while (m_rig->bus().report(kSlot).bootloader.bus_bytes == 0)

@@ -1,3 +1,4 @@
+#include "support/testfiles.h"
 #include "uibackend/uibackend.h"
 #include "unit/shell/look.h"
 
@@ -77,10 +78,8 @@ void ScreensTest::initTestCase()
     Q_INIT_RESOURCE(screens);
     qInstallMessageHandler(noteMessage);
     QVERIFY(QDir::setCurrent(m_dir.path()));
-    QFile version(QStringLiteral("version"));
-    QVERIFY(version.open(QIODevice::WriteOnly));
-    version.write("9.8.7");
-    version.close();
+    QCOMPARE(m_back_end.readCurrentVersion(), QByteArray());
+    QVERIFY(testfiles::write(QStringLiteral("version"), "9.8.7"));
 
     m_engine = std::make_unique<QQmlApplicationEngine>();
     m_engine->rootContext()->setContextProperty(QStringLiteral("uibackend"), &m_back_end);
