@@ -1,5 +1,6 @@
 // Prints what the packaged station costs on its own kind of board, in a machine where a second of
-// processor time is 500 million instructions. Usage: board_figures FOLDER-OF-THE-BOARD
+// processor time is 500 million instructions. Usage: figures_board FOLDER-OF-THE-BOARD [PART...],
+// all parts or some of "pulse", "memory" and "work"
 #include "boardrun.h"
 #include "figures.h"
 
@@ -50,16 +51,19 @@ struct Share
 {
     double station = 0;
     double children = 0;
+    double wake_ups = 0;
     double seconds = 0;
 };
 
 Share watched(BoardRun& run)
 {
     const BoardRun::Usage before = run.usage();
+    const double wake_ups = run.wakeUps();
     run.ask(QStringLiteral("sleep %1").arg(kWatchedSeconds));
+    const double later_wake_ups = run.wakeUps();
     const BoardRun::Usage after = run.usage();
     return {after.own - before.own, after.ended_children - before.ended_children,
-            after.at - before.at};
+            later_wake_ups - wake_ups, after.at - before.at};
 }
 
 /// From the power to the first pod, then nothing plugged, then thirty.
@@ -75,6 +79,7 @@ void printWork(QTextStream& out, const QString& board)
     row(out, "idle, nothing plugged: the station", percent(idle.station, idle.seconds));
     row(out, "idle: its `lsusb -v`, `blkid` and other programs",
         percent(idle.children, idle.seconds));
+    row(out, "idle: the station's own wake-ups a second", number(idle.wake_ups / idle.seconds, 1));
 
     const double written = run.writtenMegabytes();
     const BoardRun::Usage before = run.usage();
@@ -129,10 +134,17 @@ int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
     const QString board = QCoreApplication::arguments().value(1);
+    const QStringList parts = QCoreApplication::arguments().mid(2);
+    const auto wanted = [&](const char* part) {
+        return parts.isEmpty() || parts.contains(QLatin1String(part));
+    };
     return figures::print([&](QTextStream& out) {
         out << "| on the board | figure | aim |\n|---|---|---|\n";
-        printPulse(out, board);
-        printMemory(out, board);
-        printWork(out, board);
+        if (wanted("pulse"))
+            printPulse(out, board);
+        if (wanted("memory"))
+            printMemory(out, board);
+        if (wanted("work"))
+            printWork(out, board);
     });
 }

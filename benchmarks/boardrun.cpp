@@ -97,6 +97,14 @@ BoardRun::Usage BoardRun::usage()
     return usage;
 }
 
+double BoardRun::wakeUps()
+{
+    return ask(QStringLiteral("awk '/^voluntary/ { sum += $2 } END { print sum }' "
+                              "/proc/$(pidof -s corvane)/task/*/status"))
+        .value(0)
+        .toDouble();
+}
+
 double BoardRun::availableMebibytes()
 {
     return ask(QStringLiteral("awk '/^MemAvailable/ { print $2 }' /proc/meminfo"))

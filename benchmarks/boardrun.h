@@ -30,6 +30,8 @@ public:
     QStringList ask(const QString& command);
     double uptimeSeconds();
     Usage usage();
+    /// How often the station's threads began to wait since their start, so how often they woke.
+    double wakeUps();
     double availableMebibytes();
     /// Onto the station's disk since the power came, all that was to be written included.
     double writtenMegabytes();

@@ -12,6 +12,10 @@ elseif(NOT CORVANE_SANITIZER STREQUAL "")
   message(FATAL_ERROR "CORVANE_SANITIZER is address, thread or empty, not '${CORVANE_SANITIZER}'")
 endif()
 
+if(CORVANE_SANITIZER)
+  add_compile_definitions(QT_FORCE_ASSERTS) # which a build with optimization leaves out
+endif()
+
 # What every test is run with.
 set(CORVANE_SANITIZER_ENVIRONMENT
   "TSAN_OPTIONS=history_size=4:suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan.supp"

@@ -1,5 +1,7 @@
 #include "corvanelogger.h"
 
+#include "shell/keptlog.h"
+
 #include <QByteArray>
 
 #include <cstdio>
@@ -35,4 +37,6 @@ void corvaneLogger(QtMsgType type, const QMessageLogContext& /*context*/, const 
     const QByteArray line = prefix + message.toUtf8() + '\n';
     std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout);
     std::fflush(stdout);
+    if (KeptLog* const kept = KeptLog::current())
+        kept->add(line);
 }

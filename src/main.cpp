@@ -1,6 +1,8 @@
 #include "corvanelogger.h"
 #include "main/corvane.h"
+#include "shell/keptlog.h"
 #include "shell/launcherhandover.h"
+#include "shell/panelclock.h"
 #include "shell/stationlock.h"
 #include "system/interruption.h"
 #include "system/stationpaths.h"
@@ -16,15 +18,17 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <optional>
 
 namespace {
 
-void enterInstallationDir()
+bool enterInstallationDir()
 {
     qDebug().noquote().nospace() << "Current working dir: " << QDir::currentPath();
     const bool success = QDir::setCurrent(stationpaths::kStation);
     qDebug().nospace() << "Setting working dir, success: " << success;
     qDebug().noquote().nospace() << "New working dir: " << QDir::currentPath();
+    return success;
 }
 
 /// A station that nobody can see would still obey the stick, and take what is on it.
@@ -50,9 +54,11 @@ bool isAlone(const StationLock& lock)
 static int showScreens(UIBackEnd& uibackend)
 {
     Q_INIT_RESOURCE(screens);
+    PanelClock panel_clock;
     QQmlApplicationEngine engine;
     engine.rootContext()->setContextProperty(QStringLiteral("uibackend"), &uibackend);
     engine.load(QUrl(QStringLiteral("qrc:/qml/main.qml")));
+    panel_clock.pace(engine);
     return QGuiApplication::exec();
 }
 
@@ -64,10 +70,13 @@ int main(int argc, char* argv[])
     qInstallMessageHandler(corvaneLogger);
     QGuiApplication::setAttribute(Qt::AA_EnableHighDpiScaling, true);
     const QGuiApplication application(argc, argv);
-    enterInstallationDir();
+    const bool at_home = enterInstallationDir();
     const StationLock lock;
     if (!hasScreen() || !isAlone(lock))
         return EXIT_FAILURE;
+    std::optional<KeptLog> kept_log;
+    if (at_home) // elsewhere a file of that name is somebody else's
+        kept_log.emplace();
 
     UIBackEnd uibackend;
     auto* const controller = new Corvane(uibackend);

@@ -3,7 +3,7 @@
 set(CORVANE_SCREENS main StartupScreen Corvane Pod InfoWindow Theme)
 # Each picture at the pixels it is drawn with on the panel, width by height.
 set(CORVANE_PICTURES
-  qv_logo=480x272 qv_logo_clear=160x91 charge_icon=16x26
+  qv_logo=480x272 qv_logo_clear=160x91 charge_icon=16x26 failed_icon=16x16 unchecked_icon=10x20
   addpod=255x185 sync=255x185 plugUSB=255x185 syncOK=255x185 cross_mark=255x185)
 
 find_program(RSVG_CONVERT rsvg-convert REQUIRED)

@@ -20,7 +20,7 @@ constexpr auto kLoopPause = 10ms;
 constexpr auto kWindDownLimit = 2s;
 /// A wake-up can be swallowed by a worker that handles events just then; nothing waits longer for
 /// it.
-constexpr timeval kEventWait{0, 100'000};
+constexpr timeval kEventWait{0, 200'000};
 
 } // namespace
 

@@ -3,6 +3,7 @@
 #include "archive/owedarchives.h"
 #include "dfu/updatepackage.h"
 #include "main/progress.h"
+#include "main/stationreport.h"
 #include "system/childprocess.h"
 #include "system/stationpaths.h"
 #include "system/storagefile.h"
@@ -19,6 +20,8 @@ const QString kFirmwarePackage = QStringLiteral("app.zip");
 const QString kUpdateMarker = QStringLiteral("corvane.zip");
 const QString kBackupCommand = QStringLiteral("cmd_gen_backup.txt");
 const QString kEraseCommand = QStringLiteral("cmd_erase_datas.txt");
+const QString kReportCommand = QStringLiteral("cmd_gen_report.txt");
+const QString kReportName = QStringLiteral("report.zip");
 const QString kBackupName = QStringLiteral("backup.zip");
 
 } // namespace
@@ -63,6 +66,8 @@ StickCommands::Obeyed StickCommands::obey(OwedArchives& owed)
     Obeyed obeyed;
     if (m_usbkey.mountKey() != 0)
         return obeyed;
+    if (holds(kReportCommand)) // of the station as it is found
+        report(owed);
     obeyed.backup_saved = holds(kBackupCommand) && backUp(owed);
     obeyed.erased = holds(kEraseCommand);
     if (obeyed.erased)
@@ -100,6 +105,19 @@ bool StickCommands::backUp(OwedArchives& owed)
     if (owed.names().isEmpty())
         emit syncDone(Copied);
     return true;
+}
+
+void StickCommands::report(const OwedArchives& owed)
+{
+    qInfo() << "Writing a report";
+    emit syncDone(Syncing);
+    const bool written = storage::removeFile(m_usbkey.pathOf(kReportCommand)) &&
+                         m_usbkey.writeWhole(stationreport::make(owed), kReportName);
+    if (!written)
+        qWarning() << "No report on the stick";
+    // A check mark says as well that nothing is owed; what is, the looks at the stick bring.
+    if (!written || owed.names().isEmpty())
+        emit syncDone(written ? Copied : CopyFailed);
 }
 
 bool StickCommands::holds(const QString& name) const

@@ -38,6 +38,7 @@ signals:
 
 private:
     bool backUp(OwedArchives& owed);
+    void report(const OwedArchives& owed);
     /// Logs what stands on the stick under that name and is no file.
     bool holds(const QString& name) const;
     void unmount();

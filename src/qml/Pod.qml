@@ -11,6 +11,20 @@ Item {
     property string border_color: Theme.empty_border
     property bool charging: false
     property real val: 0.0
+    // Until the pod is unplugged; a failed one until it begins anew, too.
+    property bool failed: false
+    property bool unchecked: false
+
+    function markAs(progress) {
+        failed = progress === -2
+        if (progress === -1)
+            unchecked = true
+    }
+
+    function showUnmarked() {
+        failed = false
+        unchecked = false
+    }
 
     function showFull() {
         main_color = Theme.done_color
@@ -20,11 +34,13 @@ Item {
     // A pod that is plugged while its predecessor still fades out gets a gauge of its own at once.
     function showConnected() {
         emptying.complete()
+        showUnmarked()
         border_color = Theme.plugged_border
     }
 
     function showDisconnected() {
         emptying.start()
+        showUnmarked()
         charging = false
     }
 
@@ -43,6 +59,7 @@ Item {
         function onPodSyncProgressChanged(idx, progress) {
             if (idx !== root.qidx)
                 return
+            root.markAs(progress)
             if (progress === 101)
                 root.showFull()
             else
@@ -52,6 +69,7 @@ Item {
         function onPodUpdateProgressChanged(idx, progress) {
             if (idx !== root.qidx)
                 return
+            root.markAs(progress)
             if (progress === 101) {
                 root.showFull()
                 return
@@ -125,33 +143,64 @@ Item {
         rotation: 270
         value: root.val
 
-        background: Rectangle {
-            objectName: "border"
-            radius: 8
-            color: "white"
-            border.width: 2
-            border.color: root.border_color === Theme.plugged_border ? Theme.plugged_border_drawn
-                                                                     : root.border_color
-        }
-
+        // What is drawn is turned back: an upright rectangle is filled, a turned one is sampled pixel
+        // by pixel. The border lies above, so that a pulsing fill needs no round corners of its own,
+        // which are drawn anew for each colour.
+        background: null
         contentItem: Item {
-            Rectangle {
-                objectName: "fill"
-                x: 1
-                y: 1
-                width: bar.visualPosition * (parent.width - 2)
-                height: parent.height - 2
-                radius: 6
-                color: root.main_color
-            }
-
-            Image {
-                objectName: "chargeIcon"
-                anchors.centerIn: parent
+            Item {
+                x: (parent.width - width) / 2
+                y: (parent.height - height) / 2
+                width: bar.availableHeight
+                height: bar.availableWidth
                 rotation: 90
-                fillMode: Image.PreserveAspectFit
-                source: "../img/charge_icon.png"
-                visible: root.charging
+
+                Rectangle {
+                    objectName: "fill"
+                    x: 1
+                    y: parent.height - 1 - height
+                    width: parent.width - 2
+                    height: bar.visualPosition * (parent.height - 2)
+                    radius: root.charging ? 0 : 6
+                    color: root.main_color
+                }
+
+                Rectangle {
+                    objectName: "border"
+                    x: -bar.padding
+                    y: -bar.padding
+                    width: bar.height
+                    height: bar.width
+                    radius: 8
+                    color: "transparent"
+                    border.width: 2
+                    border.color: root.border_color === Theme.plugged_border
+                                  ? Theme.plugged_border_drawn : root.border_color
+                }
+
+                Image {
+                    objectName: "chargeIcon"
+                    anchors.centerIn: parent
+                    fillMode: Image.PreserveAspectFit
+                    source: "../img/charge_icon.png"
+                    visible: root.charging
+                }
+
+                Image {
+                    objectName: "failedIcon"
+                    anchors.centerIn: parent
+                    source: "../img/failed_icon.png"
+                    visible: root.failed
+                }
+
+                // At the edge, where neither bolt nor cross covers it.
+                Image {
+                    objectName: "uncheckedIcon"
+                    x: parent.width - 2
+                    y: -6
+                    source: "../img/unchecked_icon.png"
+                    visible: root.unchecked
+                }
             }
         }
     }

@@ -10,6 +10,8 @@ inline const QString kWork = QStringLiteral("tmp"); ///< emptied at every start
 inline const QString kInfos = QStringLiteral("tmp/infos.log");
 inline const QString kFirmware = QStringLiteral("dfu"); ///< the unpacked update package
 inline const QString kBackup = QStringLiteral("backup.zip");
+inline const QString kLog = QStringLiteral("log"); ///< its last lines, over all starts
+inline const QString kLogBefore = QStringLiteral("log.1");
 inline const QString kOwed = QStringLiteral("owed"); ///< the archives that no stick has yet
 
 inline const QString kStation = QStringLiteral("/opt/Corvane"); ///< the working directory

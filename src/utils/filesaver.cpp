@@ -108,7 +108,7 @@ QString FileSaver::nameAfter(const QString& last)
     }
     // A foreign name that sorts last counts as 0, and so does one that no number can follow: what
     // is there is never replaced.
-    const qint64 last_number = last.chopped(m_file_extension.size()).toLongLong();
+    const qint64 last_number = last.left(last.size() - m_file_extension.size()).toLongLong();
     qint64 number = last_number < std::numeric_limits<qint64>::max() ? last_number + 1 : 1;
     if (last.isEmpty())
         number = 0;

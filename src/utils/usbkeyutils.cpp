@@ -108,6 +108,22 @@ UsbKeyUtils::Copy UsbKeyUtils::copyWhole(const QString& source, const QString& n
     return Copy::Failed;
 }
 
+bool UsbKeyUtils::writeWhole(const QByteArray& content, const QString& name)
+{
+    const QString draft = pathOf(kDraft);
+    if (!isAttached())
+        return false;
+    QFile::remove(draft);
+    const UniqueFd file = storage::createNew(draft);
+    const bool done = file && !content.isEmpty() &&
+                      storage::writeAll(file.get(), content.constData(), content.size()) &&
+                      storage::syncFile(file.get()) && readback::holds(file.get(), 0, content) &&
+                      storage::replaceFile(draft, pathOf(name));
+    if (!done)
+        QFile::remove(draft);
+    return done;
+}
+
 bool UsbKeyUtils::copyFileToUsbKey(const QString& source, const QString& name)
 {
     return copyWhole(source, name) == Copy::Done;

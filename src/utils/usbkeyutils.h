@@ -3,6 +3,7 @@
 #include "system/childprocess.h"
 #include "system/stationpaths.h"
 
+#include <QByteArray>
 #include <QString>
 
 #include <chrono>
@@ -47,6 +48,9 @@ public:
     /// Where the stick has room for both, an older file of that name stays until the new one is
     /// whole. Else it goes first, and a failure leaves none.
     Copy copyWhole(const QString& source, const QString& name);
+
+    /// As copyWhole, of bytes that no file holds; false when it is not done.
+    bool writeWhole(const QByteArray& content, const QString& name);
 
     /// True when copyWhole is done.
     bool copyFileToUsbKey(const QString& source, const QString& name);

@@ -9,10 +9,6 @@
 using testfiles::contentOf;
 using testfiles::write;
 
-const QString FaultyStation::kArchive = QStringLiteral("datas/0000000000.cvx");
-const QString FaultyStation::kStickFile = QStringLiteral("stick/QVX_DATAS.cvx");
-const QString FaultyStation::kSideFile = QStringLiteral("addition.undo");
-
 FaultyStation::FaultyStation()
 {
     const QDir root(m_folder.path());

@@ -10,9 +10,9 @@
 class FaultyStation
 {
 public:
-    static const QString kArchive;
-    static const QString kStickFile;
-    static const QString kSideFile; ///< of an addition
+    static inline const QString kArchive = QStringLiteral("datas/0000000000.cvx");
+    static inline const QString kStickFile = QStringLiteral("stick/QVX_DATAS.cvx");
+    static inline const QString kSideFile = QStringLiteral("addition.undo");
 
     FaultyStation();
 

@@ -6,3 +6,5 @@ corvane_add_test(controller_readout
 set_property(TEST controller_archives controller_readout APPEND PROPERTY ENVIRONMENT "LD_PRELOAD=${preload}")
 corvane_add_test(controller_delivery
   SOURCES unit/controller/delivery.cpp SANDBOXED)
+corvane_add_test(controller_report
+  SOURCES unit/controller/report.cpp LIBRARIES QuaZip::QuaZip SANDBOXED)

@@ -45,9 +45,10 @@ Look lookOf(QQuickItem& gauge, const QImage& screen)
 
     Look look;
     look.border = screen.pixelColor(seen.left() + 1, middle.y());
+    look.corner = screen.pixelColor(seen.left() + 2, seen.top() + 3);
     look.fill = screen.pixelColor(middle.x(), seen.bottom() - 3);
     for (int y = seen.top() + 2; y <= seen.bottom() - 2; ++y)
         look.filled_rows += screen.pixelColor(middle.x(), y).hsvSaturation() > 100;
-    look.bolt = screen.pixelColor(middle).lightness() < 128;
+    look.bolt = screen.pixelColor(middle + QPoint(0, 4)).lightness() < 128; // not in the cross
     return look;
 }

@@ -13,6 +13,7 @@ constexpr int kAnimationLimitMs = 30000;
 struct Look
 {
     QColor border;
+    QColor corner; ///< where a fill without round corners would cover the border
     QColor fill;
     int filled_rows = 0;
     bool bolt = false;

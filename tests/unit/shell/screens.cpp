@@ -1,3 +1,4 @@
+#include "shell/panelclock.h"
 #include "support/testfiles.h"
 #include "uibackend/uibackend.h"
 #include "unit/shell/look.h"
@@ -46,6 +47,7 @@ private slots:
     void gauge_data();
     void gauge();
     void chargedPodStopsPulsing();
+    void drawsAtItsPaceAndOnlyChanges();
     void unpluggedPlaceEmpties_data();
     void unpluggedPlaceEmpties();
     void nextPodIsNotPaintedOver_data();
@@ -67,6 +69,7 @@ private:
     void unplugAndAwaitEmptying(int idx);
 
     QTemporaryDir m_dir;
+    PanelClock m_clock;
     UIBackEnd m_back_end;
     std::unique_ptr<QQmlApplicationEngine> m_engine;
     QQuickWindow* m_window = nullptr;
@@ -84,6 +87,7 @@ void ScreensTest::initTestCase()
     m_engine = std::make_unique<QQmlApplicationEngine>();
     m_engine->rootContext()->setContextProperty(QStringLiteral("uibackend"), &m_back_end);
     m_engine->load(QUrl(QStringLiteral("qrc:/qml/main.qml")));
+    m_clock.pace(*m_engine);
     QCOMPARE(m_engine->rootObjects().size(), 1);
     m_window = qobject_cast<QQuickWindow*>(m_engine->rootObjects().constFirst());
     QVERIFY(m_window);
@@ -243,6 +247,7 @@ void ScreensTest::chargedPodStopsPulsing()
     QCOMPARE(m_gauges[idx]->property("main_color").toString(), kDoneName);
     plugAndCharge(idx);
     QVERIFY(look(idx).bolt);
+    QCOMPARE(look(idx).corner, kPluggedBorder);
 
     m_back_end.setChargingState(idx, 2);
 
@@ -251,7 +256,28 @@ void ScreensTest::chargedPodStopsPulsing()
     const Look seen = look(idx);
     QVERIFY(!seen.bolt);
     QCOMPARE(seen.fill, kDone);
+    QCOMPARE(seen.corner, kPluggedBorder);
     QCOMPARE(seen.filled_rows, 31);
+}
+
+void ScreensTest::drawsAtItsPaceAndOnlyChanges()
+{
+    constexpr int kColours = 15;
+    const int idx = 27;
+    QTRY_VERIFY_WITH_TIMEOUT(!m_clock.isRunning(), kAnimationLimitMs);
+    plugAndCharge(idx);
+    QVERIFY(m_clock.isRunning());
+    QSignalSpy coloured(m_gauges[idx], SIGNAL(main_colorChanged()));
+    QSignalSpy drawn(m_window, &QQuickWindow::frameSwapped);
+    QElapsedTimer watched;
+    watched.start();
+    QTRY_VERIFY_WITH_TIMEOUT(coloured.size() >= kColours, kAnimationLimitMs);
+    // A late picture may be followed by the next one sooner.
+    QVERIFY(watched.elapsed() >= (kColours - 3) * PanelClock::kIntervalMs);
+    QVERIFY(drawn.size() <= coloured.size() + 1);
+
+    m_back_end.setChargingState(idx, 2);
+    QTRY_VERIFY_WITH_TIMEOUT(!m_clock.isRunning(), kAnimationLimitMs);
 }
 
 void ScreensTest::unpluggedPlaceEmpties_data()
