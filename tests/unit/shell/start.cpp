@@ -1,11 +1,13 @@
 #include "shell/stationlock.h"
 #include "support/testfiles.h"
+#include "system/interruption.h"
 
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <csignal>
 #include <memory>
 
 using testfiles::contentOf;
@@ -25,9 +27,11 @@ private slots:
     void isRefusedBesideAnotherStation();
     void clearsNothingThatIsNotItsOwn();
     void outlivesTheReaderOfItsLog();
+    void secondSignalKills();
 
 private:
-    void start(const QString& folder, const char* platform);
+    /// As the last arguments of a command, if there is one.
+    void start(const QString& folder, const char* platform, QStringList command = {});
     int exitCode();
     void checkUntouched() const;
     QString path(const QString& name) const { return m_opt->filePath(name); }
@@ -47,18 +51,30 @@ void Start::init()
             write(path(kLauncher + QStringLiteral("_new")), "new"));
 }
 
-void Start::start(const QString& folder, const char* platform)
+void Start::start(const QString& folder, const char* platform, QStringList command)
 {
     const QString at = QStringLiteral("/opt/") + folder;
     m_station.setProcessChannelMode(QProcess::MergedChannels);
-    m_station.start(QStringLiteral("bwrap"),
-                    {QStringLiteral("--unshare-user"), QStringLiteral("--unshare-pid"),
-                     QStringLiteral("--die-with-parent"), QStringLiteral("--ro-bind"),
-                     QStringLiteral("/"), QStringLiteral("/"), QStringLiteral("--tmpfs"),
-                     QStringLiteral("/media"), QStringLiteral("--bind"), m_opt->path(),
-                     QStringLiteral("/opt"), QStringLiteral("--chdir"), at,
-                     QStringLiteral("--setenv"), QStringLiteral("QT_QPA_PLATFORM"),
-                     QLatin1String(platform), QStringLiteral(CORVANE_STATION_PROGRAM)});
+    command += {QStringLiteral("bwrap"),
+                QStringLiteral("--unshare-user"),
+                QStringLiteral("--unshare-pid"),
+                QStringLiteral("--die-with-parent"),
+                QStringLiteral("--ro-bind"),
+                QStringLiteral("/"),
+                QStringLiteral("/"),
+                QStringLiteral("--tmpfs"),
+                QStringLiteral("/media"),
+                QStringLiteral("--bind"),
+                m_opt->path(),
+                QStringLiteral("/opt"),
+                QStringLiteral("--chdir"),
+                at,
+                QStringLiteral("--setenv"),
+                QStringLiteral("QT_QPA_PLATFORM"),
+                QLatin1String(platform),
+                QStringLiteral(CORVANE_STATION_PROGRAM)};
+    const QString program = command.takeFirst();
+    m_station.start(program, command);
 }
 
 int Start::exitCode()
@@ -133,9 +149,10 @@ void Start::clearsNothingThatIsNotItsOwn()
 
 void Start::outlivesTheReaderOfItsLog()
 {
-    start(kStation, "offscreen");
+    start(kStation, "offscreen",
+          {QStringLiteral("sh"), QStringLiteral("-c"), QStringLiteral("\"$@\" | true"),
+           QStringLiteral("sh")});
     QVERIFY(m_station.waitForStarted());
-    m_station.closeReadChannel(QProcess::StandardOutput);
     // It says much before it comes so far.
     const QString archive = path(kStation + QStringLiteral("/datas/0000000000.cvx"));
     QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(archive) || m_station.state() == QProcess::NotRunning,
@@ -143,6 +160,18 @@ void Start::outlivesTheReaderOfItsLog()
     QVERIFY(QFile::exists(archive));
     m_station.kill();
     m_station.waitForFinished();
+}
+
+/// Whoever cannot wait for the copy at hand asks twice.
+void Start::secondSignalKills()
+{
+    const Interruption interruption;
+    QSignalSpy requested(&interruption, &Interruption::requested);
+    ::raise(SIGTERM);
+    QVERIFY(requested.wait());
+    struct sigaction next = {};
+    ::sigaction(SIGTERM, nullptr, &next);
+    QVERIFY(next.sa_handler == SIG_DFL);
 }
 
 QTEST_GUILESS_MAIN(Start)
