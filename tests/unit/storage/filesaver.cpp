@@ -95,6 +95,7 @@ void StorageFileSaver::nextName()
     QVERIFY(makeDataFile(QStringLiteral("0000000007.cvx"), 2));
     QVERIFY(makeDataFile(last, entries));
     QVERIFY(QDir().mkdir(QStringLiteral("datas/zz")));
+    QVERIFY(makeDataFile(QStringLiteral(".0000000099.cvx.new"), 2)); // left by a loss of power
     FileSaver saver(QStringLiteral("datas"), kExtension, 25);
     QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + last);
     saver.createNewFile();
