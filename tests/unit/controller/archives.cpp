@@ -3,6 +3,7 @@
 #include "main/pod.h"
 #include "main/progress.h"
 #include "support/testfiles.h"
+#include "support/zipbytes.h"
 #include "system/checksum.h"
 #include "uibackend/uibackend.h"
 #include "usbfs/usbbus.h"
@@ -135,7 +136,8 @@ private slots:
     void initTestCase();
     void lateStickGetsTheRecordings();
     void plugPutsTheNextArchiveOff();
-    void updateMarkerAsksForNoPods();
+    void updateAsksForNoPods_data();
+    void updateAsksForNoPods();
 };
 
 void ControllerArchives::initTestCase()
@@ -200,18 +202,30 @@ void ControllerArchives::plugPutsTheNextArchiveOff()
     QCOMPARE(g_begun_early.load(), 0);
 }
 
-/// Whoever brought an update wants it to be noticed, not to plug pods.
-void ControllerArchives::updateMarkerAsksForNoPods()
+void ControllerArchives::updateAsksForNoPods_data()
 {
+    QTest::addColumn<QByteArray>("content");
+    QTest::newRow("corvane.zip") << QByteArray("the station's, which is done");
+    QVector<zipbytes::Entry> package(3);
+    package[0].name = "manifest.json";
+    package[1].name = "app.bin";
+    package[2].name = "app.dat";
+    QTest::newRow("app.zip") << zipbytes::archive(package);
+}
+
+/// Whoever brought one knows what to plug, or has nothing to plug.
+void ControllerArchives::updateAsksForNoPods()
+{
+    QFETCH(QByteArray, content);
     QVERIFY(writeTool(QStringLiteral("/opt/blkid"), "echo /dev/sda1:"));
-    const QString marker = kStick + QStringLiteral("/corvane.zip");
-    QVERIFY(write(marker, "an update"));
+    const QString update = kStick + QLatin1Char('/') + QLatin1String(QTest::currentDataTag());
+    QVERIFY(write(update, content));
     g_begun = 0;
     const Station station(1s);
     // The panel's timer is the same thread's, and has come up meanwhile.
     QTRY_VERIFY_WITH_TIMEOUT(g_begun >= 4, kLimitMs);
     QVERIFY(!station.asked_for_pods);
-    QVERIFY(!QFile::exists(marker));
+    QVERIFY(!QFile::exists(update));
 }
 
 QTEST_GUILESS_MAIN(ControllerArchives)
