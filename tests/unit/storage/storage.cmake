@@ -25,6 +25,7 @@ endforeach()
 corvane_add_test(storage_commands SOURCES unit/storage/commands.cpp
   LIBRARIES faultyrun SANDBOXED)
 
+corvane_add_test(storage_deflate SOURCES unit/storage/deflate.cpp)
 corvane_add_test(storage_zip
   SOURCES unit/storage/zip.cpp)
 corvane_add_test(storage_large
