@@ -74,9 +74,10 @@ UsbDescription UsbDescription::sevenPortHub()
         {QStringLiteral("Corvane bench"), QStringLiteral("Seven-port hub"), QStringLiteral("hub")});
 }
 
-UsbDescription UsbDescription::pod(PodMode mode, const QByteArray& udid)
+UsbDescription UsbDescription::pod(PodMode mode, const PodSettings& settings)
 {
     const bool bootloader = mode == PodMode::Bootloader;
+    const int product = bootloader ? kBootloaderProduct : kPodProduct;
     const QByteArray communication = bytes({9, 4, 0, 0, 1, 2, 2, 1, 0})   // interface 0, ACM
                                      + bytes({5, 0x24, 0x00, 0x10, 0x01}) // CDC 1.10
                                      + bytes({5, 0x24, 0x01, 0x00, 1})    // call management
@@ -86,11 +87,11 @@ UsbDescription UsbDescription::pod(PodMode mode, const QByteArray& udid)
     const QByteArray data = bytes({9, 4, 1, 0, 2, 10, 0, 0, 0}) // interface 1, CDC data
                             + endpoint(0x81, 2, 64, 0) + endpoint(0x01, 2, 64, 0);
     return {deviceDescriptor(0x0200, {2, 0, 0}, 64, kPodVendor,
-                             bootloader ? kBootloaderProduct : kPodProduct),
+                             settings.foreign_product != 0 ? settings.foreign_product : product),
             configurationDescriptor(2, 0x80, 500, communication + data),
             {QStringLiteral("Corvane"),
              bootloader ? QStringLiteral("Pod bootloader") : QStringLiteral("Pod"),
-             QString::fromLatin1(udid.toHex().toUpper())},
+             QString::fromLatin1(settings.udid.toHex().toUpper())},
             12,
             0};
 }

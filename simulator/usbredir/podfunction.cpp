@@ -4,7 +4,7 @@
 
 PodFunction::PodFunction(std::shared_ptr<PodModel> pod)
     : m_pod(std::move(pod))
-    , m_description(UsbDescription::pod(m_pod->mode(), m_pod->settings().udid))
+    , m_description(UsbDescription::pod(m_pod->mode(), m_pod->settings()))
 {
 }
 

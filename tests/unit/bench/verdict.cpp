@@ -331,9 +331,14 @@ void BenchVerdictTest::judgesEveryRunOfTheStation()
     expect.stick_keeps = QStringList(QStringLiteral("photo"));
     expect.station_lacks = QStringList(QStringLiteral("version"));
     expect.exit_code = 1;
+    expect.never_run = QStringList(QStringLiteral("lsusb"));
+    QFile tools(bench.folder().control() + QStringLiteral("/tools.log"));
+    QVERIFY(tools.open(QIODevice::WriteOnly) && tools.write("blkid \nlsusb -v\n") > 0);
+    tools.close();
     const QStringList problems = judge(bench, expect).problems;
     QVERIFY(problems.contains(
         QStringLiteral("a run of the station before the last ended with exit code 1")));
+    QVERIFY(problems.contains(QStringLiteral("lsusb was run")));
     QVERIFY(problems.contains(QStringLiteral("place 3 never had a pod")));
     QVERIFY(problems.contains(QStringLiteral("the station holds 'version'")));
     QVERIFY(problems.contains(QStringLiteral("places never erased: 4")));
