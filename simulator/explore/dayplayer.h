@@ -47,6 +47,10 @@ public:
     using Report = std::function<void(std::size_t index, const DayResult& result)>;
 
     explicit DayPlayer(PlayerSettings settings);
+    DayPlayer(const DayPlayer&) = delete;
+    DayPlayer(DayPlayer&&) = delete;
+    DayPlayer& operator=(const DayPlayer&) = delete;
+    DayPlayer& operator=(DayPlayer&&) = delete;
     ~DayPlayer() override;
 
     /// Plays `count` days and returns when all are over, or soon after interrupt().
