@@ -3,6 +3,7 @@
 #include "bench/scenariorunner.h"
 #include "bench/verdict.h"
 #include "common/badinput.h"
+#include "explore/explorer.h"
 #include "machine/machinesite.h"
 #include "scenario/scenarioparser.h"
 #include "screen/screenserver.h"
@@ -12,6 +13,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTextStream>
+
+#include <algorithm>
 
 namespace {
 
@@ -112,9 +115,40 @@ SiteMaker siteOf(const Options& options)
     return options.machine ? machineMaker(Computer::desk()) : SiteMaker(makePrivateRoot);
 }
 
+/// Where a station is tried, as arguments of another bench.
+QStringList siteArguments(const Options& options)
+{
+    QStringList arguments{QStringLiteral("--station"),
+                          QFileInfo(options.station_program).absoluteFilePath()};
+    if (!options.board_folder.isEmpty())
+        arguments << QStringLiteral("--board") << options.board_folder;
+    else if (options.machine)
+        arguments << QStringLiteral("--machine");
+    return arguments;
+}
+
+int explore(const Options& options)
+{
+    Interruption interruption; // first: the explorer makes folders that are not to be left behind
+    ExploreSettings settings;
+    settings.days = static_cast<std::size_t>(options.explored_days);
+    settings.first_seed = options.seed;
+    settings.limits = {options.most_episodes, options.machine};
+    settings.kept_folder =
+        options.kept_folder.isEmpty() ? QStringLiteral("explored") : options.kept_folder;
+    settings.player = {QCoreApplication::applicationFilePath(), siteArguments(options),
+                       std::max(1, options.jobs)};
+    Explorer explorer(settings);
+    QObject::connect(&interruption, &Interruption::requested, &interruption,
+                     [&explorer] { explorer.interrupt(); });
+    return explorer.explore() ? 0 : 1;
+}
+
 int run(const Options& options)
 {
     needStation(options.station_program);
+    if (options.explored_days > 0)
+        return explore(options);
     const Scenario scenario = scenarioOf(options);
     const Display display = displayOf(options);
     Interruption interruption; // first: the bench makes folders that are not to be left behind

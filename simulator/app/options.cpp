@@ -5,6 +5,7 @@
 #include "common/slotset.h"
 
 #include <QCommandLineParser>
+#include <QThread>
 
 namespace {
 
@@ -33,6 +34,10 @@ void addOptions(QCommandLineParser& parser)
     add("firmware", "Put an update package with this image onto the stick.", "FILE");
     add("once", "Play to the end without a person, check everything, and exit 0 if it is right.",
         "");
+    add("explore", "Invent so many days, play each to its end, and look for what must not be.",
+        "N");
+    add("episodes", "How much may happen on a day of --explore (16).", "N");
+    add("jobs", "How many days --explore plays beside each other (4 for each core).", "J");
     add("screenshot", "Where --once saves the screen's last picture (corvane.png).", "FILE");
     add("keep", "Keep the station's storage, the stick and the log in this folder.", "DIR");
     add("seed", "Other pods and recordings (1).", "N");
@@ -112,6 +117,9 @@ void refuseContradictions(const QCommandLineParser& parser)
             QStringLiteral("--once ends when the archive is on the stick: it needs one"));
     if (both("firmware", "no-stick"))
         throw BadInput(QStringLiteral("--firmware is on the stick: it needs one"));
+    if (both("explore", "scenario") || both("explore", "once") || both("explore", "pods") ||
+        both("explore", "firmware"))
+        throw BadInput(QStringLiteral("--explore invents what happens"));
     if (parser.isSet(option("screenshot")) && !parser.isSet(option("once")))
         throw BadInput(
             QStringLiteral("--screenshot belongs to --once; at the prompt, type screenshot"));
@@ -147,6 +155,11 @@ Options parseOptions(const QStringList& arguments)
     options.machine = parser.isSet(option("machine")) || !options.board_folder.isEmpty();
     options.firmware_file = parser.value(option("firmware"));
     options.once = parser.isSet(option("once"));
+    options.explored_days = static_cast<int>(numberOf(parser, "explore", 0, 1'000'000));
+    options.most_episodes = static_cast<int>(
+        numberOf(parser, "episodes", static_cast<quint64>(options.most_episodes), 1000));
+    options.jobs = static_cast<int>(
+        numberOf(parser, "jobs", static_cast<quint64>(4 * QThread::idealThreadCount()), 1000));
     options.screenshot_file = parser.isSet(option("screenshot"))
                                   ? parser.value(option("screenshot"))
                                   : QStringLiteral("corvane.png");

@@ -27,6 +27,9 @@ struct Options
     QString board_folder;  ///< which is the board that was made ready there; empty: a desk's
     QString firmware_file; ///< empty: none
     bool once = false;
+    int explored_days = 0; ///< 0: nothing is explored
+    int jobs = 1;
+    int most_episodes = 16;
     QString screenshot_file;
     QString kept_folder;
     quint64 seed = 1;

@@ -37,6 +37,15 @@ bool isRecording(const ArchiveEntry& entry, const KnownRecording& recording)
     return named(entry, recording) && entry.sha256 == recording.sha256;
 }
 
+/// The library takes an end record that is all there is for none.
+bool isEmptyArchive(const QString& path)
+{
+    QFile file(path);
+    const QByteArray end_record = QByteArray("PK\5\6") + QByteArray(18, '\0');
+    return file.open(QIODevice::ReadOnly) && file.size() == end_record.size() &&
+           file.readAll() == end_record;
+}
+
 QString complaintAbout(const KnownRecording& recording, const std::vector<ArchiveEntry>& entries)
 {
     const bool damaged =
@@ -63,6 +72,8 @@ QByteArray fileDigest(const QString& path)
 std::vector<ArchiveEntry> readArchive(const QString& path, QStringList& problems)
 {
     std::vector<ArchiveEntry> entries;
+    if (isEmptyArchive(path))
+        return entries;
     QuaZip archive(path);
     if (!archive.open(QuaZip::mdUnzip)) {
         problems += QStringLiteral("%1 is missing or no archive").arg(path);

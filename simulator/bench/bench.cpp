@@ -6,6 +6,10 @@
 #include "common/panelcode.h"
 #include "scenario/verbparser.h"
 
+#include <QFileInfo>
+
+#include <algorithm>
+
 namespace {
 
 // In the middle of the screen's hidden quit area.
@@ -51,6 +55,7 @@ void Bench::start()
     m_site->stick().setInserted(m_scenario.stick.inserted);
     m_rack.plug(m_scenario.plugged);
     m_clock.start();
+    m_service.plugged(m_scenario.plugged, 0);
     startStation();
 }
 
@@ -80,12 +85,14 @@ QString Bench::act(const verb::Plug& plug)
         if (plug.plan)
             m_rack.setPlan(slot, *plug.plan);
     m_rack.plug(plug.slot_set);
+    m_service.plugged(plug.slot_set, elapsedMs());
     return {};
 }
 
 QString Bench::act(const verb::Unplug& unplug)
 {
     m_rack.unplug(unplug.slot_set);
+    m_service.left(unplug.slot_set, elapsedMs());
     return {};
 }
 
@@ -103,6 +110,10 @@ QString Bench::act(const verb::Stick& stick)
     if (stick.other)
         m_site->stick().replace(*stick.other);
     m_site->stick().setInserted(stick.inserted);
+    if (stick.inserted)
+        noteEraseCommand();
+    else if (m_site->foldersAreCurrent())
+        m_promise.noteDelivered();
     return {};
 }
 
@@ -164,7 +175,16 @@ QString Bench::act(const verb::RestartStation& /*restart*/)
     if (const int code = station().exitCode().value_or(-1); code != 0 && !m_killed)
         m_bad_ends += QStringLiteral("a run of the station before the last ended with exit code %1")
                           .arg(code);
+    m_quitting = false;
+    m_quit_patience.stop();
     startStation();
+    return {};
+}
+
+QString Bench::act(const verb::MeasureStation& /*measure*/)
+{
+    if (const auto holdings = station().holdings())
+        m_measurements.push_back(*holdings);
     return {};
 }
 
@@ -185,6 +205,8 @@ void Bench::startStation()
     m_empty_gauges.reset();
     m_promise.stationStarted();
     m_killed = false;
+    noteEraseCommand();
+    m_service.stationStarted(elapsedMs());
     m_site->station().start();
     if (!m_window)
         m_screen.start(m_site->screenSocket());
@@ -197,6 +219,8 @@ void Bench::notePodEvent(int slot, PodEvent event)
         m_times.first_readout_ms = elapsedMs();
     if (event == PodEvent::ReadoutCompleted)
         m_promise.readoutCompleted();
+    if (event == PodEvent::Erased || event == PodEvent::Vanished)
+        m_service.left(slotSetOf(slot), elapsedMs());
     if (pod.mode == PodMode::Bootloader && m_times.first_bootloader_ms < 0)
         m_times.first_bootloader_ms = elapsedMs();
     if (event == PodEvent::Restarted && isUpdated(pod))
@@ -209,8 +233,33 @@ void Bench::noteEnd()
     // By now the folders are current everywhere, and what was mounted is no more.
     if (m_panel_code == kPanelCopied)
         m_promise.endedAsCopied();
+    m_promise.noteDelivered();
+    m_service.stationEnded(elapsedMs());
     m_screen.stop();
     emit changed();
+}
+
+/// A station that finds the command at its start obeys it before it reads out a pod.
+void Bench::noteEraseCommand()
+{
+    const QFileInfo command(stick().path(QStringLiteral("cmd_erase_datas.txt")));
+    if (!stick().inserted() || !command.isFile() || command.isSymLink())
+        return;
+    const auto erased = m_rack.erasedRecordings();
+    m_promise.giveUp(erased);
+    for (const KnownRecording& recording : erased)
+        m_given_up += recording.sha256;
+}
+
+std::vector<KnownRecording> Bench::recordingsToBeFound() const
+{
+    std::vector<KnownRecording> list = m_rack.erasedRecordings();
+    list.erase(std::remove_if(list.begin(), list.end(),
+                              [this](const KnownRecording& recording) {
+                                  return m_given_up.contains(recording.sha256);
+                              }),
+               list.end());
+    return list;
 }
 
 void Bench::readScreen()

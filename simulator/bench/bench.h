@@ -2,6 +2,7 @@
 
 #include "bench/copypromise.h"
 #include "bench/podrack.h"
+#include "bench/servicetimes.h"
 #include "scenario/conditions.h"
 #include "scenario/scenario.h"
 #include "screen/screenclient.h"
@@ -53,6 +54,7 @@ public:
     std::optional<int> panelCode() const override { return m_panel_code; }
     bool stationRuns() const override { return station().running(); }
     int logged(const QString& text) const override { return station().log().count(text); }
+    bool loggedInRun(const QString& text) const override { return station().log().runHolds(text); }
     std::optional<int> podThreads() const override { return station().podThreads(); }
     std::optional<bool> stickMounted() const override { return station().stickMounted(); }
     std::optional<qint64> stickBytes(const QString& name) const override;
@@ -74,6 +76,12 @@ public:
     /// Codes whose pictures were ever seen.
     const QSet<int>& panelShown() const { return m_panel_shown; }
     const CopyPromise& copyPromise() const { return m_promise; }
+    const ServiceTimes& serviceTimes() const { return m_service; }
+    /// What the station's process held whenever it was measured.
+    const std::vector<Holdings>& measurements() const { return m_measurements; }
+    /// Every recording that was erased from its pod, but for those that a command on a stick
+    /// allowed the station to erase since.
+    std::vector<KnownRecording> recordingsToBeFound() const;
     /// How runs before the last one ended, where they were neither killed nor right.
     const QStringList& badEnds() const { return m_bad_ends; }
     const BenchTimes& times() const { return m_times; }
@@ -94,12 +102,14 @@ private:
     QString act(const verb::StopStation& stop);
     QString act(const verb::KillStation& kill);
     QString act(const verb::RestartStation& restart);
+    QString act(const verb::MeasureStation& measure);
     QString act(const verb::Status& status);
     QString act(const verb::Help& help);
 
     void startStation();
     void notePodEvent(int slot, PodEvent event);
     void noteEnd();
+    void noteEraseCommand();
     void readScreen();
     void touchQuitCorner();
 
@@ -112,6 +122,9 @@ private:
     std::optional<Firmware> m_firmware;
     QStringList m_stick_before;
     PodRack m_rack;
+    ServiceTimes m_service;
+    std::vector<Holdings> m_measurements;
+    QSet<QByteArray> m_given_up; ///< digests of what the station was allowed to erase
     ScreenClient m_screen;
     ScreenReader m_reader;
     std::optional<int> m_panel_code;

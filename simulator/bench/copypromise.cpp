@@ -7,11 +7,13 @@
 #include <QFile>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace {
 
 const QString kBackup = QStringLiteral("backup.zip");
+const QString kReport = QStringLiteral("report.zip");
 
 /// By their bytes: digests of large archives would keep the pods waiting for the bench.
 bool sameContent(const QString& path, const QString& other_path)
@@ -67,6 +69,37 @@ void CopyPromise::endedAsCopied()
     m_doubt = whatIsWrong(false);
 }
 
+void CopyPromise::noteDelivered()
+{
+    const Recordings waiting = notYetDelivered(m_erased());
+    if (waiting.empty())
+        return;
+    const auto on_sticks = readSticks(m_stick.folders());
+    for (const KnownRecording& recording : waiting)
+        if (holdsRecording(on_sticks, recording))
+            m_delivered += recording.sha256;
+}
+
+void CopyPromise::giveUp(const Recordings& recordings)
+{
+    for (const KnownRecording& recording : recordings)
+        m_delivered += recording.sha256;
+}
+
+QStringList CopyPromise::undelivered(const Recordings& recordings) const
+{
+    const Recordings waiting = notYetDelivered(recordings);
+    return waiting.empty() ? QStringList() : ::undelivered(waiting, readSticks(m_stick.folders()));
+}
+
+CopyPromise::Recordings CopyPromise::notYetDelivered(const Recordings& recordings) const
+{
+    Recordings waiting;
+    std::copy_if(recordings.begin(), recordings.end(), std::back_inserter(waiting),
+                 [this](const KnownRecording& one) { return !m_delivered.contains(one.sha256); });
+    return waiting;
+}
+
 QStringList CopyPromise::broken() const
 {
     return m_doubt.isEmpty() || m_lies.contains(m_doubt) ? m_lies : m_lies + QStringList(m_doubt);
@@ -75,34 +108,39 @@ QStringList CopyPromise::broken() const
 QString CopyPromise::whatIsWrong(bool stick_mounted) const
 {
     const bool backup = saysBackup();
-    if (backup && !isWholeArchive(m_stick.path(kBackup)))
+    // There is nothing else of which it could speak.
+    if (!backup && !m_ever_completed && m_erased().empty())
         return QStringLiteral("the panel said copied, and backup.zip is not whole");
     // The next recording may be in the archive by now, and the picture an older one.
     if (m_completed != m_completed_by_picture)
         return {};
     if (stick_mounted && !backup)
         return QStringLiteral("the panel said copied, and the stick was still mounted");
-    const QString missing = whatIsMissing();
+    const QString missing = whatIsMissing(backup);
     return missing.isEmpty() ? QString()
                              : QStringLiteral("the panel said copied, and %1").arg(missing);
 }
 
-QString CopyPromise::whatIsMissing() const
+QString CopyPromise::whatIsMissing(bool backup) const
 {
-    const Recordings erased = m_erased();
-    const QStringList lines =
-        erased.empty() ? QStringList() : undelivered(erased, readSticks(m_stick.folders()));
+    const QStringList lines = undelivered(m_erased());
     if (!lines.isEmpty())
         return lines.first();
-    return saysBackup() || newestIsOnAStick()
+    return backup || newestIsOnAStick()
                ? QString()
                : QStringLiteral("no stick holds the newest archive as it is");
 }
 
-/// Without a read-out since its start, the station speaks of a backup, or of what it owed.
+/// Without a read-out since its start, the station speaks of what it was told to put on the stick,
+/// or of what it owed. Half of a backup may be of an earlier start, and a whole one on the stick
+/// that was just taken out.
 bool CopyPromise::saysBackup() const
 {
-    return m_completed == 0 && (m_stick.holds(kBackup) || m_erased().empty());
+    const QStringList sticks = m_stick.folders();
+    return m_completed == 0 && std::any_of(sticks.begin(), sticks.end(), [](const QString& stick) {
+               return isWholeArchive(stick + QLatin1Char('/') + kBackup) ||
+                      isWholeArchive(stick + QLatin1Char('/') + kReport);
+           });
 }
 
 bool CopyPromise::newestIsOnAStick() const

@@ -2,6 +2,7 @@
 
 #include "archives/archivecheck.h"
 
+#include <QSet>
 #include <QStringList>
 
 #include <functional>
@@ -24,7 +25,11 @@ public:
                 std::function<Recordings()> erased);
 
     void stationStarted();
-    void readoutCompleted() { ++m_completed; }
+    void readoutCompleted()
+    {
+        ++m_completed;
+        m_ever_completed = true;
+    }
     /// The panel says "copied", or not. What the first such picture gives reason to doubt is a lie
     /// when the next one says so still, or when none comes: of a pod that was read while the
     /// controller copied, the panel tells right after the copy.
@@ -32,18 +37,29 @@ public:
     /// The station has ended, and "copied" was the last that the panel said.
     void endedAsCopied();
 
+    /// The stick may be used for something else from now on: what is whole on one counts as
+    /// delivered for good.
+    void noteDelivered();
+    /// No stick needs to get these: the station was told to erase them.
+    void giveUp(const Recordings& recordings);
+    /// A line for each of these recordings that is whole on no stick, and was on none.
+    QStringList undelivered(const Recordings& recordings) const;
+
     /// How it was broken, a line each.
     QStringList broken() const;
 
 private:
     QString whatIsWrong(bool stick_mounted) const;
-    QString whatIsMissing() const;
+    QString whatIsMissing(bool backup) const;
+    Recordings notYetDelivered(const Recordings& recordings) const;
     bool saysBackup() const;
     bool newestIsOnAStick() const;
 
     const BenchFolder& m_folder;
     const BenchStick& m_stick;
     std::function<Recordings()> m_erased;
+    QSet<QByteArray> m_delivered; ///< digests of what was on a stick, or need not be
+    bool m_ever_completed = false;
     int m_completed = 0; ///< read-outs since the station was started
     int m_completed_by_picture = 0;
     bool m_copied = false; ///< the last picture

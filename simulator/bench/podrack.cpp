@@ -23,24 +23,38 @@ void PodRack::setFault(const SlotSet& slot_set, PodFault fault)
 
 void PodRack::plug(const SlotSet& slot_set)
 {
-    for (const int slot : slotsIn(slot_set)) {
-        if (m_bus.plugged(slot))
-            throw BadInput(QStringLiteral("slot %1 is taken").arg(slot));
-        retire(slot);
-        Place& place = m_places.at(slot);
-        place.pod = nextPod(slot);
-        place.replanned = false;
-        m_bus.plug(slot, *place.pod);
-    }
+    for (const int slot : slotsIn(slot_set))
+        plugOne(slot);
 }
 
-PodSettings PodRack::nextPod(int slot) const
+void PodRack::plugOne(int slot)
+{
+    if (m_bus.plugged(slot))
+        throw BadInput(QStringLiteral("slot %1 is taken").arg(slot));
+    Place& place = m_places.at(slot);
+    const int home_slot = place.plan.pod.value_or(slot);
+    if (const auto last = m_last_slot.at(home_slot)) {
+        if (m_bus.plugged(*last) && m_places.at(*last).home_slot == home_slot)
+            throw BadInput(QStringLiteral("that pod is in slot %1").arg(*last));
+        retire(*last);
+    }
+    retire(slot);
+    place.pod = nextPod(slot, home_slot);
+    place.home_slot = home_slot;
+    place.retired = place.replanned = false;
+    m_last_slot.at(home_slot) = slot;
+    m_bus.plug(slot, *place.pod);
+}
+
+PodSettings PodRack::nextPod(int slot, int home_slot) const
 {
     const Place& place = m_places.at(slot);
-    PodSettings next = settingsFor(place.plan, slot, m_seed, place.generation);
-    const bool known = place.pod && place.pod->udid == next.udid;
+    PodSettings next = settingsFor(place.plan, home_slot, m_seed, m_generations.at(home_slot));
+    const auto last = m_last_slot.at(home_slot);
+    const bool known = last && m_places.at(*last).home_slot == home_slot &&
+                       m_places.at(*last).pod->udid == next.udid;
     if (known && !(place.replanned && place.plan.beginsInBootloader()))
-        next.flash = m_bus.flash(slot);
+        next.flash = m_bus.flash(*last);
     else
         prepareBootloader(next, place.plan, m_firmware);
     return next;
@@ -76,7 +90,8 @@ std::vector<KnownRecording> PodRack::erasedRecordings() const
 {
     SlotSet erased;
     for (int slot = 0; slot < kSlotCount; ++slot)
-        erased.set(slot, m_places.at(slot).pod && report(slot).erased);
+        erased.set(slot,
+                   m_places.at(slot).pod && !m_places.at(slot).retired && report(slot).erased);
     std::vector<KnownRecording> list = recordings(erased);
     list.insert(list.end(), m_erased.begin(), m_erased.end());
     return list;
@@ -90,12 +105,13 @@ KnownRecording PodRack::recordingOf(int slot, const PodSettings& pod) const
     return {slot, recordingName(pod.udid), pod.size_bytes, digest};
 }
 
-/// The bus forgets a pod when the next one takes its place.
+/// The bus forgets a pod when the next one takes its place, and the pod itself what it was.
 void PodRack::retire(int slot)
 {
     Place& place = m_places.at(slot);
-    if (!place.pod || !report(slot).erased)
+    if (!place.pod || place.retired || !report(slot).erased)
         return;
     m_erased.push_back(recordingOf(slot, *place.pod));
-    ++place.generation;
+    ++m_generations.at(place.home_slot);
+    place.retired = true;
 }

@@ -24,7 +24,8 @@ public:
     void setPlan(int slot, const PodPlan& plan);
     void setFault(const SlotSet& slot_set, PodFault fault);
     /// A pod that was erased comes back with a new recording, any other with the one it had; what
-    /// it has of a firmware it keeps, unless a new plan says otherwise.
+    /// it has of a firmware it keeps, unless a new plan says otherwise. It may come from another
+    /// slot, which it has left by then.
     void plug(const SlotSet& slot_set);
     void unplug(const SlotSet& slot_set);
 
@@ -43,10 +44,12 @@ private:
     {
         PodPlan plan;
         std::optional<PodSettings> pod;
-        int generation = 0;
+        int home_slot = -1;    ///< of that pod
+        bool retired = false;  ///< it has been elsewhere since
         bool replanned = true; ///< since the last pod was plugged in
     };
-    PodSettings nextPod(int slot) const;
+    void plugOne(int slot);
+    PodSettings nextPod(int slot, int home_slot) const;
     KnownRecording recordingOf(int slot, const PodSettings& pod) const;
     void retire(int slot);
 
@@ -54,6 +57,8 @@ private:
     quint64 m_seed;
     std::optional<Firmware> m_firmware;
     std::array<Place, kSlotCount> m_places;
+    std::array<int, kSlotCount> m_generations{};              ///< recordings erased, by home
+    std::array<std::optional<int>, kSlotCount> m_last_slot{}; ///< by home
     std::vector<KnownRecording> m_erased;
     mutable QHash<QPair<quint64, quint32>, QByteArray> m_digests; ///< by seed and size
 };

@@ -32,6 +32,7 @@ void ScenarioRunner::start()
     if (m_mode == Mode::Unattended)
         m_limit.start();
     m_look_again.start();
+    m_last_step.start();
     m_bench.start();
 }
 
@@ -44,8 +45,12 @@ void ScenarioRunner::advance()
 
 bool ScenarioRunner::stepDue() const
 {
-    const auto& conditions = m_scenario.steps[m_next_step].conditions;
-    return std::all_of(conditions.begin(), conditions.end(),
+    const Step& step = m_scenario.steps[m_next_step];
+    const std::chrono::milliseconds passed(m_last_step.elapsed());
+    if (step.patience && passed >= *step.patience)
+        return true;
+    return passed >= step.wait &&
+           std::all_of(step.conditions.begin(), step.conditions.end(),
                        [this](const Condition& condition) { return m_bench.holds(condition); });
 }
 
@@ -54,8 +59,10 @@ void ScenarioRunner::doStep(const Step& step)
     try {
         m_bench.perform(step.action);
     } catch (const BadInput& bad) {
-        giveUp(QStringLiteral("%1: %2").arg(step.place, bad.text()));
+        if (!step.if_possible)
+            giveUp(QStringLiteral("%1: %2").arg(step.place, bad.text()));
     }
+    m_last_step.start();
 }
 
 bool ScenarioRunner::endAwaited() const
@@ -86,9 +93,18 @@ void ScenarioRunner::giveUp(const QString& problem)
     m_bench.perform(verb::KillStation{});
 }
 
+/// As "while step 1 waited for erased 0-5 and panel 0": what of the next step did not hold.
 QString ScenarioRunner::waitingFor() const
 {
-    return m_next_step < m_scenario.steps.size()
-               ? QStringLiteral("while %1 waited").arg(m_scenario.steps[m_next_step].place)
-               : QStringLiteral("while the station was to end");
+    if (m_next_step == m_scenario.steps.size())
+        return QStringLiteral("while the station was to end");
+    const Step& step = m_scenario.steps[m_next_step];
+    QStringList missing;
+    for (const Condition& condition : step.conditions)
+        if (!m_bench.holds(condition))
+            missing += textOf(condition);
+    if (missing.isEmpty())
+        missing += QStringLiteral("its time");
+    return QStringLiteral("while %1 waited for %2")
+        .arg(step.place, missing.join(QStringLiteral(" and ")));
 }

@@ -2,6 +2,7 @@
 
 #include "bench/bench.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 
@@ -38,6 +39,7 @@ private:
     const Scenario& m_scenario;
     Mode m_mode;
     std::size_t m_next_step = 0;
+    QElapsedTimer m_last_step; ///< runs since it was done
     QTimer m_limit;
     QTimer m_look_again;
     QStringList m_problems;

@@ -72,26 +72,25 @@ void checkNothingLost(const Bench& bench, const Entries& on_sticks, Verdict& ver
         const Entries more = readArchive(path, unreadable);
         entries.insert(entries.end(), more.begin(), more.end());
     }
-    for (const KnownRecording& recording : bench.rack().erasedRecordings())
+    for (const KnownRecording& recording : bench.recordingsToBeFound())
         if (!holdsRecording(entries, recording))
             verdict.problems += QStringLiteral("LOST: slot %1 was erased and %2 is in no archive")
                                     .arg(recording.slot)
                                     .arg(recording.name);
 }
 
-void checkDelivered(const Bench& bench, const Expectations& expect, const Entries& on_sticks,
-                    Verdict& verdict)
+void checkDelivered(const Bench& bench, const Expectations& expect, Verdict& verdict)
 {
     SlotSet erased;
-    Recordings asked;
-    for (const KnownRecording& recording : bench.rack().erasedRecordings()) {
+    for (const KnownRecording& recording : bench.rack().erasedRecordings())
         erased.set(recording.slot);
-        if (expect.delivered.test(recording.slot))
-            asked.push_back(recording);
-    }
     if (const SlotSet never = expect.delivered & ~erased; never.any())
         verdict.problems += QStringLiteral("slots never erased: %1").arg(slotSetToText(never));
-    verdict.problems += undelivered(asked, on_sticks);
+    Recordings asked;
+    for (const KnownRecording& recording : bench.recordingsToBeFound())
+        if (expect.delivered.test(recording.slot))
+            asked.push_back(recording);
+    verdict.problems += bench.copyPromise().undelivered(asked);
 }
 
 /// What the backups of all sticks hold.
@@ -131,6 +130,9 @@ void checkFiles(const Bench& bench, const Expectations& expect, Verdict& verdict
              [&](const QString& name) { return stick.holds(name); });
     complain(verdict, expect.stick_keeps, "the stick's '%1' is not what it was",
              [&](const QString& name) { return !stick.keeps(name); });
+    for (const QString& name : stick.disturbed())
+        verdict.problems +=
+            QStringLiteral("'%1' is nothing of the station's, and not what it was").arg(name);
     complain(verdict, expect.station_lacks, "the station holds '%1'", [&](const QString& name) {
         return QFileInfo::exists(bench.folder().station() + QLatin1Char('/') + name);
     });
@@ -197,6 +199,23 @@ void checkLog(const StationLog& log, const Expectations& expect, Verdict& verdic
         verdict.problems += QStringLiteral("unexpected: %1").arg(line);
 }
 
+void checkService(const ServiceTimes& times, const Expectations& expect, Verdict& verdict)
+{
+    for (const int slot : slotsIn(expect.punctual))
+        if (times.longestMs(slot) > std::chrono::milliseconds(expect.punctual_limit).count())
+            verdict.problems += QStringLiteral("slot %1 waited %2 s, more than %3 s")
+                                    .arg(slot)
+                                    .arg(static_cast<double>(times.longestMs(slot)) / 1000)
+                                    .arg(expect.punctual_limit.count());
+}
+
+void checkSettled(const std::vector<Holdings>& measurements, Verdict& verdict)
+{
+    for (const Holdings& one : measurements)
+        if (const QString more = leftBehind(measurements.back(), one); !more.isEmpty())
+            verdict.problems += QStringLiteral("left behind: %1").arg(more);
+}
+
 QString stickText(const char* when, const QStringList& lines)
 {
     QString text =
@@ -252,7 +271,7 @@ Verdict judge(const Bench& bench, const Expectations& expect)
     checkInfos(bench, expect, verdict);
     const Entries on_sticks = readSticks(bench.stick().folders());
     checkNothingLost(bench, on_sticks, verdict);
-    checkDelivered(bench, expect, on_sticks, verdict);
+    checkDelivered(bench, expect, verdict);
     checkEarlier(bench, expect, verdict);
     checkFiles(bench, expect, verdict);
     verdict.problems += checkPanel(bench.panelShown(), expect);
@@ -260,6 +279,9 @@ Verdict judge(const Bench& bench, const Expectations& expect)
     checkPods(bench, expect, verdict);
     checkUpdates(bench, expect, verdict);
     checkLog(bench.station().log(), expect, verdict);
+    checkService(bench.serviceTimes(), expect, verdict);
+    if (expect.settled)
+        checkSettled(bench.measurements(), verdict);
     verdict.problems += bench.badEnds();
     const int exit_code = bench.station().exitCode().value_or(-1);
     if (exit_code != expect.exit_code)

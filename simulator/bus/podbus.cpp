@@ -58,12 +58,14 @@ void PodBus::restart(int slot)
 void PodBus::onPodEvent(int slot, quint64 stay, PodEvent event)
 {
     // The place may have been freed, and taken again, before this arrived.
-    const bool still_there = place(slot).stay == stay;
-    if (event == PodEvent::Restarting && still_there) {
+    const bool leaves = event == PodEvent::Restarting || event == PodEvent::Vanished;
+    if (leaves && place(slot).stay != stay)
+        return;
+    if (event == PodEvent::Restarting) {
         leave(slot);
         m_places.at(std::size_t(slot)).restart.start(place(slot).pod->settings().restart_time);
     }
-    if (event == PodEvent::Vanished && still_there) {
+    if (event == PodEvent::Vanished) {
         unplug(slot);
         emit podVanished(slot);
     }

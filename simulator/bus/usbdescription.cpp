@@ -30,11 +30,16 @@ UsbDescription UsbDescription::sevenPortHub()
         {QStringLiteral("Corvane bench"), QStringLiteral("Seven-port hub"), QStringLiteral("hub")});
 }
 
-UsbDescription UsbDescription::pod(PodMode mode, const QByteArray& udid)
+UsbDescription UsbDescription::pod(PodMode mode, const PodSettings& settings)
 {
+    constexpr int kProductAt = 10;
     const bool bootloader = mode == PodMode::Bootloader;
-    return {QByteArray::fromHex(bootloader ? "12 01 0002 02 00 00 40 1519 1F52 0001 01 02 03 01"
-                                           : "12 01 0002 02 00 00 40 1519 0352 0001 01 02 03 01"),
+    QByteArray device =
+        QByteArray::fromHex(bootloader ? "12 01 0002 02 00 00 40 1519 1F52 0001 01 02 03 01"
+                                       : "12 01 0002 02 00 00 40 1519 0352 0001 01 02 03 01");
+    if (settings.foreign_product != 0)
+        qToLittleEndian(settings.foreign_product, device.data() + kProductAt);
+    return {device,
             QByteArray::fromHex("09 02 4300 02 01 00 80 FA"    // 500 mA
                                 "  09 04 00 00 01 02 02 01 00" // interface 0, ACM
                                 "  05 24 00 1001"              // CDC 1.10
@@ -46,7 +51,7 @@ UsbDescription UsbDescription::pod(PodMode mode, const QByteArray& udid)
                                 "  07 05 81 02 4000 00  07 05 01 02 4000 00"), // bulk
             {QStringLiteral("Corvane"),
              bootloader ? QStringLiteral("Pod bootloader") : QStringLiteral("Pod"),
-             QString::fromLatin1(udid.toHex().toUpper())},
+             QString::fromLatin1(settings.udid.toHex().toUpper())},
             12,
             0};
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "pod/podreport.h"
+#include "pod/podsettings.h"
 
 #include <QByteArray>
 #include <QString>
@@ -25,7 +26,7 @@ struct UsbDescription
     static UsbDescription sevenPortHub();
     /// A CDC-ACM function: communication interface 0, data interface 1 with the bulk endpoints
     /// 0x01 OUT and 0x81 IN. The bootloader has the same one under another product number.
-    static UsbDescription pod(PodMode mode, const QByteArray& udid);
+    static UsbDescription pod(PodMode mode, const PodSettings& settings);
 
     bool isHub() const { return ports > 0; }
     int interfaces() const;

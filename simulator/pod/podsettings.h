@@ -12,6 +12,8 @@
 struct PodSettings
 {
     QByteArray udid; ///< 8 bytes
+    /// Another product of the pods' maker, which is none of the station's business; 0: a pod.
+    quint16 foreign_product = 0;
     quint64 seed = 0;
     quint32 size_bytes = 0;
     quint32 bytes_per_second = 1'200'000; ///< 0: as fast as it goes

@@ -17,7 +17,7 @@ public:
     PodBus& places() override { return m_bus; }
     BenchStick& stick() override { return m_stick; }
     SandboxStation& station() override { return m_station; }
-    std::chrono::seconds quitPatience() const override { return std::chrono::seconds(20); }
+    std::chrono::seconds quitPatience() const override { return std::chrono::minutes(2); }
     QString screenSocket() const override { return m_screen_socket; }
     bool foldersAreCurrent() const override { return true; }
 

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFile>
 
+#include <algorithm>
+
 namespace {
 
 /// The file of that name of each of the threads.
@@ -16,6 +18,22 @@ QList<QByteArray> ofThreads(qint64 pid, const char* name)
             contents += file.readAll().simplified();
     }
     return contents;
+}
+
+int descriptorsOf(qint64 pid)
+{
+    const QDir descriptors(QStringLiteral("/proc/%1/fd").arg(pid));
+    const QStringList names = descriptors.entryList(QDir::Files | QDir::System);
+    return static_cast<int>(std::count_if(names.begin(), names.end(), [&](const QString& name) {
+        return !QFile::symLinkTarget(descriptors.filePath(name)).contains(QLatin1String("socket:"));
+    }));
+}
+
+int memoryKibOf(qint64 pid)
+{
+    const QByteArray text = ofThreads(pid, "status").value(0); // all have it in common
+    const int at = text.indexOf("VmRSS:") + 6;
+    return text.mid(at, text.indexOf("kB", at) - at).trimmed().toInt();
 }
 
 } // namespace
@@ -36,4 +54,11 @@ QStringList threadNames(qint64 pid)
     for (const QByteArray& name : ofThreads(pid, "comm"))
         names += QString::fromUtf8(name);
     return names;
+}
+
+Holdings holdingsOf(qint64 pid)
+{
+    QStringList threads = threadNames(pid);
+    threads.removeAll(QStringLiteral("Thread (pooled)"));
+    return {threads.size(), descriptorsOf(pid), memoryKibOf(pid)};
 }

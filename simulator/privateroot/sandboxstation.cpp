@@ -73,6 +73,12 @@ std::optional<int> SandboxStation::podThreads() const
     return podThreadsOf(plain);
 }
 
+std::optional<Holdings> SandboxStation::holdings() const
+{
+    const qint64 pid = stationPid();
+    return pid > 0 ? std::optional(holdingsOf(pid)) : std::nullopt;
+}
+
 std::optional<bool> SandboxStation::stickMounted() const
 {
     QFile mounts(QStringLiteral("/proc/%1/mounts").arg(stationPid()));

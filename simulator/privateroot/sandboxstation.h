@@ -28,6 +28,7 @@ public:
     std::optional<bool> stickMounted() const override;
     qint64 bytesOf(const QString& name) const override;
     qint64 stationPid() const override;
+    std::optional<Holdings> holdings() const override;
 
 private:
     void endRun(int exit_code, QProcess::ExitStatus status);

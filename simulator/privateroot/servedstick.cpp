@@ -24,6 +24,7 @@ ServedStick::ServedStick(const QString& folder, const QString& control_folder,
     : BenchStick(folder, plan)
     , m_control(control_folder)
     , m_settings(settingsOf(plan))
+    , m_may_stay(plan.may_stay)
 {
 }
 
@@ -43,7 +44,7 @@ void ServedStick::setInserted(bool inserted)
     if (!mark.open(QIODevice::WriteOnly) || mark.write(m_settings.toBytes()) < 0 || !mark.commit())
         throw BadInput(
             QStringLiteral("cannot write %1: %2").arg(mark.fileName(), mark.errorString()));
-    m_leaves_by_itself = m_settings.pull_at_byte != 0;
+    m_leaves_by_itself = m_settings.pull_at_byte != 0 && !m_may_stay;
     m_settings.pull_at_byte = 0;
 }
 
@@ -51,6 +52,7 @@ void ServedStick::replace(const StickPlan& plan)
 {
     beginAnother(plan);
     m_settings = settingsOf(plan);
+    m_may_stay = plan.may_stay;
 }
 
 QStringList ServedStick::complaints() const

@@ -17,6 +17,7 @@ public:
 private:
     QDir m_control;
     StickSettings m_settings;
+    bool m_may_stay;
     bool m_leaves_by_itself = false; ///< the one that was inserted last
     bool m_pulled_before_its_byte = false;
 };

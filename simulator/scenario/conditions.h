@@ -24,6 +24,8 @@ public:
     virtual bool stationRuns() const = 0;
     /// Lines with this text, of all runs of the station.
     virtual int logged(const QString& text) const = 0;
+    /// A line of the station's present run has this text.
+    virtual bool loggedInRun(const QString& text) const = 0;
     // Not always known at once: std::nullopt, or false, while they are not.
     virtual std::optional<int> podThreads() const = 0;
     virtual std::optional<bool> stickMounted() const = 0;
@@ -33,6 +35,9 @@ public:
 };
 
 bool holds(const Condition& condition, const BenchView& bench);
+
+/// For people: its name and what it asks for, as in `log "Version:"` or `erased 0-5`.
+QString textOf(const Condition& condition);
 
 /// Reads what a step waits `after`. Throws BadInput.
 std::vector<Condition> readConditions(const JsonPlace& after);

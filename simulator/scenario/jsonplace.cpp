@@ -133,6 +133,11 @@ std::chrono::milliseconds JsonPlace::time() const
     return std::chrono::milliseconds(static_cast<int>(value * 1000));
 }
 
+std::chrono::seconds JsonPlace::wholeSeconds() const
+{
+    return std::chrono::seconds(number(1, kMostSeconds));
+}
+
 quint64 JsonPlace::bytes(quint64 most) const
 {
     const quint64 count = isNumber()

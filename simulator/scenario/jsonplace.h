@@ -37,8 +37,10 @@ public:
     void needTrue() const;
     std::vector<int> numbers(int least, int most) const;
     int number(int least, int most) const;
-    /// Written as seconds.
+    /// Written as seconds, at most those of a day.
     std::chrono::milliseconds time() const;
+    /// At least one.
+    std::chrono::seconds wholeSeconds() const;
     /// A number, or a size in text.
     quint64 bytes(quint64 most) const;
     /// A file or folder, as the author of the document sees it.
@@ -76,7 +78,7 @@ private:
     QString m_folder;
 };
 
-/// Readers into a variable: a flag, a text, slots, or texts.
+/// Readers into a variable: a flag, a text, slots, a time, or texts.
 template <typename Value>
 JsonPlace::Reader into(Value& value)
 {
@@ -87,6 +89,10 @@ JsonPlace::Reader into(Value& value)
             value = place.text();
         else if constexpr (std::is_same_v<Value, SlotSet>)
             value = place.slotSet();
+        else if constexpr (std::is_same_v<Value, std::chrono::seconds>)
+            value = place.wholeSeconds();
+        else if constexpr (std::is_assignable_v<Value&, std::chrono::milliseconds>)
+            value = place.time();
         else
             value = place.texts();
     };

@@ -38,6 +38,7 @@ void checkUnplugByte(const JsonPlace& place, const PodPlan& plan)
 void readPod(const JsonPlace& place, PodPlan& plan, JsonPlace::Members more)
 {
     const JsonPlace::Members of_pod{
+        {"pod", into(plan.pod, 0, kSlotCount - 1)},
         {"size", [&](const JsonPlace& value) { plan.size = sizeOf(value); }},
         {"speed", into(plan.bytes_per_second, 0, kMost)},
         {"polls until charged", into(plan.polls_until_charged, 0, kMost)},

@@ -23,14 +23,14 @@ QByteArray udidFor(int slot, quint64 bench_seed)
 
 } // namespace
 
-PodSettings settingsFor(const PodPlan& plan, int slot, quint64 bench_seed, int generation)
+PodSettings settingsFor(const PodPlan& plan, int home_slot, quint64 bench_seed, int generation)
 {
     const std::array<quint32, 4> mixed{
         static_cast<quint32>(bench_seed), static_cast<quint32>(bench_seed >> 32),
-        static_cast<quint32>(slot), static_cast<quint32>(generation)};
+        static_cast<quint32>(home_slot), static_cast<quint32>(generation)};
     QRandomGenerator random(mixed.data(), mixed.size());
     PodSettings settings;
-    settings.udid = plan.udid.value_or(udidFor(slot, bench_seed));
+    settings.udid = plan.udid.value_or(udidFor(home_slot, bench_seed));
     settings.seed = random.generate64();
     const quint64 choices = quint64(plan.size.max_bytes) - plan.size.min_bytes + 1;
     settings.size_bytes = plan.size.min_bytes + static_cast<quint32>(random.generate64() % choices);

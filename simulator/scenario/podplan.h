@@ -12,6 +12,9 @@
 /// so that a run can be repeated exactly.
 struct PodPlan
 {
+    /// Which of the bench's pods it is, by the slot where it is at home; none: this slot's. A pod
+    /// that moves takes its recording along.
+    std::optional<int> pod;
     SizeRange size{8 * 1024 * 1024, 8 * 1024 * 1024};
     quint32 bytes_per_second = 1'200'000;
     int polls_until_charged = 3;
@@ -25,8 +28,8 @@ struct PodPlan
     bool beginsInBootloader() const { return in_bootloader || resume_at_byte; }
 };
 
-/// generation counts the recordings that the slot's pod has brought: the pod stays the same.
-PodSettings settingsFor(const PodPlan& plan, int slot, quint64 bench_seed, int generation);
+/// generation counts the recordings that the pod has brought: the pod stays the same.
+PodSettings settingsFor(const PodPlan& plan, int home_slot, quint64 bench_seed, int generation);
 
 /// Gives the pod what the plan says of its bootloader. Throws BadInput when the plan has more of
 /// the firmware than there is; there may be none.

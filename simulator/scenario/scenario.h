@@ -64,6 +64,10 @@ struct KillStation
 struct RestartStation
 {
 };
+/// Notes what the station's process holds: threads, descriptors, memory.
+struct MeasureStation
+{
+};
 struct Status
 {
 };
@@ -72,9 +76,10 @@ struct Help
 };
 } // namespace verb
 
-using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::GrowArchive,
-                          verb::Touch, verb::Screenshot, verb::Quit, verb::StopStation,
-                          verb::KillStation, verb::RestartStation, verb::Status, verb::Help>;
+using Verb =
+    std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::GrowArchive,
+                 verb::Touch, verb::Screenshot, verb::Quit, verb::StopStation, verb::KillStation,
+                 verb::RestartStation, verb::MeasureStation, verb::Status, verb::Help>;
 
 /// What a step waits for: how things stand with a slot's present or last pod, with all lines
 /// logged so far, with the picture last seen.
@@ -94,6 +99,7 @@ struct Condition
         GaugeFull,    ///< shown full, green and not charging
         GaugeEmpty,   ///< shown white
         Log,          ///< text in at least `number` lines
+        RunLog,       ///< text in a line since the station was last started
         Panel,        ///< number: the code whose picture is shown
         PodThreads,   ///< number: worker threads of pods alive in the station
         StickBytes,   ///< the stick's file `text` has at least `number` bytes
@@ -112,7 +118,11 @@ struct Step
 {
     std::vector<Condition> conditions; ///< all must hold
     Verb action;
-    QString place; ///< where it stands in its file
+    QString place;                     ///< where it stands in its file
+    std::chrono::milliseconds wait{0}; ///< at least, since the step before
+    /// So long after the step before it is done whatever holds.
+    std::optional<std::chrono::milliseconds> patience = std::nullopt;
+    bool if_possible = false; ///< what cannot be done is left out, and no problem
 };
 
 struct Expectations
@@ -137,6 +147,10 @@ struct Expectations
     std::vector<int> panel_shown; ///< codes whose pictures were to be seen
     std::vector<int> panel_never; ///< and those that were not
     QStringList never_run;        ///< tools, as far as they note their runs
+    SlotSet punctual;             ///< no recording waited there for longer than...
+    std::chrono::seconds punctual_limit{0}; ///< ...this from plugging, or start, to erasing
+    /// No measurement found more than the last one, which is of the idle station.
+    bool settled = false;
     int exit_code = 0;
     bool on_stick = true; ///< the archive looked at is the stick's, else the station's last one
 };

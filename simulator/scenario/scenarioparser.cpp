@@ -13,7 +13,6 @@
 namespace {
 
 constexpr int kMost = std::numeric_limits<int>::max();
-constexpr int kMostSeconds = 86400;
 
 void readPods(const JsonPlace& place, Scenario& scenario)
 {
@@ -39,18 +38,24 @@ FirmwarePlan firmwarePlanOf(const JsonPlace& place)
 
 Step readStep(const JsonPlace& place, const PodPlan& usual)
 {
-    Step step{{}, verb::Help{}, {}};
+    Step step;
     std::vector<Verb> verbs;
     JsonPlace::Members members = verbMembers(verbs, usual);
     QStringList names;
     for (const auto& member : members)
         names += QLatin1String(member.first);
-    members.emplace_back(
-        "after", [&step](const JsonPlace& after) { step.conditions = readConditions(after); });
-    members.emplace_back("at", [&step](const JsonPlace& at) {
-        const auto at_ms = static_cast<int>(at.time().count());
-        step.conditions.push_back({Condition::Kind::Time, {}, {}, at_ms});
-    });
+    const JsonPlace::Members when{
+        {"after", [&step](const JsonPlace& after) { step.conditions = readConditions(after); }},
+        {"at",
+         [&step](const JsonPlace& at) {
+             const auto at_ms = static_cast<int>(at.time().count());
+             step.conditions.push_back({Condition::Kind::Time, {}, {}, at_ms});
+         }},
+        {"wait", into(step.wait)},
+        {"patience", into(step.patience)},
+        {"if possible", into(step.if_possible)},
+    };
+    members.insert(members.end(), when.begin(), when.end());
     place.readMembers(members);
     if (verbs.size() != 1)
         place.refuse(
@@ -81,6 +86,13 @@ QStringList toolsOf(const JsonPlace& place)
     return place.texts();
 }
 
+void readPunctual(const JsonPlace& place, Expectations& expect)
+{
+    place.readMembers({{"slots", {}}, {"seconds", {}}});
+    expect.punctual = place.member("slots").slotSet();
+    expect.punctual_limit = place.member("seconds").wholeSeconds();
+}
+
 Expectations readExpectations(const JsonPlace& place)
 {
     Expectations expect;
@@ -106,6 +118,8 @@ Expectations readExpectations(const JsonPlace& place)
         {"panel shown", into(expect.panel_shown, kPanelLeast, kPanelMost)},
         {"panel never", into(expect.panel_never, kPanelLeast, kPanelMost)},
         {"never run", [&expect](const JsonPlace& tools) { expect.never_run = toolsOf(tools); }},
+        {"punctual", [&expect](const JsonPlace& value) { readPunctual(value, expect); }},
+        {"settled", into(expect.settled)},
         {"on stick", into(expect.on_stick)},
     });
     return expect;
@@ -140,10 +154,7 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
         {"stick", [&](const JsonPlace& stick) { scenario.stick = stickPlanOf(stick); }},
         {"steps", {}},
         {"expect", {}},
-        {"time limit",
-         [&](const JsonPlace& limit) {
-             scenario.time_limit = std::chrono::seconds(limit.number(1, kMostSeconds));
-         }},
+        {"time limit", into(scenario.time_limit)},
         {"download space", bytesInto(scenario.download_space_bytes, kMost)},
         {"archives", [&](const JsonPlace& earlier) { scenario.earlier = earlierPlanOf(earlier); }},
         {"firmware", [&](const JsonPlace& plan) { scenario.firmware = firmwarePlanOf(plan); }},

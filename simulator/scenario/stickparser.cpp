@@ -83,6 +83,7 @@ StickPlan stickPlanOf(const JsonPlace& place)
          {"size", bytesInto(settings.size_bytes, kMostBytes)},
          {"speed", bytesInto(settings.bytes_per_second, kMost32)},
          {"pull at byte", byteInto(settings.pull_at_byte)},
+         {"may stay", into(plan.may_stay)},
          {"loses from byte", byteInto(settings.loses_from_byte)},
          {"flips at byte", byteInto(settings.flips_at_byte)}});
     return plan;

@@ -29,4 +29,5 @@ struct StickPlan
     QString folder; ///< copied onto the stick; empty: none
     std::vector<StickItem> items;
     StickSettings settings;
+    bool may_stay = false; ///< the byte at which it leaves need not come
 };

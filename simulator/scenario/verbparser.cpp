@@ -48,7 +48,8 @@ Verb stationVerbOf(P place, U /*usual*/)
     static const QMap<QString, Verb> verbs{{QStringLiteral("quit"), verb::Quit{}},
                                            {QStringLiteral("stop"), verb::StopStation{}},
                                            {QStringLiteral("kill"), verb::KillStation{}},
-                                           {QStringLiteral("restart"), verb::RestartStation{}}};
+                                           {QStringLiteral("restart"), verb::RestartStation{}},
+                                           {QStringLiteral("measure"), verb::MeasureStation{}}};
     const QString name = place.text();
     if (!verbs.contains(name))
         place.refuse(QStringLiteral("unknown '%1'; a station can: %2")

@@ -26,8 +26,9 @@ constexpr double kSeen = 0.85;
 
 QRect gaugeOf(int slot)
 {
+    const int row = slot / kColumns;
     const int x = qRound((slot % kColumns + 0.5) * kColumnPx) - kWidthPx / 2;
-    const int y = qRound((slot / kColumns + 0.5) * kRowPx) - kHeightPx / 2;
+    const int y = qRound((row + 0.5) * kRowPx) - kHeightPx / 2;
     return {x, y, kWidthPx, kHeightPx};
 }
 

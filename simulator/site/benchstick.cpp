@@ -28,6 +28,24 @@ QString lineOf(const QFileInfo& entry)
     return QStringLiteral("%1  %2 bytes").arg(shown(entry.fileName())).arg(entry.size());
 }
 
+bool holdsText(const QString& path, const QByteArray& text)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.readAll() == text;
+}
+
+/// It replaces them, or takes them when they are what they should be.
+const QStringList& stationsOwn()
+{
+    static const QStringList names{
+        QStringLiteral("QVX_DATAS.cvx"),       QStringLiteral("backup.zip"),
+        QStringLiteral("report.zip"),          QStringLiteral("cmd_gen_report.txt"),
+        QStringLiteral(".corvane.new"),        QStringLiteral("cmd_gen_backup.txt"),
+        QStringLiteral("cmd_erase_datas.txt"), QStringLiteral("app.zip"),
+        QStringLiteral("corvane.zip")};
+    return names;
+}
+
 } // namespace
 
 BenchStick::BenchStick(const QString& folder, const StickPlan& plan)
@@ -54,6 +72,7 @@ void BenchStick::beginAnother(const StickPlan& plan)
         if (!m_folder.rename(name, former + QLatin1Char('/') + name))
             throw BadInput(QStringLiteral("cannot move '%1' to %2").arg(name, former));
     m_former_folders += former;
+    m_given_before.insert(former, m_given);
     fill(plan);
 }
 
@@ -68,9 +87,22 @@ void BenchStick::fill(const StickPlan& plan)
 
 bool BenchStick::keeps(const QString& name) const
 {
-    QFile file(path(name));
-    return m_given.contains(name) && file.open(QIODevice::ReadOnly) &&
-           file.readAll() == m_given.value(name);
+    return m_given.contains(name) && holdsText(path(name), m_given.value(name));
+}
+
+QStringList BenchStick::disturbed() const
+{
+    QStringList names;
+    const auto look = [&names](const QDir& folder, const QHash<QString, QByteArray>& given) {
+        for (auto file = given.begin(); file != given.end(); ++file)
+            if (!stationsOwn().contains(file.key()) &&
+                !holdsText(folder.filePath(file.key()), file.value()))
+                names += file.key();
+    };
+    look(m_folder, m_given);
+    for (auto before = m_given_before.begin(); before != m_given_before.end(); ++before)
+        look(QDir(before.key()), before.value());
+    return names;
 }
 
 std::optional<qint64> BenchStick::bytesOf(const QString& name) const

@@ -40,6 +40,9 @@ public:
     virtual std::optional<qint64> bytesOf(const QString& name) const;
     /// The file is still what the plan had put there. Only files of given text are known.
     bool keeps(const QString& name) const;
+    /// Names of what was put on one of the sticks and is not as it was, but for what is the
+    /// station's to take or to replace.
+    QStringList disturbed() const;
     /// One line a name, at most `most` lines, fit to be shown.
     QStringList listing(int most) const;
     QString path(const QString& name) const { return m_folder.filePath(name); }
@@ -57,4 +60,5 @@ private:
     QDir m_folder;
     QStringList m_former_folders;
     QHash<QString, QByteArray> m_given; ///< text of the plan's files, by name
+    QHash<QString, QHash<QString, QByteArray>> m_given_before; ///< of former sticks, by folder
 };

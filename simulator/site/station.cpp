@@ -13,6 +13,12 @@ Station::Station(const QString& log_path, bool echo)
             QStringLiteral("cannot write %1: %2").arg(log_path, m_log_file.errorString()));
 }
 
+void Station::noteStart()
+{
+    m_exit_code.reset();
+    m_log.beginRun();
+}
+
 void Station::noteOutput(const QByteArray& output)
 {
     m_log_file.write(output);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "site/holdings.h"
 #include "site/stationlog.h"
 
 #include <QFile>
@@ -34,6 +35,9 @@ public:
     /// Of its process here; 0 while there is none, and always when its computer is another one.
     virtual qint64 stationPid() const { return 0; }
 
+    /// Of its process; std::nullopt while there is none, and where it cannot be seen.
+    virtual std::optional<Holdings> holdings() const { return std::nullopt; }
+
     /// Of the last run that ended; 128 + signal when one killed it.
     std::optional<int> exitCode() const { return m_exit_code; }
     const StationLog& log() const { return m_log; }
@@ -45,7 +49,7 @@ signals:
 protected:
     /// Of so many plain QThreads of the program.
     static int podThreadsOf(int threads) { return std::max(0, threads - kThreadsWithoutPods); }
-    void noteStart() { m_exit_code.reset(); }
+    void noteStart();
     void noteOutput(const QByteArray& output);
     void noteEnd(int exit_code);
 

@@ -43,6 +43,12 @@ QStringList StationLog::append(const QByteArray& output)
     return completed;
 }
 
+bool StationLog::runHolds(const QString& text) const
+{
+    return std::any_of(m_lines.begin() + m_run_begins, m_lines.end(),
+                       [&text](const QString& line) { return line.contains(text); });
+}
+
 int StationLog::count(const QString& text) const
 {
     return static_cast<int>(

@@ -51,7 +51,7 @@ void UsbBus::enter(int slot, const std::shared_ptr<PodModel>& pod)
     Place& place = m_places.at(size_t(slot));
     place.address = UsbAddress(UsbAddress::portsOfSlot(slot), nextDeviceNumber());
     place.device =
-        addDevice(*place.address, UsbDescription::pod(pod->mode(), pod->settings().udid), pod);
+        addDevice(*place.address, UsbDescription::pod(pod->mode(), pod->settings()), pod);
 }
 
 void UsbBus::leave(int slot)

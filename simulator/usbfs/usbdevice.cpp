@@ -13,6 +13,8 @@ namespace {
 constexpr unsigned char kEndpointOut = 0x01;
 constexpr unsigned char kEndpointIn = 0x81;
 constexpr int kSetupBytes = 8;
+constexpr quint32 kDataInterface = 1; ///< has both endpoints
+constexpr int kClassToInterface = 0x21;
 
 constexpr quint32 kBulkCapabilities =
     USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION | USBDEVFS_CAP_NO_PACKET_SIZE_LIM |
@@ -127,7 +129,8 @@ UsbDevice::Reply UsbDevice::driverRequest(NodeClient& host, unsigned long argume
             return failed(ENODATA);
         if (m_pod && !m_pod->driverDetaches())
             return failed(EBUSY);
-        interface->has_driver = false;
+        for (Interface& of_driver : m_interfaces)
+            of_driver.has_driver = false; // it holds both, and lets go of both
         return {};
     case USBDEVFS_CONNECT:
         if (interface->has_driver || interface->claimed_by != nullptr)
@@ -145,20 +148,35 @@ UsbDevice::Reply UsbDevice::submit(NodeClient& host, unsigned long argument)
     if (!urb.isValid())
         return failed(EINVAL);
     if (urb.type() == USBDEVFS_URB_TYPE_CONTROL)
-        return control(std::move(urb));
+        return control(host, std::move(urb));
     const bool known = urb.endpoint() == kEndpointOut || urb.endpoint() == kEndpointIn;
     if (urb.type() != USBDEVFS_URB_TYPE_BULK || !m_pod || !known)
         return failed(ENOENT);
+    if (!use(host, kDataInterface))
+        return failed(EBUSY);
     Urbs& queue = urb.endpoint() == kEndpointOut ? m_out : m_in;
     queue.push_back(std::move(urb));
     return {};
 }
 
-UsbDevice::Reply UsbDevice::control(Urb urb)
+/// What nobody has is claimed by its use; what a driver has is not.
+bool UsbDevice::use(NodeClient& host, quint32 number)
+{
+    Interface* interface = interfaceAt(number);
+    if (interface == nullptr || interface->has_driver)
+        return false;
+    if (interface->claimed_by == nullptr)
+        interface->claimed_by = &host;
+    return interface->claimed_by == &host;
+}
+
+UsbDevice::Reply UsbDevice::control(NodeClient& host, Urb urb)
 {
     if (urb.lengthBytes() < kSetupBytes)
         return failed(EINVAL);
     const QByteArray setup(urb.buffer(), kSetupBytes);
+    if (setup.at(0) == kClassToInterface && !use(host, quint8(setup.at(4))))
+        return failed(EBUSY);
     const auto answer = answerControlRequest(m_description, setup);
     const bool read = (quint8(setup.at(0)) & 0x80) != 0;
     int length_bytes = urb.lengthBytes() - kSetupBytes;

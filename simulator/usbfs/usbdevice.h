@@ -55,7 +55,8 @@ private:
     Reply submit(NodeClient& host, unsigned long argument);
     Reply discard(const NodeClient& host, unsigned long address);
     Reply reap(const NodeClient& host, unsigned long argument);
-    Reply control(Urb urb);
+    Reply control(NodeClient& host, Urb urb);
+    bool use(NodeClient& host, quint32 number);
 
     using Urbs = std::list<Urb>;
     Interface* interfaceAt(quint32 number);

@@ -7,7 +7,7 @@
 
 UsbFunction podFunction(const std::shared_ptr<PodModel>& pod)
 {
-    const UsbDescription description = UsbDescription::pod(pod->mode(), pod->settings().udid);
+    const UsbDescription description = UsbDescription::pod(pod->mode(), pod->settings());
     const auto control = [=](const QByteArray& setup, const QByteArray& data) {
         noteSerialLine(*pod, setup, data);
         return answerControlRequest(description, setup);

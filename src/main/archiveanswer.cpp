@@ -1,23 +1,14 @@
 #include "main/archiveanswer.h"
 
-bool ArchiveAnswer::give(bool added)
+void ArchiveAnswer::give(bool added)
 {
-    return m_state.exchange(added ? State::Added : State::Refused) != State::Abandoned;
-}
-
-std::optional<bool> ArchiveAnswer::abandon()
-{
-    return answerIn(m_state.exchange(State::Abandoned));
+    m_state = added ? State::Added : State::Refused;
 }
 
 std::optional<bool> ArchiveAnswer::added() const
 {
-    return answerIn(m_state);
-}
-
-std::optional<bool> ArchiveAnswer::answerIn(State state)
-{
-    if (state == State::Added || state == State::Refused)
-        return state == State::Added;
-    return std::nullopt;
+    const State state = m_state;
+    if (state == State::Pending)
+        return std::nullopt;
+    return state == State::Added;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "main/archiveanswer.h"
+#include "main/countedsync.h"
 #include "main/datafileclaim.h"
 
 #include <QtGlobal>
@@ -16,4 +17,5 @@ struct ArchiveTicket
     /// by the worker before Pod::dataReady.
     quint32 data_crc32 = 0;
     ArchiveAnswer answer;
+    CountedSync sync;
 };

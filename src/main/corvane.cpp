@@ -191,8 +191,10 @@ void Corvane::zipFile(const QString& file_path, int idx,
     const AdditionResult result = m_archives ? m_archives->add(file_path, ticket->data_crc32)
                                              : AdditionResult{AdditionResult::ArchiveUnusable};
     const bool success = result.added();
+    if (success)
+        ticket->sync.setArchived();
     // Before the broadcast, which is what makes the pod look at its ticket.
-    const bool pod_there = ticket->answer.give(success);
+    ticket->answer.give(success);
     emit fileZipped(success, idx);
     if (success) {
         qDebug().noquote() << "Zipped file:" << file_path;
@@ -203,8 +205,6 @@ void Corvane::zipFile(const QString& file_path, int idx,
     qWarning().noquote() << "Not archived:" << file_path << "in"
                          << (m_archives ? m_archives->currentPath() : QString())
                          << "reason:" << result.reason() << "on pod at index" << idx;
-    if (!pod_there)
-        nbPodsInSync(true); // what the pod would have done on the answer
 }
 
 void Corvane::podIsEmpty()

@@ -47,7 +47,8 @@ void wireController(Pod* pod, Corvane* controller)
         Qt::QueuedConnection);
     QObject::connect(controller, &Corvane::fileZipped, pod, &Pod::erasePod, Qt::QueuedConnection);
     QObject::connect(pod, &Pod::podEmpty, controller, &Corvane::podIsEmpty, Qt::QueuedConnection);
-    QObject::connect(pod, &Pod::syncInProgress, controller, &Corvane::nbPodsInSync);
+    QObject::connect(&pod->ticket()->sync, &CountedSync::counted, controller,
+                     &Corvane::nbPodsInSync);
 }
 
 } // namespace

@@ -34,6 +34,7 @@ Pod::Pod(int idx, UsbDeviceRef dev, UIBackEnd& uibackend, bool dfu_mode, bool ne
     connect(this, &Pod::setSyncProgress, &m_uibackend, &UIBackEnd::setPodSyncProgress);
     connect(this, &Pod::setUpdateProgress, &m_uibackend, &UIBackEnd::setPodUpdateProgress);
     connect(this, &Pod::setChargingState, &m_uibackend, &UIBackEnd::setChargingState);
+    connect(this, &Pod::syncInProgress, &m_ticket->sync, &CountedSync::tell, Qt::DirectConnection);
     // Direct, on the worker: both emissions return when the charging loop has ended.
     connect(this, &Pod::syncDone, this, &Pod::chargingLoop);
     connect(this, &Pod::podEmpty, this, &Pod::chargingLoop);
@@ -47,10 +48,6 @@ Pod::Pod(int idx, UsbDeviceRef dev, UIBackEnd& uibackend, bool dfu_mode, bool ne
 Pod::~Pod()
 {
     disconnectScreen();
-    // A refusal that came too late to be acted on must still be taken off the count, or the panel
-    // would wait for this pod for ever.
-    if (m_ticket->answer.abandon() == std::optional(false) && !m_answered)
-        emit syncInProgress(true);
     qDebug() << "Pod destructor";
 }
 
@@ -146,8 +143,6 @@ void Pod::eraseArchived()
         emit setSyncProgress(m_idx, progress::kFinished);
         emit syncDone(); // as podEmpty, returns when the pod is full or has left
     } catch (...) {
-        // The recording is in the archive: the handler's taking back is balanced in advance.
-        emit syncInProgress(false);
         errorHandler();
     }
 }

@@ -76,7 +76,7 @@ signals:
     void setChargingState(int idx, int state); ///< the pod's own status byte; 22 once at the start
     void dataReady(QString path, int idx);
     void finished();
-    void syncInProgress(bool failed); ///< false begins a synchronisation, true takes it back
+    void syncInProgress(bool failed); ///< false begins a synchronisation, true says that it failed
     void podEmpty();
     void syncDone();
     /// It was told to leave the bus and come back in its other mode.

@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kMostListedBytes = 1024 * 1024;
 constexpr int kMostKernelBytes = 256 * 1024;
-constexpr qint64 kMostInfosBytes = 64 * 1024;
+constexpr qint64 kMostInfosBytes = qint64(64) * 1024;
 
 QByteArray contentOf(const QString& path)
 {

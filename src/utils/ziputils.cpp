@@ -2,6 +2,7 @@
 
 #include "archive/archiveaddition.h"
 #include "archive/archivedevice.h"
+#include "archive/deflateplan.h"
 #include "archive/zipdirectory.h"
 #include "archive/zipextraction.h"
 #include "system/storagefile.h"
@@ -19,7 +20,6 @@
 
 namespace {
 
-constexpr int kDeflateLevel = 6;
 /// The largest hash table, 128 KiB more in all: fewer false candidates for a match in noisy data.
 constexpr int kDeflateMemoryLevel = MAX_MEM_LEVEL;
 /// A size of 32 bits in the entry's header; the last value is taken for the 64-bit form.
@@ -76,8 +76,9 @@ bool copyInto(QuaZipFile& entry, int source)
 bool writeEntry(QuaZip& zip, const QuaZipNewInfo& info, int source)
 {
     QuaZipFile entry(&zip);
-    if (!entry.open(QIODevice::WriteOnly, info, nullptr, 0, Z_DEFLATED, kDeflateLevel, false,
-                    -MAX_WBITS, kDeflateMemoryLevel))
+    const DeflatePlan plan = DeflatePlan::forFile(source);
+    if (!entry.open(QIODevice::WriteOnly, info, nullptr, 0, Z_DEFLATED, plan.level, false,
+                    -MAX_WBITS, kDeflateMemoryLevel, plan.strategy))
         return false;
     const bool copied = copyInto(entry, source);
     entry.close();

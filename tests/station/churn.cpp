@@ -1,9 +1,6 @@
 #include "bench/bench.h"
 #include "bench/verdict.h"
-#include "privateroot/processtree.h"
 
-#include <QDir>
-#include <QFile>
 #include <QtTest>
 
 #include <algorithm>
@@ -25,13 +22,6 @@ private slots:
     void cleanupTestCase();
 
 private:
-    struct Holdings
-    {
-        int threads = 0;
-        int descriptors = 0;
-        int memory_kib = 0;
-    };
-
     bool waitFor(const Condition& condition);
     void plugAndUnplugAll(int round);
     Holdings holdings() const;
@@ -53,17 +43,6 @@ constexpr bool kSanitized = false;
 constexpr int kChildDescriptors = 4;
 /// The allocator's own coming and going. Objects of a few bytes hide in it: those are counted.
 constexpr int kMemorySlackKib = 6 * 1024;
-
-/// Sockets left out: the simulated devices' preload leaves one behind whenever the station comes to
-/// open a device that has just gone. A device, a file or a thread that stayed open would count.
-int descriptorsOf(const QString& folder)
-{
-    const QDir descriptors(folder);
-    const QStringList names = descriptors.entryList(QDir::Files | QDir::System);
-    return static_cast<int>(std::count_if(names.begin(), names.end(), [&](const QString& name) {
-        return !QFile::symLinkTarget(descriptors.filePath(name)).contains(QLatin1String("socket:"));
-    }));
-}
 
 Condition podThreads(int number)
 {
@@ -113,20 +92,9 @@ void Churn::plugAndUnplugAll(int round)
     QVERIFY(waitFor(podThreads(0)));
 }
 
-Churn::Holdings Churn::holdings() const
+Holdings Churn::holdings() const
 {
-    const qint64 pid = m_bench->station().stationPid();
-    const QString proc = QStringLiteral("/proc/%1/").arg(pid);
-    Holdings now;
-    now.threads = threadNames(pid).size();
-    now.descriptors = descriptorsOf(proc + QStringLiteral("fd"));
-    QFile status(proc + QStringLiteral("status"));
-    if (status.open(QIODevice::ReadOnly)) {
-        const QByteArray text = status.readAll();
-        const int at = text.indexOf("VmRSS:") + 6;
-        now.memory_kib = text.mid(at, text.indexOf("kB", at) - at).trimmed().toInt();
-    }
-    return now;
+    return m_bench->station().holdings().value_or(Holdings());
 }
 
 void Churn::leavesNothingBehind()

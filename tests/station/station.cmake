@@ -1,6 +1,7 @@
 # Each scenario plays the real station at the bench to its end; the bench judges it.
 foreach(scenario IN ITEMS
-    archivefull backup backupfull backuplies backuppower backuppulled bounce copykilled copypulled
+    archivefull backup backupfull backuplies backuppower backuppulled bounce commandhuge commandsleft
+    commandunreadable copykilled copypulled
     diskfull emptypod erasedfirst export exportfull faults firmware firmwareescaped firmwareunheard
     powerloss quit sharedname sizes stick sticklies stop toosmall updatemarker)
   add_test(NAME scenario_${scenario}
@@ -22,9 +23,13 @@ target_compile_definitions(scenario_churn
   PRIVATE CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>")
 
 # Made of parts, played as the files are.
-foreach(scenario IN ITEMS commands starts)
-  corvane_add_test(scenario_${scenario}
-    SOURCES station/${scenario}.cpp support/playedscenario.cpp LIBRARIES corvane_bench)
-  target_compile_definitions(scenario_${scenario}
-    PRIVATE CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>")
-endforeach()
+corvane_add_test(scenario_starts
+  SOURCES station/starts.cpp support/playedscenario.cpp LIBRARIES corvane_bench)
+target_compile_definitions(scenario_starts
+  PRIVATE CORVANE_STATION_PROGRAM="$<TARGET_FILE:corvane>")
+
+# Twenty short days out of their seeds, side by side: mostly waiting, as a station is.
+add_test(NAME explore_seeds
+  COMMAND corvane-sim --explore 20 --seed 1 --episodes 5 --jobs 20
+    --keep ${CMAKE_CURRENT_BINARY_DIR}/explored)
+set_tests_properties(explore_seeds PROPERTIES ENVIRONMENT "${CORVANE_SANITIZER_ENVIRONMENT}")

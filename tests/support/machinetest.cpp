@@ -1,7 +1,10 @@
 #include "support/machinetest.h"
 
+#include "bench/verdict.h"
+#include "machine/computer.h"
 #include "machine/machineshell.h"
 
+#include <QTextStream>
 #include <QtTest>
 
 #include <chrono>
@@ -34,6 +37,29 @@ int numberFrom(const char* variable, int usual)
     bool ok = false;
     const int number = qEnvironmentVariableIntValue(variable, &ok);
     return ok ? number : usual;
+}
+
+std::unique_ptr<Bench> benchOf(const Computer& computer, const MachineExtras& extras,
+                               const Scenario& scenario, MachineSite*& site)
+{
+    BenchSettings settings;
+    if (extras.packages.isEmpty())
+        settings.station_program = QStringLiteral(CORVANE_STATION_PROGRAM);
+    settings.make_site = [computer, extras, &site](const auto& of_bench, const auto& plan,
+                                                   const auto& folder) {
+        auto made = std::make_unique<MachineSite>(of_bench, plan, folder, computer, extras);
+        site = made.get();
+        return made;
+    };
+    return std::make_unique<Bench>(settings, scenario);
+}
+
+bool isGood(const Bench& bench, const Expectations& expect)
+{
+    const Verdict verdict = judge(bench, expect);
+    if (!verdict.good())
+        QTextStream(stderr) << summary(bench, verdict);
+    return verdict.good();
 }
 
 Scenario quickPods(quint32 least_bytes, quint32 most_bytes)

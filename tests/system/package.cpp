@@ -1,8 +1,5 @@
-#include "bench/bench.h"
-#include "bench/verdict.h"
 #include "bus/usbaddress.h"
 #include "machine/machineshell.h"
-#include "machine/machinesite.h"
 #include "support/machinetest.h"
 #include "system/testedcomputer.h"
 
@@ -93,15 +90,8 @@ void Package::plug(int slot)
 
 void Package::install()
 {
-    BenchSettings settings;
-    settings.make_site = [this](const auto& of_bench, const auto& scenario, const auto& folder) {
-        auto site =
-            std::make_unique<MachineSite>(of_bench, scenario, folder, testedcomputer::computer(),
-                                          MachineExtras{testedcomputer::packages()});
-        m_site = site.get();
-        return site;
-    };
-    m_bench = std::make_unique<Bench>(settings, scenario());
+    m_bench = benchOf(testedcomputer::computer(), MachineExtras{testedcomputer::packages()},
+                      scenario(), m_site);
     m_bench->start();
     QVERIFY(startsAgain());
     VERIFY_IN_MACHINE("systemctl is-active corvane");
@@ -216,10 +206,7 @@ void Package::judgeRun()
     expect.erased = kFirst | slotSetOf(kAfterInstallation) | slotSetOf(kAfterBoot) |
                     slotSetOf(kInCopy) | slotSetOf(kAfterKill);
     expect.infos_contain = QStringList(QStringLiteral("Serial number: 0004A3123456"));
-    const Verdict verdict = judge(*m_bench, expect);
-    if (!verdict.good())
-        QTextStream(stderr) << summary(*m_bench, verdict); // a test's own message would be cut
-    QVERIFY(verdict.good());
+    QVERIFY(isGood(*m_bench, expect));
 }
 
 void Package::worksAndKeepsRecordings()

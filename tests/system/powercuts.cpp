@@ -1,5 +1,3 @@
-#include "bench/bench.h"
-#include "bench/verdict.h"
 #include "support/machinetest.h"
 #include "system/testedcomputer.h"
 
@@ -248,8 +246,7 @@ void PowerCuts::loseNothing()
         Expectations expect;
         expect.archived = usedSlots();
         expect.erased = usedSlots();
-        const Verdict verdict = judge(*m_bench, expect);
-        QVERIFY2(verdict.good(), qPrintable(summary(*m_bench, verdict)));
+        QVERIFY(isGood(*m_bench, expect));
     }
     qInfo("%d cuts left an addition that had to be put back", put_back);
     QVERIFY(put_back > 0 || cuts < kUsualCuts);

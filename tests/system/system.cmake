@@ -31,7 +31,6 @@ function(corvane_add_system_test name)
   set_tests_properties(system_${name} PROPERTIES
     ENVIRONMENT "QTEST_FUNCTION_TIMEOUT=3000000" ${alone})
 endfunction()
-corvane_add_system_test(launcherreplacement)
 corvane_add_system_test(optdisk)
 corvane_add_system_test(package)
 corvane_add_system_test(powercuts)

@@ -1,6 +1,4 @@
 #include "archives/archivecheck.h"
-#include "bench/bench.h"
-#include "bench/verdict.h"
 #include "common/badinput.h"
 #include "common/tool.h"
 #include "machine/computer.h"
@@ -172,17 +170,10 @@ void WriteLog::archiveTogether(const SlotSet& slot_set)
 
 void WriteLog::makeBench()
 {
-    BenchSettings settings = benchSettings();
-    settings.make_site = [this](const auto& of_bench, const auto& scenario, const auto& folder) {
-        MachineExtras extras;
-        extras.disk_bytes = kDiskBytes;
-        extras.writes_logged = true;
-        auto site =
-            std::make_unique<MachineSite>(of_bench, scenario, folder, Computer::desk(), extras);
-        m_site = site.get();
-        return site;
-    };
-    m_bench = std::make_unique<Bench>(settings, scenario());
+    MachineExtras extras;
+    extras.disk_bytes = kDiskBytes;
+    extras.writes_logged = true;
+    m_bench = benchOf(Computer::desk(), extras, scenario(), m_site);
 }
 
 /// disk: the one that the station has; empty: a new one.
@@ -204,8 +195,7 @@ void WriteLog::record(const QString& disk, const SlotSet& one_by_one, const Slot
     expect.on_stick = false;
     expect.archived = one_by_one | together;
     expect.erased = expect.archived;
-    const Verdict verdict = judge(*m_bench, expect);
-    QVERIFY2(verdict.good(), qPrintable(summary(*m_bench, verdict)));
+    QVERIFY(isGood(*m_bench, expect));
 }
 
 WriteLog::Recordings WriteLog::acknowledgedAt(const DiskStates::State& state) const

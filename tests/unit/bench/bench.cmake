@@ -1,3 +1,4 @@
+corvane_add_test(bench_days SOURCES unit/bench/days.cpp LIBRARIES corvane_bench)
 corvane_add_test(bench_firmware SOURCES unit/bench/firmware.cpp
   LIBRARIES corvane_bench QuaZip::QuaZip)
 corvane_add_test(bench_input SOURCES unit/bench/input.cpp LIBRARIES corvane_bench)

@@ -147,7 +147,8 @@ void BenchInputTest::readsEveryCondition()
     const Scenario scenario = parse(withSteps(R"({"unplug": 0, "at": 1.5, "after": {
         "readout begun": 2, "readout completed": 2, "erased": "0,2", "charging": 2, "charged": 3,
         "vanished": 1, "bootloader": 4, "updating": 4, "updated": 2, "gauge full": "5-6",
-        "gauge empty": 7, "log": ["Hash", "Name"], "times": 3, "panel": -1, "pod threads": 2,
+        "gauge empty": 7, "log": ["Hash", "Name"], "times": 3, "run log": "Version:",
+        "panel": -1, "pod threads": 2,
         "stick bytes": {"backup.zip": 9}, "stick lacks": "x", "stick mounted": true,
         "station bytes": {"version": 0}, "ended": true}})"));
     QMap<Condition::Kind, int> numbers;
@@ -214,7 +215,8 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
         "demo.json: steps[0].touch[0]: a whole number from 0 to 479 is needed here");
     row("touch", withSteps(R"({"touch": [1]})"), "demo.json: steps[0].touch: a touch is [x, y]");
     row("station", withSteps(R"({"station": "sleep"})"),
-        "demo.json: steps[0].station: unknown 'sleep'; a station can: kill, quit, restart, stop");
+        "demo.json: steps[0].station: unknown 'sleep'; a station can: kill, measure, quit, "
+        "restart, stop");
     row("time past all counting", withSteps(R"({"at": 1e300, "station": "quit"})"),
         "demo.json: steps[0].at: a number of seconds is needed here, at most 86400");
     row("expect", R"({"name": "t", "steps": [], "expect": {"luck": 1}})",

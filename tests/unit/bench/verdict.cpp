@@ -108,6 +108,9 @@ void BenchVerdictTest::seesDamageInsideAnArchive()
     QStringList problems;
     QVERIFY(readArchive(path, problems).empty());
     QCOMPARE(problems, QStringList(path + QStringLiteral(" is missing or no archive")));
+    writeArchive(path, {}); // as a backup of nothing
+    QVERIFY(readArchive(path, problems).empty());
+    QCOMPARE(problems.size(), 1);
 
     writeArchive(path, {kInfos, {QStringLiteral("A.ozu"), "recorded"}});
     QFile file(path);
@@ -323,9 +326,14 @@ void BenchVerdictTest::judgesEveryRunOfTheStation()
     expect.stick_keeps = QStringList(QStringLiteral("photo"));
     expect.station_lacks = QStringList(QStringLiteral("version"));
     expect.exit_code = 1;
+    expect.never_run = QStringList(QStringLiteral("lsusb"));
+    QFile tools(bench.folder().control() + QStringLiteral("/tools.log"));
+    QVERIFY(tools.open(QIODevice::WriteOnly) && tools.write("blkid \nlsusb -v\n") > 0);
+    tools.close();
     const QStringList problems = judge(bench, expect).problems;
     QVERIFY(problems.contains(
         QStringLiteral("a run of the station before the last ended with exit code 1")));
+    QVERIFY(problems.contains(QStringLiteral("lsusb was run")));
     QVERIFY(problems.contains(QStringLiteral("slot 3 never had a pod")));
     QVERIFY(problems.contains(QStringLiteral("the station holds 'version'")));
     QVERIFY(problems.contains(QStringLiteral("slots never erased: 4")));

@@ -1,28 +1,26 @@
 #include "main/corvane.h"
 #include "main/pod.h"
 #include "main/serialnumberchip.h"
+#include "support/testfiles.h"
 #include "uibackend/uibackend.h"
 
 #include <QDir>
 #include <QFile>
+#include <QMap>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <functional>
 #include <memory>
 
 using Claim = DataFileClaim::Result;
+using testfiles::write;
 
 namespace {
 
 const QString kPath = QStringLiteral("0123456789ABCDE.ozu");
-
-bool write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
-}
 
 } // namespace
 
@@ -35,8 +33,8 @@ class ControllerAnswers : public QObject
 private slots:
     void init();
     void podActsOnItsOwnAnswerAlone();
-    void refusalIsCountedBackExactlyOnce_data();
-    void refusalIsCountedBackExactlyOnce();
+    void syncIsTakenBackExactlyOnce_data();
+    void syncIsTakenBackExactlyOnce();
     void refusalTellsPodFileAndReason();
     void sameFileNameTakesTurns();
     void yieldedFileBelongsToWhoTakesItNext();
@@ -75,32 +73,47 @@ void ControllerAnswers::podActsOnItsOwnAnswerAlone()
     QCOMPARE(taken_back.first(), QVariantList({true}));
 }
 
-void ControllerAnswers::refusalIsCountedBackExactlyOnce_data()
+void ControllerAnswers::syncIsTakenBackExactlyOnce_data()
 {
-    QTest::addColumn<bool>("pod_leaves_first");
-    QTest::addColumn<bool>("pod_hears_the_answer");
-    QTest::newRow("pod gone before the controller came to its file") << true << false;
-    QTest::newRow("pod gone before it heard the answer") << false << false;
-    QTest::newRow("pod there") << false << true;
+    QTest::addColumn<QStringList>("events");
+    QTest::addColumn<int>("taken_back");
+    const auto row = [](const char* events, int taken_back) {
+        QTest::newRow(events) << QString::fromLatin1(events).split(QStringLiteral(", "))
+                              << taken_back;
+    };
+    row("gone", 0); // before it began
+    row("begins, gone", 1);
+    row("begins, begins, fails, gone", 1);
+    row("begins, fails, refused, heard, gone", 1);
+    row("begins, refused, heard, gone", 1);
+    row("begins, refused, gone", 1);
+    row("begins, gone, refused", 1);
+    row("begins, archived, fails, gone", 0); // its erasing
 }
 
-void ControllerAnswers::refusalIsCountedBackExactlyOnce()
+void ControllerAnswers::syncIsTakenBackExactlyOnce()
 {
-    QFETCH(bool, pod_leaves_first);
-    QFETCH(bool, pod_hears_the_answer);
+    QFETCH(QStringList, events);
+    QFETCH(int, taken_back);
+    Corvane controller(m_backend);
     auto pod = std::make_unique<Pod>(0, UsbDeviceRef(), m_backend);
-    const auto ticket = pod->ticket();
-    int taken_back = 0;
-    connect(pod.get(), &Pod::syncInProgress, this, [&](bool failed) { taken_back += failed; });
-
-    if (pod_leaves_first)
-        pod.reset();
-    if (!ticket->answer.give(false))
-        ++taken_back; // the controller's part
-    if (pod_hears_the_answer)
-        pod->erasePod(false, 0);
-    pod.reset();
-    QCOMPARE(taken_back, 1);
+    auto ticket = pod->ticket();
+    QVector<bool> counted;
+    connect(&ticket->sync, &CountedSync::counted, this, [&](bool failed) { counted += failed; });
+    const QMap<QString, std::function<void()>> play{
+        {QStringLiteral("begins"), [&] { emit pod->syncInProgress(false); }},
+        {QStringLiteral("fails"), [&] { emit pod->syncInProgress(true); }},
+        // There is no archive yet.
+        {QStringLiteral("refused"), [&] { controller.zipFile(kPath, 0, ticket); }},
+        {QStringLiteral("archived"), [&] { ticket->sync.setArchived(); }},
+        {QStringLiteral("heard"), [&] { pod->erasePod(false, 0); }},
+        {QStringLiteral("gone"), [&] { pod.reset(); }},
+    };
+    for (const QString& event : qAsConst(events))
+        play.value(event)();
+    ticket.reset();
+    QCOMPARE(counted.count(true), taken_back);
+    QCOMPARE(counted.count(false), events.contains(QStringLiteral("begins")) ? 1 : 0);
 }
 
 void ControllerAnswers::refusalTellsPodFileAndReason()
@@ -129,6 +142,11 @@ void ControllerAnswers::sameFileNameTakesTurns()
     QVERIFY(!QFile::exists(kPath));
     QCOMPARE(second.claim(kPath), Claim::Held);
     first.release(); // no longer its own
+    QVERIFY(QFile::exists(kPath));
+    // What has no name any more holds none.
+    QVERIFY(QFile::remove(kPath));
+    QCOMPARE(second.claim(kPath), Claim::Taken);
+    QCOMPARE(second.claim(kPath), Claim::Held);
     QVERIFY(QFile::exists(kPath));
     // Two pods that share a name must not both write because neither could make the file.
     QCOMPARE(first.claim(QStringLiteral("no-such-folder/file.ozu")), Claim::Impossible);

@@ -10,16 +10,15 @@
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
 
 #include <memory>
 
+using testfiles::archiveName;
 using testfiles::contentOf;
+using testfiles::noise;
 using testfiles::write;
-using testfiles::writeTool;
 
 namespace {
 
@@ -27,26 +26,10 @@ const QString kSerial = QStringLiteral("001122334455");
 const QString kExport = QStringLiteral("QVX_DATAS.cvx");
 constexpr int kMaxArchives = 3;
 
-QString archive(int number)
-{
-    return QStringLiteral("%1.cvx").arg(number, 10, 10, QLatin1Char('0'));
-}
-
 QString owedName(int number, const QString& suffix = {})
 {
     return QStringLiteral("QVX_DATAS_%1_%2%3.cvx")
-        .arg(kSerial)
-        .arg(number, 10, 10, QLatin1Char('0'))
-        .arg(suffix);
-}
-
-QByteArray noise(int bytes)
-{
-    QByteArray content(bytes, Qt::Uninitialized);
-    QRandomGenerator generator(quint32(bytes) + 1U);
-    for (char& byte : content)
-        byte = char(generator.bounded(256));
-    return content;
+        .arg(kSerial, archiveName(number).chopped(4), suffix);
 }
 
 /// An archive with so many empty entries, of names that end so.
@@ -125,11 +108,10 @@ private:
 
 void ControllerDelivery::initTestCase()
 {
-    QVERIFY(writeTool(QStringLiteral("/opt/blkid"), "echo /dev/sda1:"));
-    QVERIFY(writeTool(QStringLiteral("/opt/mount"),
-                      "exec /bin/mount -t tmpfs -o size=1m key /media/usbkey"));
-    QVERIFY(writeTool(QStringLiteral("/opt/umount"), "exec /bin/umount /media/usbkey"));
-    qputenv("PATH", "/opt:" + qgetenv("PATH"));
+    QVERIFY(testfiles::useTools(QStringLiteral("/opt"),
+                                {{"blkid", "echo /dev/sda1:"},
+                                 {"mount", "exec /bin/mount -t tmpfs -o size=1m key /media/usbkey"},
+                                 {"umount", "exec /bin/umount /media/usbkey"}}));
 }
 
 void ControllerDelivery::init()
@@ -156,12 +138,12 @@ void ControllerDelivery::everyStartsRecordingsComeToTheStick()
         QVERIFY(archived(*start(), QLatin1String(night)));
     const auto archives = start();
     QVERIFY(archived(*archives, QStringLiteral("c.ozu")));
-    QCOMPARE(archives->owedEarlier(), QStringList({archive(0), archive(1)}));
+    QCOMPARE(archives->owedEarlier(), QStringList({archiveName(0), archiveName(1)}));
     QCOMPARE(deliver(*archives), Copied);
     QVERIFY(!archives->owesAny());
     QCOMPARE(ZipUtils::listFiles(onStick(kExport)), entriesWith(QStringLiteral("c.ozu")));
-    QCOMPARE(contentOf(onStick(owedName(0))), contentOf(LocalArchives::pathOf(archive(0))));
-    QCOMPARE(contentOf(onStick(owedName(1))), contentOf(LocalArchives::pathOf(archive(1))));
+    QCOMPARE(contentOf(onStick(owedName(0))), contentOf(LocalArchives::pathOf(archiveName(0))));
+    QCOMPARE(contentOf(onStick(owedName(1))), contentOf(LocalArchives::pathOf(archiveName(1))));
     QCOMPARE(stickFiles().size(), 3);
     QVERIFY(!start()->owesAny());
 
@@ -184,23 +166,23 @@ void ControllerDelivery::whatIsOnTheStickStays()
              entriesWith(QStringLiteral("a.ozu")));
 
     // The power went after the copy and before it was noted.
-    QVERIFY(archives->owed().add(archive(0)));
+    QVERIFY(archives->owed().add(archiveName(0)));
     QCOMPARE(deliver(*archives), Copied);
     QCOMPARE(stickFiles().size(), 2);
 }
 
 void ControllerDelivery::stickWithoutRoom()
 {
-    QVERIFY(archived(*start(), QStringLiteral("large.ozu"), noise(1500000)));
+    QVERIFY(archived(*start(), QStringLiteral("large.ozu"), noise(1, 1500000)));
     QVERIFY(archived(*start(), QStringLiteral("small.ozu")));
     const auto archives = start();
     QCOMPARE(deliver(*archives), NoUsbKey);
     QCOMPARE(stickFiles(), QStringList(owedName(1)));
-    QCOMPARE(archives->owedEarlier(), QStringList(archive(0)));
+    QCOMPARE(archives->owedEarlier(), QStringList(archiveName(0)));
 
     // The current archive has none: what is there of an earlier day is not taken away for nothing.
     QVERIFY(write(onStick(kExport), "an earlier day's"));
-    QVERIFY(archived(*archives, QStringLiteral("b.ozu"), noise(1200000)));
+    QVERIFY(archived(*archives, QStringLiteral("b.ozu"), noise(1, 1200000)));
     QCOMPARE(deliver(*archives), CopyFailed);
     QCOMPARE(contentOf(onStick(kExport)), QByteArray("an earlier day's"));
 }
@@ -210,7 +192,7 @@ void ControllerDelivery::recordingsAreNotReplacedByNone()
     const auto archives = start();
     QVERIFY(write(onStick(kExport), "recordings"));
     // Noted as owed for its first recording, before which the power went.
-    QVERIFY(archives->owed().add(archive(0)));
+    QVERIFY(archives->owed().add(archiveName(0)));
     QCOMPARE(deliver(*archives), Copied);
     QCOMPARE(contentOf(onStick(kExport)), QByteArray("recordings"));
     QVERIFY(!archives->owesAny());
@@ -233,9 +215,9 @@ void ControllerDelivery::refusedRecordingAsksForNoStick()
 /// Of the current archive of then, which a restart has made an earlier one.
 void ControllerDelivery::copyThatWasCutTakesNoRoom()
 {
-    QVERIFY(archived(*start(), QStringLiteral("a.ozu"), noise(500000)));
+    QVERIFY(archived(*start(), QStringLiteral("a.ozu"), noise(1, 500000)));
     const auto archives = start();
-    QVERIFY(write(onStick(QStringLiteral(".corvane.new")), noise(800000)));
+    QVERIFY(write(onStick(QStringLiteral(".corvane.new")), noise(1, 800000)));
     QCOMPARE(deliver(*archives), Copied);
     QCOMPARE(QDir(m_key->usb_path()).entryList(QDir::Files | QDir::Hidden),
              QStringList(owedName(0)));
@@ -246,12 +228,12 @@ void ControllerDelivery::archiveThatCannotBeReadStopsNoOther()
     for (const char* night : {"a.ozu", "b.ozu"})
         QVERIFY(archived(*start(), QLatin1String(night)));
     const auto archives = start();
-    const QString path = LocalArchives::pathOf(archive(0));
+    const QString path = LocalArchives::pathOf(archiveName(0));
     // Opens, but gives no byte.
     QVERIFY(QFile::remove(path) && QFile::link(QStringLiteral("/proc/self/mem"), path));
     QCOMPARE(deliver(*archives), CopyFailed);
     QCOMPARE(stickFiles(), QStringList(owedName(1)));
-    QCOMPARE(archives->owedEarlier(), QStringList(archive(0)));
+    QCOMPARE(archives->owedEarlier(), QStringList(archiveName(0)));
 }
 
 void ControllerDelivery::archiveThatTakesNoMore_data()
@@ -313,7 +295,8 @@ void ControllerDelivery::owedArchivesStay()
     const auto archives = start();
     QCOMPARE(deliver(*archives), Copied);
     archives->beginNext();
-    QCOMPARE(datas.entryList(QDir::Files), QStringList({archive(4), archive(5), archive(6)}));
+    QCOMPARE(datas.entryList(QDir::Files),
+             QStringList({archiveName(4), archiveName(5), archiveName(6)}));
 }
 
 void ControllerDelivery::noteOfWhatIsOwed()
@@ -327,7 +310,7 @@ void ControllerDelivery::noteOfWhatIsOwed()
     // What cannot be read may have named anything.
     for (int bytes = 0; bytes < note.size(); ++bytes) {
         QVERIFY(write(stationpaths::kOwed, note.left(bytes)));
-        QVERIFY(OwedArchives().contains(archive(0)));
+        QVERIFY(OwedArchives().contains(archiveName(0)));
     }
     // Nothing is erased from a pod that could be forgotten.
     QVERIFY(QFile::remove(stationpaths::kOwed) && QDir().mkdir(stationpaths::kOwed));
@@ -346,7 +329,7 @@ void ControllerDelivery::archivesThatMayComeLater()
     start(); // with an archive of its own, in the folder under the disk
     QVERIFY(QDir(stationpaths::kArchives).removeRecursively() &&
             QFile::rename(QStringLiteral("disk"), stationpaths::kArchives));
-    QCOMPARE(start()->owedEarlier(), QStringList(archive(0)));
+    QCOMPARE(start()->owedEarlier(), QStringList(archiveName(0)));
     // Erased by an operator, they are owed to nobody.
     const auto archives = start();
     QVERIFY(QDir(stationpaths::kArchives).removeRecursively() &&

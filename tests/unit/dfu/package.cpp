@@ -78,11 +78,9 @@ private:
 
 void DfuPackage::initTestCase()
 {
-    QVERIFY(QDir().mkpath(QStringLiteral("/opt/tools")));
-    QVERIFY(
-        writeTool(QStringLiteral("/opt/tools/mount"), "exec /bin/mount --bind /opt/stick \"$2\""));
-    QVERIFY(writeTool(QStringLiteral("/opt/tools/umount"), "exec /bin/umount \"$1\""));
-    qputenv("PATH", "/opt/tools:" + qgetenv("PATH"));
+    QVERIFY(testfiles::useTools(QStringLiteral("/opt/tools"),
+                                {{"mount", "exec /bin/mount --bind /opt/stick \"$2\""},
+                                 {"umount", "exec /bin/umount \"$1\""}}));
     m_handler = qInstallMessageHandler(hear);
 }
 

@@ -2,7 +2,7 @@
 #include "main/corvane.h"
 #include "main/discovery.h"
 #include "main/pod.h"
-#include "support/updatebench.h"
+#include "support/podrig.h"
 #include "utils/libusbutils.h"
 
 #include <QSignalSpy>
@@ -58,10 +58,7 @@ public:
         m_thread.quit();
         m_thread.wait();
     }
-    Station(const Station&) = delete;
-    Station& operator=(const Station&) = delete;
-    Station(Station&&) = delete;
-    Station& operator=(Station&&) = delete;
+    Q_DISABLE_COPY_MOVE(Station)
 
     int podsConnected() const { return m_corvane.nb_pods_connected; }
     void report(const UsbDeviceRef& device, int event) { emit m_discovery->hotplug(device, event); }
@@ -104,10 +101,7 @@ public:
         });
     }
     ~HeldWorker() { release(); }
-    HeldWorker(const HeldWorker&) = delete;
-    HeldWorker& operator=(const HeldWorker&) = delete;
-    HeldWorker(HeldWorker&&) = delete;
-    HeldWorker& operator=(HeldWorker&&) = delete;
+    Q_DISABLE_COPY_MOVE(HeldWorker)
 
     void release()
     {
@@ -136,10 +130,7 @@ public:
         pthread_setattr_default_np(&boundless);
     }
     ~NoThreads() { pthread_setattr_default_np(&m_usual); }
-    NoThreads(const NoThreads&) = delete;
-    NoThreads& operator=(const NoThreads&) = delete;
-    NoThreads(NoThreads&&) = delete;
-    NoThreads& operator=(NoThreads&&) = delete;
+    Q_DISABLE_COPY_MOVE(NoThreads)
 
 private:
     pthread_attr_t m_usual{};
@@ -147,10 +138,25 @@ private:
 
 PodSettings emptyPod()
 {
-    PodSettings settings = UpdateBench::podInBootloader();
+    PodSettings settings = PodRig::podInBootloader();
     settings.flash.in_bootloader = false;
     return settings;
 }
+
+/// What the screen was told.
+struct Seen
+{
+    explicit Seen(const UIBackEnd& screen)
+        : progress(&screen, &UIBackEnd::podSyncProgressChanged)
+        , charging(&screen, &UIBackEnd::chargingStateChanged)
+        , connection(&screen, &UIBackEnd::podConnectionChanged)
+    {
+    }
+
+    QSignalSpy progress;
+    QSignalSpy charging;
+    QSignalSpy connection;
+};
 
 /// As its worker does when the pod is to restart.
 void tellToRestart(const Station::Slot& slot)
@@ -179,96 +185,96 @@ private slots:
     void silentWorkerIsOverruled();
     void limitOfRestarts();
     void onlyAnUpdatedPodComesBack();
+    void oldPodPaintsNothing();
+    void deviceComesOnce();
+    void foreignDevicesAreLeftAlone();
     void isUpdatingBeforeItRestarts();
     void placeIsFreeWithoutAThread();
 
 private:
     UsbDeviceRef plugFailing(int idx);
 
-    std::unique_ptr<UpdateBench> m_bench;
-    UpdateBench::Package m_package;
+    std::unique_ptr<PodRig> m_rig;
+    std::unique_ptr<Seen> m_seen;
+    PodRig::Package m_package;
 };
 
 void DfuRoad::init()
 {
-    m_bench = std::make_unique<UpdateBench>();
-    m_package = UpdateBench::plainPackage(UpdateBench::podInBootloader().bootloader);
-    UpdateBench::unpack(m_package);
+    m_rig = std::make_unique<PodRig>();
+    m_seen = std::make_unique<Seen>(m_rig->screen());
+    m_package = PodRig::plainPackage(PodRig::podInBootloader().bootloader);
+    PodRig::unpack(m_package);
 }
 
 void DfuRoad::cleanup()
 {
-    m_bench.reset();
+    m_seen.reset();
+    m_rig.reset();
 }
 
 void DfuRoad::updatedPodComesBackAndCharges()
 {
-    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podUpdateProgressChanged);
-    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    const Station station(m_bench->screen());
-    m_bench->bus().plug(4, UpdateBench::podInBootloader());
+    QSignalSpy percents(&m_rig->screen(), &UIBackEnd::podUpdateProgressChanged);
+    const Station station(m_rig->screen());
+    m_rig->bus().plug(4, PodRig::podInBootloader());
 
-    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs);
-    QCOMPARE(charging.last(), QVariantList({4, 2}));
-    QVERIFY(m_bench->updated(4, m_package));
-    QCOMPARE(m_bench->bus().report(4).mode, PodMode::Normal);
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->charging.size(), 2, kPatientMs);
+    QCOMPARE(m_seen->charging.last(), QVariantList({4, 2}));
+    QVERIFY(m_rig->updated(4, m_package));
+    QCOMPARE(m_rig->bus().report(4).mode, PodMode::Normal);
     QVector<int> shown;
-    for (const QVariantList& change : progress)
+    for (const QVariantList& change : percents)
         shown.append(change.last().toInt());
     QCOMPARE(shown, QVector<int>({20, 40, 61, 81, 100, 101}));
     QCOMPARE(station.podsConnected(), 1);
-    QCOMPARE(connection.size(), 0); // deliberate for a pod that comes in its bootloader
+    QCOMPARE(m_seen->connection.size(), 0); // deliberate for a pod that comes in its bootloader
 
-    m_bench->bus().unplug(4);
-    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
-    QCOMPARE(connection.last(), QVariantList({4, false}));
+    m_rig->bus().unplug(4);
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 1, kPatientMs);
+    QCOMPARE(m_seen->connection.last(), QVariantList({4, false}));
     QCOMPARE(station.podsConnected(), 0);
 }
 
 void DfuRoad::podThatLeavesAndReturns()
 {
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    QSignalSpy vanished(&m_bench->bus(), &UsbBus::podVanished);
-    const Station station(m_bench->screen());
-    m_bench->bus().plug(0, UpdateBench::podInBootloader(PodFault::DisconnectAtByte));
+    QSignalSpy vanished(&m_rig->bus(), &UsbBus::podVanished);
+    const Station station(m_rig->screen());
+    m_rig->bus().plug(0, PodRig::podInBootloader(PodFault::DisconnectAtByte));
     QTRY_VERIFY_WITH_TIMEOUT(vanished.contains({0}), kPatientMs);
 
     // Put back at once, while the station may still be asking how the update ended.
-    PodSettings again = UpdateBench::podInBootloader();
-    again.flash = m_bench->bus().flash(0);
+    PodSettings again = PodRig::podInBootloader();
+    again.flash = m_rig->bus().flash(0);
     QCOMPARE(again.flash.image.size(), 8192);
-    m_bench->bus().plug(0, again);
-    QTRY_VERIFY_WITH_TIMEOUT(m_bench->updated(0, m_package), kPatientMs);
-    QCOMPARE(m_bench->bus().report(0).bootloader.resumed_at_byte, 8192U);
-    QCOMPARE(connection.takeFirst(), QVariantList({0, false}));
+    m_rig->bus().plug(0, again);
+    QTRY_VERIFY_WITH_TIMEOUT(m_rig->updated(0, m_package), kPatientMs);
+    QCOMPARE(m_rig->bus().report(0).bootloader.resumed_at_byte, 8192U);
+    QCOMPARE(m_seen->connection.takeFirst(), QVariantList({0, false}));
     QCOMPARE(station.podsConnected(), 1);
 }
 
 void DfuRoad::updateThatFailsAtOnce()
 {
-    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    const Station station(m_bench->screen());
+    const Station station(m_rig->screen());
     // The second one in that place must be seen to fail, too.
     for (int round = 1; round <= 2; ++round) {
-        m_bench->bus().plug(2, UpdateBench::podInBootloader(PodFault::MtuTiny));
-        QTRY_COMPARE_WITH_TIMEOUT(progress.size(), round, kPatientMs);
-        QCOMPARE(progress.last(), QVariantList({2, -2}));
-        m_bench->bus().unplug(2);
-        QTRY_COMPARE_WITH_TIMEOUT(connection.size(), round, kPatientMs);
-        QCOMPARE(connection.last(), QVariantList({2, false}));
+        m_rig->bus().plug(2, PodRig::podInBootloader(PodFault::MtuTiny));
+        QTRY_COMPARE_WITH_TIMEOUT(m_seen->progress.size(), round, kPatientMs);
+        QCOMPARE(m_seen->progress.last(), QVariantList({2, -2}));
+        m_rig->bus().unplug(2);
+        QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), round, kPatientMs);
+        QCOMPARE(m_seen->connection.last(), QVariantList({2, false}));
     }
 }
 
 void DfuRoad::neverSeenAgain()
 {
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    const Station station(m_bench->screen(), kShortLimit);
-    m_bench->bus().plug(1, UpdateBench::podInBootloader(PodFault::FirmwareAbsent));
-    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
-    QCOMPARE(connection.last(), QVariantList({1, false}));
-    QVERIFY(m_bench->updated(1, m_package));
+    const Station station(m_rig->screen(), kShortLimit);
+    m_rig->bus().plug(1, PodRig::podInBootloader(PodFault::FirmwareAbsent));
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 1, kPatientMs);
+    QCOMPARE(m_seen->connection.last(), QVariantList({1, false}));
+    QVERIFY(m_rig->updated(1, m_package));
     QCOMPARE(station.podsConnected(), 0);
 }
 
@@ -276,16 +282,14 @@ void DfuRoad::neverSeenAgain()
 /// than the one that discovery has, in the same place.
 UsbDeviceRef DfuRoad::plugFailing(int idx)
 {
-    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
-    UsbDeviceRef other = m_bench->plug(idx, UpdateBench::podInBootloader(PodFault::MtuTiny));
-    const bool failed = progress.wait(kPatientMs);
+    UsbDeviceRef other = m_rig->plug(idx, PodRig::podInBootloader(PodFault::MtuTiny));
+    const bool failed = m_seen->progress.wait(kPatientMs);
     return failed ? other : UsbDeviceRef();
 }
 
 void DfuRoad::placeWaitsForTheWorker()
 {
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    Station station(m_bench->screen());
+    Station station(m_rig->screen());
     const UsbDeviceRef next = plugFailing(0);
     const UsbDeviceRef first = station.device(0);
     HeldWorker worker(station, 0);
@@ -298,51 +302,47 @@ void DfuRoad::placeWaitsForTheWorker()
     QVERIFY(worker.gone());
     QCOMPARE(station.device(0).get(), next.get());
     QCOMPARE(station.podsConnected(), 1);
-    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
-    QCOMPARE(connection.last(), QVariantList({0, false}));
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 1, kPatientMs);
+    QCOMPARE(m_seen->connection.last(), QVariantList({0, false}));
 }
 
 void DfuRoad::silentWorkerIsOverruled()
 {
-    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
-    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    Station station(m_bench->screen(), kShortLimit);
-    m_bench->bus().plug(1, emptyPod());
-    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs); // begun, full
-    connection.clear();
+    Station station(m_rig->screen(), kShortLimit);
+    m_rig->bus().plug(1, emptyPod());
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->charging.size(), 2, kPatientMs); // begun, full
+    m_seen->connection.clear();
     const UsbDeviceRef next = plugFailing(0);
     const UsbDeviceRef first = station.device(0);
     HeldWorker worker(station, 0);
     station.report(first, kLeft);
     station.report(next, kArrived);
-    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 1, kPatientMs);
     QCOMPARE(station.device(0).get(), next.get());
 
     // What it says at last, of a pod that is long gone, is not about the one that sits there now.
     worker.release();
     QVERIFY(worker.gone());
     QCOMPARE(station.device(0).get(), next.get());
-    QTRY_COMPARE_WITH_TIMEOUT(progress.count({0, -2}), 2, kPatientMs); // its worker is idle, too
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->progress.count({0, -2}), 2,
+                              kPatientMs); // its worker is idle, too
     station.inSlot(0, [&](const Station::Slot& slot) { emit slot.pod->restarting(first); });
     station.inSlot(1, tellToRestart);
-    QTRY_VERIFY_WITH_TIMEOUT(progress.contains({1, -2}), kPatientMs); // a later limit has passed
+    QTRY_VERIFY_WITH_TIMEOUT(m_seen->progress.contains({1, -2}),
+                             kPatientMs); // a later limit has passed
     station.inSlot(0, [](const Station::Slot& slot) { QVERIFY(slot.pod->getUpdating()); });
     QCOMPARE(station.podsConnected(), 2);
 }
 
 void DfuRoad::limitOfRestarts()
 {
-    QSignalSpy progress(&m_bench->screen(), &UIBackEnd::podSyncProgressChanged);
-    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
-    QSignalSpy connection(&m_bench->screen(), &UIBackEnd::podConnectionChanged);
-    Station station(m_bench->screen(), kShortLimit);
+    Station station(m_rig->screen(), kShortLimit);
     const UsbDeviceRef bootloader = plugFailing(0);
-    const UsbDeviceRef updated = m_bench->plug(1, emptyPod());
-    m_bench->bus().plug(2, emptyPod());
-    m_bench->bus().plug(3, emptyPod());
-    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 6, kPatientMs); // each begun, each full
-    connection.clear();
+    const UsbDeviceRef updated = m_rig->plug(1, emptyPod());
+    m_rig->bus().plug(2, emptyPod());
+    m_rig->bus().plug(3, emptyPod());
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->charging.size(), 6, kPatientMs); // each begun, each full
+    m_seen->connection.clear();
 
     // Two come back, one does not hear, one leaves for good; the limits pass in this order.
     for (int idx = 0; idx <= 3; ++idx) {
@@ -356,28 +356,31 @@ void DfuRoad::limitOfRestarts()
                 station.report(slot.device, kLeft);
         });
     }
-    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 1, kPatientMs);
-    QCOMPARE(connection.last(), QVariantList({3, false}));
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 1, kPatientMs);
+    QCOMPARE(m_seen->connection.last(), QVariantList({3, false}));
     QCOMPARE(station.device(0).get(), bootloader.get());
     QCOMPARE(station.device(1).get(), updated.get());
     QCOMPARE(station.podsConnected(), 3);
     // Those that are back have no limit any more.
     station.inSlot(0, [](const Station::Slot& slot) { QVERIFY(slot.pod->getUpdating()); });
-    QVERIFY(!progress.contains({1, -2}));
+    QVERIFY(!m_seen->progress.contains({1, -2}));
 
-    QTRY_COMPARE_WITH_TIMEOUT(progress.last(), QVariantList({2, -2}), kPatientMs);
-    m_bench->bus().unplug(2);
-    QTRY_COMPARE_WITH_TIMEOUT(connection.size(), 2, kPatientMs);
-    QCOMPARE(connection.last(), QVariantList({2, false}));
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->progress.last(), QVariantList({2, -2}), kPatientMs);
+    m_rig->bus().unplug(2);
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 2, kPatientMs);
+    QCOMPARE(m_seen->connection.last(), QVariantList({2, false}));
 }
 
 void DfuRoad::onlyAnUpdatedPodComesBack()
 {
-    Station station(m_bench->screen());
+    Station station(m_rig->screen());
     const UsbDeviceRef other = plugFailing(0);
     const UsbDeviceRef first = station.device(0);
     station.inSlot(0, [](const Station::Slot& slot) { slot.pod->setUpdating(false); });
     station.report(other, kArrived);
+    QCOMPARE(station.device(0).get(), first.get());
+
+    station.report(other, kLeft);
     QCOMPARE(station.device(0).get(), first.get());
 
     // And its removal needs no word of the worker.
@@ -387,17 +390,73 @@ void DfuRoad::onlyAnUpdatedPodComesBack()
     QCOMPARE(station.podsConnected(), 0);
 }
 
+void DfuRoad::oldPodPaintsNothing()
+{
+    Station station(m_rig->screen());
+    m_rig->bus().plug(0, PodRig::podInBootloader(PodFault::MtuTiny));
+    QTRY_VERIFY_WITH_TIMEOUT(m_seen->progress.contains({0, -2}), kPatientMs);
+    HeldWorker worker(station, 0);
+    station.inSlot(0, [&](const Station::Slot& slot) {
+        slot.pod->setUpdating(false);
+        Pod* const old = slot.pod;
+        queueOn(old, [old] {
+            emit old->setSyncProgress(0, 55);
+            emit old->setUpdateProgress(0, 55);
+        });
+    });
+    m_rig->bus().unplug(0);
+    QTRY_COMPARE_WITH_TIMEOUT(station.podsConnected(), 0, kPatientMs);
+    worker.release();
+    QVERIFY(worker.gone());
+    QCoreApplication::processEvents();
+    QVERIFY(!m_seen->progress.contains({0, 55}));
+}
+
+/// libusb reports twice what came while it started.
+void DfuRoad::deviceComesOnce()
+{
+    Station station(m_rig->screen());
+    plugFailing(0);
+    const UsbDeviceRef device = station.device(0);
+    std::atomic<int> returns{0};
+    station.inSlot(0, [&](const Station::Slot& slot) {
+        QVERIFY(slot.pod->getUpdating());
+        QObject::connect(
+            slot.pod, &Pod::launchDfu, slot.pod, [&] { ++returns; }, Qt::DirectConnection);
+    });
+    station.report(device, kArrived);
+    station.inSlot(0, [](const Station::Slot&) {});
+    QCOMPARE(returns.load(), 0);
+    QCOMPARE(station.podsConnected(), 1);
+}
+
+/// In no place, or no pod.
+void DfuRoad::foreignDevicesAreLeftAlone()
+{
+    const UsbDeviceRef root_hub = m_rig->find({});
+    QVERIFY(root_hub.get() != nullptr && Discovery::getIdx(root_hub.get()) < 0);
+    Station station(m_rig->screen());
+    PodSettings foreign = emptyPod();
+    foreign.foreign_product = 0x521C;
+    m_rig->plug(3, foreign);
+    m_rig->plug(4, emptyPod());
+    QTRY_COMPARE_WITH_TIMEOUT(station.podsConnected(), 1, kPatientMs);
+    station.report(root_hub, kArrived);
+    QVERIFY(station.device(4).get() != nullptr);
+    QVERIFY(station.device(3).get() == nullptr);
+}
+
 void DfuRoad::isUpdatingBeforeItRestarts()
 {
     std::atomic<const Pod*> told{nullptr};
     std::atomic<bool> updating{false};
     // On the bus's thread, which has taken the command and not yet said so.
     connect(
-        &m_bench->bus(), &UsbBus::podEvent, &m_bench->bus(),
+        &m_rig->bus(), &UsbBus::podEvent, &m_rig->bus(),
         [&] { updating = told.load() != nullptr && told.load()->getUpdating(); },
         Qt::DirectConnection);
-    const UsbDeviceRef device = m_bench->plug(0, emptyPod());
-    Pod pod(0, device, m_bench->screen());
+    const UsbDeviceRef device = m_rig->plug(0, emptyPod());
+    Pod pod(0, device, m_rig->screen());
     UsbHandle handle;
     LibUsbUtils().openDevice(device.get(), handle.receive());
     pod.setDevHandle(std::move(handle));
@@ -408,10 +467,9 @@ void DfuRoad::isUpdatingBeforeItRestarts()
 
 void DfuRoad::placeIsFreeWithoutAThread()
 {
-    QSignalSpy charging(&m_bench->screen(), &UIBackEnd::chargingStateChanged);
-    Station station(m_bench->screen());
-    m_bench->bus().plug(0, emptyPod());
-    QTRY_COMPARE_WITH_TIMEOUT(charging.size(), 2, kPatientMs); // begun, full
+    Station station(m_rig->screen());
+    m_rig->bus().plug(0, emptyPod());
+    QTRY_COMPARE_WITH_TIMEOUT(m_seen->charging.size(), 2, kPatientMs); // begun, full
     const UsbDeviceRef device = station.device(0);
     station.report(device, kLeft);
     {

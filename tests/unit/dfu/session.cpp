@@ -2,7 +2,7 @@
 #include "dfu/dfutransportserial.h"
 #include "main/pod.h"
 #include "pod/initpacket.h"
-#include "support/updatebench.h"
+#include "support/podrig.h"
 #include "utils/libusbutils.h"
 
 #include <QDir>
@@ -62,6 +62,7 @@ private slots:
     void cleanup();
 
     void anyImageArrivesWhole();
+    void longestWriteFitsTheMtu();
     void faultyBootloaders_data();
     void faultyBootloaders();
     void resumes_data();
@@ -80,19 +81,20 @@ private slots:
     void updatesLeaveNothingOpen();
 
 private:
-    QByteArray update(Pod& pod, std::chrono::milliseconds reply_limit);
+    static QByteArray
+    update(Pod& pod, std::chrono::milliseconds reply_limit = DfuTransportSerial::kReplyLimit);
 
-    std::unique_ptr<UpdateBench> m_bench;
+    std::unique_ptr<PodRig> m_rig;
 };
 
 void DfuSession::init()
 {
-    m_bench = std::make_unique<UpdateBench>();
+    m_rig = std::make_unique<PodRig>();
 }
 
 void DfuSession::cleanup()
 {
-    m_bench.reset();
+    m_rig.reset();
 }
 
 /// The text of its failure; empty when it went well.
@@ -121,29 +123,46 @@ void DfuSession::anyImageArrivesWhole()
     const auto upTo = [&random](int most) { return 1 + int(random() % quint32(most)); };
     int rejected = 0;
     for (int at = 0; at < kCases; ++at) {
-        PodSettings settings = UpdateBench::podInBootloader();
+        PodSettings settings = PodRig::podInBootloader();
         settings.bootloader.mtu_bytes = quint16(at % 3 == 0 ? 4 + upTo(60) : 4 + upTo(4092));
         settings.bootloader.limits.data_bytes = quint32(upTo(8192));
         const int chunk_bytes = (settings.bootloader.mtu_bytes - 1) / 2 - 1;
         const int most_bytes =
             std::min(chunk_bytes * 25, int(settings.bootloader.limits.data_bytes) * 6);
-        UpdateBench::Package package{UpdateBench::randomBytes(random, upTo(most_bytes)), {}};
+        PodRig::Package package{PodRig::randomBytes(random, upTo(most_bytes)), {}};
         package.init =
-            InitPacket::describing(package.image, UpdateBench::randomBytes(random, upTo(400)))
-                .toBytes();
-        UpdateBench::unpack(package);
-        const bool misread = UpdateBench::aReplyIsMisread(package, settings.bootloader);
+            InitPacket::describing(package.image, PodRig::randomBytes(random, upTo(400))).toBytes();
+        PodRig::unpack(package);
+        const bool escaped = PodRig::aReplyHoldsEscape(package, settings.bootloader);
 
-        Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+        Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
         const QByteArray failure =
-            update(pod, misread ? kShortWait : DfuTransportSerial::kReplyLimit);
-        QVERIFY2(failure.isEmpty() != misread, failure);
-        QCOMPARE(m_bench->updated(kSlot, package), !misread);
-        QCOMPARE(misread ? 0 : m_bench->refusals(kSlot), 0);
-        rejected += misread;
-        m_bench->unplug(kSlot);
+            update(pod, escaped ? kShortWait : DfuTransportSerial::kReplyLimit);
+        QVERIFY2(failure.isEmpty() != escaped, failure);
+        QCOMPARE(m_rig->updated(kSlot, package), !escaped);
+        QCOMPARE(escaped ? 0 : m_rig->refusals(kSlot), 0);
+        rejected += escaped;
+        m_rig->unplug(kSlot);
     }
     QVERIFY(rejected > 10 && rejected < kCases / 2);
+}
+
+/// With every byte escaped, and an MTU that leaves one over.
+void DfuSession::longestWriteFitsTheMtu()
+{
+    PodSettings settings = PodRig::podInBootloader();
+    settings.bootloader.mtu_bytes = 65;
+    PodRig::Package package{QByteArray(300, '\xC0'), {}};
+    package.init = InitPacket::describing(package.image).toBytes();
+    QVERIFY(!PodRig::aReplyHoldsEscape(package, settings.bootloader));
+    PodRig::unpack(package);
+    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
+    QCOMPARE(update(pod), QByteArray());
+    QVERIFY(m_rig->updated(kSlot, package));
+    QCOMPARE(m_rig->refusals(kSlot), 0);
+    // 115200 bits a second, 8 data bits, no parity, 1 stop bit; DTR and RTS.
+    QCOMPARE(m_rig->bus().report(kSlot).line.coding, QByteArray::fromHex("00C20100000008"));
+    QCOMPARE(m_rig->bus().report(kSlot).line.state, 3);
 }
 
 void DfuSession::faultyBootloaders_data()
@@ -172,18 +191,17 @@ void DfuSession::faultyBootloaders()
 {
     QFETCH(PodFault, fault);
     QFETCH(QByteArray, failure);
-    const PodSettings settings = UpdateBench::podInBootloader(fault);
+    const PodSettings settings = PodRig::podInBootloader(fault);
     BootloaderSettings effective = settings.bootloader;
     if (fault == PodFault::ObjectSizeOdd)
         effective.limits.data_bytes = 1000;
-    const UpdateBench::Package package = UpdateBench::plainPackage(effective);
-    UpdateBench::unpack(package);
-    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    const PodRig::Package package = PodRig::plainPackage(effective);
+    PodRig::unpack(package);
+    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
     const bool unending = fault == PodFault::ReplyLost || fault == PodFault::ReplyInDrops;
     QCOMPARE(update(pod, unending ? kShortWait : DfuTransportSerial::kReplyLimit), failure);
     // Of a pod that leaves unheard the station cannot know that it has everything.
-    QCOMPARE(m_bench->updated(kSlot, package),
-             failure.isEmpty() || fault == PodFault::LeavesUnheard);
+    QCOMPARE(m_rig->updated(kSlot, package), failure.isEmpty() || fault == PodFault::LeavesUnheard);
 }
 
 void DfuSession::resumes_data()
@@ -213,20 +231,20 @@ void DfuSession::resumes()
     QFETCH(int, half_bytes);
     QFETCH(PodFault, fault);
     QFETCH(int, sent_bytes);
-    PodSettings settings = UpdateBench::podInBootloader(fault);
-    const UpdateBench::Package package = UpdateBench::plainPackage(settings.bootloader);
+    PodSettings settings = PodRig::podInBootloader(fault);
+    const PodRig::Package package = PodRig::plainPackage(settings.bootloader);
     settings.flash.init_packet = package.init;
     settings.flash.image = package.image.left(executed_bytes);
     settings.bootloader.half_received = package.image.mid(executed_bytes, half_bytes);
-    UpdateBench::unpack(package);
+    PodRig::unpack(package);
 
-    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
     const QSignalSpy shown(&pod, &Pod::setUpdateProgress);
-    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray());
-    QVERIFY(m_bench->updated(kSlot, package));
+    QCOMPARE(update(pod), QByteArray());
+    QVERIFY(m_rig->updated(kSlot, package));
     QCOMPARE(shown.last().last().toInt(), 100);
-    QCOMPARE(m_bench->bus().report(kSlot).bootloader.image_bytes, quint64(sent_bytes));
-    QCOMPARE(m_bench->refusals(kSlot), 0);
+    QCOMPARE(m_rig->bus().report(kSlot).bootloader.image_bytes, quint64(sent_bytes));
+    QCOMPARE(m_rig->refusals(kSlot), 0);
 }
 
 void DfuSession::cannotResume_data()
@@ -247,32 +265,31 @@ void DfuSession::cannotResume()
     QFETCH(int, executed_bytes);
     QFETCH(int, half_bytes);
     QFETCH(int, image_bytes);
-    PodSettings settings = UpdateBench::podInBootloader();
-    UpdateBench::Package package =
-        UpdateBench::plainPackage(settings.bootloader, std::max(image_bytes, 1));
+    PodSettings settings = PodRig::podInBootloader();
+    PodRig::Package package = PodRig::plainPackage(settings.bootloader, std::max(image_bytes, 1));
     settings.flash.init_packet = package.init;
     settings.flash.image = QByteArray(executed_bytes, 'g');
     settings.bootloader.half_received = QByteArray(half_bytes, 'g');
     package.image.truncate(image_bytes);
-    UpdateBench::unpack(package);
+    PodRig::unpack(package);
 
-    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
-    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray("Failed to send firmware"));
-    QVERIFY(!m_bench->updated(kSlot, package));
+    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
+    QCOMPARE(update(pod), QByteArray("Failed to send firmware"));
+    QVERIFY(!m_rig->updated(kSlot, package));
 }
 
 void DfuSession::halfAnInitPacketIsSentAgainInFull()
 {
-    const PodSettings settings = UpdateBench::podInBootloader();
-    const UpdateBench::Package package = UpdateBench::plainPackage(settings.bootloader);
-    UpdateBench::unpack(package);
-    const UsbDeviceRef device = m_bench->plug(kSlot, settings);
+    const PodSettings settings = PodRig::podInBootloader();
+    const PodRig::Package package = PodRig::plainPackage(settings.bootloader);
+    PodRig::unpack(package);
+    const UsbDeviceRef device = m_rig->plug(kSlot, settings);
     {
         UsbHandle handle;
         LibUsbUtils().configACM(device.get(), handle.receive());
         slip::Slip codec;
         const QByteArray create =
-            QByteArray("\x01\x01") + UpdateBench::word(quint32(package.init.size()));
+            QByteArray("\x01\x01") + PodRig::word(quint32(package.init.size()));
         for (const QByteArray& request : {create, "\x08" + package.init.left(10)}) {
             codec.encodeData({request.begin(), request.end()});
             auto& frame = codec.getEncodedData();
@@ -284,9 +301,9 @@ void DfuSession::halfAnInitPacketIsSentAgainInFull()
     }
     // More than the object holds: the bootloader refuses the write, and the station hears of it
     // where it expects the checksum.
-    Pod pod(kSlot, device, m_bench->screen());
-    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray("Error operation"));
-    QVERIFY(m_bench->refusals(kSlot) > 0);
+    Pod pod(kSlot, device, m_rig->screen());
+    QCOMPARE(update(pod), QByteArray("Error operation"));
+    QVERIFY(m_rig->refusals(kSlot) > 0);
 }
 
 void DfuSession::foreignInitPacketsAreReplaced_data()
@@ -300,14 +317,14 @@ void DfuSession::foreignInitPacketsAreReplaced_data()
 void DfuSession::foreignInitPacketsAreReplaced()
 {
     QFETCH(int, more_bytes);
-    PodSettings settings = UpdateBench::podInBootloader();
-    UpdateBench::Package package = UpdateBench::plainPackage(settings.bootloader);
+    PodSettings settings = PodRig::podInBootloader();
+    PodRig::Package package = PodRig::plainPackage(settings.bootloader);
     package.init = InitPacket::describing(package.image, "version 2").toBytes();
     settings.flash.init_packet = QByteArray(package.init.size() + more_bytes, 'f');
-    UpdateBench::unpack(package);
-    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
-    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), QByteArray());
-    QVERIFY(m_bench->updated(kSlot, package));
+    PodRig::unpack(package);
+    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
+    QCOMPARE(update(pod), QByteArray());
+    QVERIFY(m_rig->updated(kSlot, package));
 }
 
 void DfuSession::largeFilesAreNotHeldInMemory_data()
@@ -321,16 +338,16 @@ void DfuSession::largeFilesAreNotHeldInMemory()
 {
     QFETCH(QByteArray, failure);
     constexpr qint64 kLargeBytes = qint64(64) * 1024 * 1024;
-    PodSettings settings = UpdateBench::podInBootloader();
+    PodSettings settings = PodRig::podInBootloader();
     settings.bootloader.limits.data_bytes = std::numeric_limits<quint32>::max();
-    UpdateBench::unpack(UpdateBench::plainPackage({}, 1000));
+    PodRig::unpack(PodRig::plainPackage({}, 1000));
     QVERIFY(QFile::resize(QLatin1String(QTest::currentDataTag()), kLargeBytes));
-    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
     const qint64 before_bytes = peakBytes();
-    QCOMPARE(update(pod, DfuTransportSerial::kReplyLimit), failure);
+    QCOMPARE(update(pod), failure);
     QVERIFY(peakBytes() - before_bytes < kLargeBytes / 2);
     // The image is refused as one object; a packet that is too big is not even begun.
-    QCOMPARE(m_bench->refusals(kSlot), failure == "Init too big" ? 0 : 1);
+    QCOMPARE(m_rig->refusals(kSlot), failure == "Init too big" ? 0 : 1);
 }
 
 void DfuSession::packagesWithoutAnImage_data()
@@ -343,52 +360,51 @@ void DfuSession::packagesWithoutAnImage_data()
 void DfuSession::packagesWithoutAnImage()
 {
     QFETCH(QString, missing);
-    const PodSettings settings = UpdateBench::podInBootloader();
-    const UpdateBench::Package package = UpdateBench::plainPackage(settings.bootloader);
-    UpdateBench::unpack(package);
+    const PodSettings settings = PodRig::podInBootloader();
+    const PodRig::Package package = PodRig::plainPackage(settings.bootloader);
+    PodRig::unpack(package);
     QVERIFY(QFile::remove(missing));
-    const UsbDeviceRef device = m_bench->plug(kSlot, settings);
-    Pod pod(kSlot, device, m_bench->screen());
+    const UsbDeviceRef device = m_rig->plug(kSlot, settings);
+    Pod pod(kSlot, device, m_rig->screen());
     const QSignalSpy shown(&pod, &Pod::setSyncProgress);
     pod.startDfu(device);
-    QVERIFY(!pod.getUpdateDone() && !m_bench->updated(kSlot, package));
+    QVERIFY(!pod.getUpdateDone() && !m_rig->updated(kSlot, package));
     QCOMPARE(shown.size(), 1);
     QCOMPARE(shown.first(), QVariantList({kSlot, -2}));
 
     // The same pod, tried again with what it needs.
-    UpdateBench::unpack(package);
+    PodRig::unpack(package);
     pod.startDfu(device);
-    QVERIFY(pod.getUpdateDone() && m_bench->updated(kSlot, package));
+    QVERIFY(pod.getUpdateDone() && m_rig->updated(kSlot, package));
     QCOMPARE(shown.size(), 1);
 }
 
 void DfuSession::stopRequestEndsAnUpdate()
 {
-    const PodSettings settings = UpdateBench::podInBootloader();
-    UpdateBench::unpack(UpdateBench::plainPackage(settings.bootloader));
-    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    const PodSettings settings = PodRig::podInBootloader();
+    PodRig::unpack(PodRig::plainPackage(settings.bootloader));
+    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
     QByteArray failure;
     const std::unique_ptr<QThread> worker(QThread::create([&] {
         QThread::currentThread()->requestInterruption();
-        failure = update(pod, DfuTransportSerial::kReplyLimit);
+        failure = update(pod);
     }));
     worker->start();
     QVERIFY(worker->wait());
     QCOMPARE(failure, QByteArray("Update interrupted"));
-    QCOMPARE(m_bench->bus().report(kSlot).bootloader.bus_bytes, quint64(0));
+    QCOMPARE(m_rig->bus().report(kSlot).bootloader.bus_bytes, quint64(0));
 }
 
 void DfuSession::stopRequestEndsAReplyInDrops()
 {
-    const PodSettings settings = UpdateBench::podInBootloader(PodFault::ReplyInDrops);
-    UpdateBench::unpack(UpdateBench::plainPackage(settings.bootloader));
-    Pod pod(kSlot, m_bench->plug(kSlot, settings), m_bench->screen());
+    const PodSettings settings = PodRig::podInBootloader(PodFault::ReplyInDrops);
+    PodRig::unpack(PodRig::plainPackage(settings.bootloader));
+    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
     QByteArray failure;
-    const std::unique_ptr<QThread> worker(
-        QThread::create([&] { failure = update(pod, DfuTransportSerial::kReplyLimit); }));
+    const std::unique_ptr<QThread> worker(QThread::create([&] { failure = update(pod); }));
     worker->start();
     // Its first request is out: what it does next is to read.
-    while (m_bench->bus().report(kSlot).bootloader.bus_bytes == 0)
+    while (m_rig->bus().report(kSlot).bootloader.bus_bytes == 0)
         QThread::yieldCurrentThread();
     worker->requestInterruption();
     QVERIFY(worker->wait());
@@ -397,15 +413,15 @@ void DfuSession::stopRequestEndsAReplyInDrops()
 
 void DfuSession::updatesLeaveNothingOpen()
 {
-    const PodSettings settings = UpdateBench::podInBootloader();
-    const UpdateBench::Package package = UpdateBench::plainPackage(settings.bootloader, 2000);
-    UpdateBench::unpack(package);
-    Pod pod(kSlot, UsbDeviceRef(), m_bench->screen());
+    const PodSettings settings = PodRig::podInBootloader();
+    const PodRig::Package package = PodRig::plainPackage(settings.bootloader, 2000);
+    PodRig::unpack(package);
+    Pod pod(kSlot, UsbDeviceRef(), m_rig->screen());
     for (int round = 0; round < 30; ++round) {
-        pod.startDfu(m_bench->plug(kSlot, settings));
-        QVERIFY(pod.getUpdateDone() && m_bench->updated(kSlot, package));
+        pod.startDfu(m_rig->plug(kSlot, settings));
+        QVERIFY(pod.getUpdateDone() && m_rig->updated(kSlot, package));
         QCOMPARE(openHandles(), 1);
-        m_bench->unplug(kSlot);
+        m_rig->unplug(kSlot);
     }
 }
 

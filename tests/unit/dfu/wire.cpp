@@ -3,10 +3,14 @@
 #include "dfu/dfumanifest.h"
 #include "dfu/dfureply.h"
 #include "dfu/slip.h"
+#include "dfu/updatefile.h"
+#include "support/testfiles.h"
 
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <random>
+#include <zlib.h>
 
 using Bytes = std::vector<uint8_t>;
 
@@ -58,6 +62,7 @@ private slots:
     void judgesReplies_data();
     void judgesReplies();
     void takesNumbersFromTheEnd();
+    void checksumsImagesOfManyBlocks();
     void readsManifests_data();
     void readsManifests();
 };
@@ -180,6 +185,16 @@ void DfuWire::takesNumbersFromTheEnd()
     QVERIFY_EXCEPTION_THROWN(dfureply::takeLast(payload, 2), DfuException);
     Bytes mtu = bytes("8300");
     QCOMPARE(dfureply::takeLast(mtu, 2), 131U);
+}
+
+void DfuWire::checksumsImagesOfManyBlocks()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("app.bin"));
+    const QByteArray image = testfiles::noise(1, 1'000'000);
+    QVERIFY(testfiles::write(path, image));
+    const auto* bytes = reinterpret_cast<const Bytef*>(image.constData());
+    QCOMPARE(UpdateFile(path.toStdString()).crcUpTo(999'999), quint32(::crc32(0, bytes, 999'999)));
 }
 
 void DfuWire::readsManifests_data()

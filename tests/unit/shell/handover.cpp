@@ -1,7 +1,8 @@
 #include "shell/launcherhandover.h"
+#include "support/testfiles.h"
 
 #include <QDir>
-#include <QFile>
+#include <QFileInfo>
 #include <QMap>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -25,6 +26,7 @@ public:
     bool remove_fails = false;
     bool rename_fails = false;
     QString failing_flush; ///< how the name ends
+    QStringList flushed;   ///< names
     int failing_restores = 0;
 
 protected:
@@ -43,6 +45,7 @@ protected:
     }
     bool flush(const QString& path) override
     {
+        flushed += QFileInfo(path).fileName().mid(kLauncher.size());
         const bool fails = !failing_flush.isEmpty() && path.endsWith(failing_flush);
         return !fails && LauncherHandover::flush(path);
     }
@@ -56,6 +59,7 @@ class HandoverTest : public QObject
 
 private slots:
     void init();
+    void flushesWhatItLeaves();
     void files_data();
     void files();
     void stepFails_data();
@@ -77,22 +81,25 @@ void HandoverTest::init()
 
 void HandoverTest::place(const Files& files) const
 {
-    for (auto it = files.cbegin(); it != files.cend(); ++it) {
-        QFile file(path() + kLauncher + it.key());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(it.value());
-    }
+    for (auto it = files.cbegin(); it != files.cend(); ++it)
+        QVERIFY(testfiles::write(path() + kLauncher + it.key(), it.value()));
 }
 
 Files HandoverTest::found() const
 {
     Files files;
-    for (const QString& name : QDir(path()).entryList(QDir::Files)) {
-        QFile file(path() + name);
-        if (file.open(QIODevice::ReadOnly))
-            files.insert(name.mid(kLauncher.size()), file.readAll());
-    }
+    for (const QString& name : QDir(path()).entryList(QDir::Files))
+        files.insert(name.mid(kLauncher.size()), testfiles::contentOf(path() + name));
     return files;
+}
+
+void HandoverTest::flushesWhatItLeaves()
+{
+    place({{QString(), "1"}, {kPending, "2"}});
+    FailingHandover handover(path());
+    handover.run();
+    // Both before the old one goes, then the name of the new one.
+    QCOMPARE(handover.flushed, QStringList({kAside, kPending, QString()}));
 }
 
 void HandoverTest::files_data()

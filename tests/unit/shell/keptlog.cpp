@@ -87,7 +87,7 @@ void ShellKeptLog::isBoundedAndWholeWhateverThreads()
     const QByteArray lines = KeptLog::lines();
     QVERIFY(lines.endsWith(lineOf(0, kLinesEach)));
     for (const QString& file : {stationpaths::kLog, stationpaths::kLogBefore})
-        QVERIFY2(QFileInfo(file).size() < KeptLog::kMostFileBytes + kThreads * 1024,
+        QVERIFY2(QFileInfo(file).size() < KeptLog::kMostFileBytes + qint64(kThreads) * 1024,
                  qPrintable(QString::number(QFileInfo(file).size())));
     QVERIFY(lines.size() > KeptLog::kMostFileBytes / 2);
     for (const QByteArray& line : lines.split('\n'))

@@ -1,97 +1,119 @@
 #include "shell/stationlock.h"
 #include "support/testfiles.h"
+#include "system/interruption.h"
 
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <csignal>
 #include <memory>
 
-/// When the program must not start at all: the real one, in a root with a station's folder of its
-/// own. It then touches nothing there; what an earlier run left in "tmp" would be the first to go.
+using testfiles::contentOf;
+using testfiles::write;
+
+const QString kStation = QStringLiteral("Corvane");
+const QString kLauncher = QStringLiteral("CorvaneLauncher/CorvaneLauncher");
+
+/// How the real program starts, or does not, in a root with an "/opt" of its own.
 class Start : public QObject
 {
     Q_OBJECT
 
 private slots:
+    void init();
     void isRefusedWithoutScreen();
     void isRefusedBesideAnotherStation();
     void clearsNothingThatIsNotItsOwn();
+    void outlivesTheReaderOfItsLog();
+    void secondSignalKills();
+
+private:
+    /// As the last arguments of a command, if there is one.
+    void start(const QString& folder, const char* platform, QStringList command = {});
+    int exitCode();
+    void checkUntouched() const;
+    QString path(const QString& name) const { return m_opt->filePath(name); }
+
+    std::unique_ptr<QTemporaryDir> m_opt;
+    QProcess m_station;
 };
 
-namespace {
-
-struct Run
+/// A station's folder with something that each start clears away, and a launcher to be replaced.
+void Start::init()
 {
-    int exit_code;
-    QByteArray log;
-};
-
-/// In a root where the folder is at that path.
-void start(QProcess& station, const QDir& folder, const QString& at, const char* platform)
-{
-    station.setProcessChannelMode(QProcess::MergedChannels);
-    station.start(QStringLiteral("bwrap"),
-                  {QStringLiteral("--unshare-user"), QStringLiteral("--unshare-pid"),
-                   QStringLiteral("--die-with-parent"), QStringLiteral("--ro-bind"),
-                   QStringLiteral("/"), QStringLiteral("/"), QStringLiteral("--tmpfs"),
-                   QStringLiteral("/opt"), QStringLiteral("--tmpfs"), QStringLiteral("/media"),
-                   QStringLiteral("--bind"), folder.path(), at, QStringLiteral("--chdir"), at,
-                   QStringLiteral("--setenv"), QStringLiteral("QT_QPA_PLATFORM"),
-                   QLatin1String(platform), QStringLiteral(CORVANE_STATION_PROGRAM)});
+    m_opt = std::make_unique<QTemporaryDir>();
+    const QDir opt(m_opt->path());
+    QVERIFY(opt.mkpath(kStation + QStringLiteral("/tmp/earlier")));
+    QVERIFY(opt.mkpath(QFileInfo(kLauncher).path()));
+    QVERIFY(write(path(kLauncher), "old") &&
+            write(path(kLauncher + QStringLiteral("_new")), "new"));
 }
 
-Run startIn(const QDir& folder, const char* platform)
+void Start::start(const QString& folder, const char* platform, QStringList command)
 {
-    QProcess station;
-    start(station, folder, QStringLiteral("/opt/Corvane"), platform);
-    const bool ended = station.waitForFinished();
-    const int exit_code = ended ? station.exitCode() : -1;
-    station.kill();
-    station.waitForFinished();
-    return {exit_code, station.readAll()};
+    const QString at = QStringLiteral("/opt/") + folder;
+    m_station.setProcessChannelMode(QProcess::MergedChannels);
+    command += {QStringLiteral("bwrap"),
+                QStringLiteral("--unshare-user"),
+                QStringLiteral("--unshare-pid"),
+                QStringLiteral("--die-with-parent"),
+                QStringLiteral("--ro-bind"),
+                QStringLiteral("/"),
+                QStringLiteral("/"),
+                QStringLiteral("--tmpfs"),
+                QStringLiteral("/media"),
+                QStringLiteral("--bind"),
+                m_opt->path(),
+                QStringLiteral("/opt"),
+                QStringLiteral("--chdir"),
+                at,
+                QStringLiteral("--setenv"),
+                QStringLiteral("QT_QPA_PLATFORM"),
+                QLatin1String(platform),
+                QStringLiteral(CORVANE_STATION_PROGRAM)};
+    const QString program = command.takeFirst();
+    m_station.start(program, command);
 }
 
-/// A station's folder with something that each start clears away.
-void fill(const QDir& folder)
+int Start::exitCode()
 {
-    QVERIFY(folder.mkpath(QStringLiteral("tmp/earlier")));
+    const bool ended = m_station.waitForFinished();
+    m_station.kill();
+    m_station.waitForFinished();
+    return ended ? m_station.exitCode() : -1;
 }
 
-bool touched(const QDir& folder)
+void Start::checkUntouched() const
 {
-    return folder.entryList(QDir::AllEntries | QDir::NoDotAndDotDot) !=
-               QStringList(QStringLiteral("tmp")) ||
-           !folder.exists(QStringLiteral("tmp/earlier"));
+    const QDir folder(path(kStation));
+    QCOMPARE(folder.entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+             QStringList(QStringLiteral("tmp")));
+    QVERIFY(folder.exists(QStringLiteral("tmp/earlier")));
 }
 
-} // namespace
-
+/// Its launcher's replacement is completed all the same: it may be what the screen waits for.
 void Start::isRefusedWithoutScreen()
 {
-    const QTemporaryDir root;
-    const QDir folder(root.path());
-    fill(folder);
-    const Run run = startIn(folder, "linuxfb:fb=/dev/no-such-screen");
-    QVERIFY2(run.log.contains("No screen"), run.log);
-    QCOMPARE(run.exit_code, EXIT_FAILURE);
-    QVERIFY(!touched(folder));
+    start(kStation, "linuxfb:fb=/dev/no-such-screen");
+    QCOMPARE(exitCode(), EXIT_FAILURE);
+    QVERIFY(m_station.readAll().contains("No screen"));
+    checkUntouched();
+    QCOMPARE(contentOf(path(kLauncher)), QByteArray("new"));
+    QVERIFY(!QFile::exists(path(kLauncher + QStringLiteral("_new"))));
 }
 
 void Start::isRefusedBesideAnotherStation()
 {
-    const QTemporaryDir root;
-    const QDir folder(root.path());
-    fill(folder);
-    QVERIFY(QDir::setCurrent(folder.path()));
+    QVERIFY(QDir::setCurrent(path(kStation)));
     auto other = std::make_unique<StationLock>();
     QVERIFY(other->held());
 
-    const Run run = startIn(folder, "offscreen");
-    QVERIFY2(run.log.contains("Another station works in /opt/Corvane"), run.log);
-    QCOMPARE(run.exit_code, EXIT_FAILURE);
-    QVERIFY(!touched(folder));
+    start(kStation, "offscreen");
+    QCOMPARE(exitCode(), EXIT_FAILURE);
+    QVERIFY(m_station.readAll().contains("Another station works in /opt/Corvane"));
+    checkUntouched();
 
     other.reset();
     QVERIFY(StationLock().held());
@@ -101,29 +123,55 @@ void Start::isRefusedBesideAnotherStation()
 /// Without its installation it stays where it was started.
 void Start::clearsNothingThatIsNotItsOwn()
 {
-    const QTemporaryDir root;
-    const QDir folder(root.path());
+    QVERIFY(QDir(path(kStation)).removeRecursively());
+    const QDir folder(path(QStringLiteral("elsewhere")));
     const QStringList files = {QStringLiteral("tmp/letter"), QStringLiteral("dfu/letter"),
                                QStringLiteral("tmp_back/letter"), QStringLiteral("backup.zip")};
     for (const QString& name : files) {
         QVERIFY(folder.mkpath(QFileInfo(name).path()));
-        QVERIFY(testfiles::write(folder.filePath(name), "somebody's"));
+        QVERIFY(write(folder.filePath(name), "somebody's"));
     }
     QVERIFY(folder.mkdir(QStringLiteral("datas")));
     for (int i = 0; i < 30; ++i)
-        QVERIFY(testfiles::write(folder.filePath(QStringLiteral("datas/letter%1").arg(i)), "x"));
+        QVERIFY(write(folder.filePath(QStringLiteral("datas/letter%1").arg(i)), "x"));
 
-    QProcess station;
-    start(station, folder, QStringLiteral("/opt/elsewhere"), "offscreen");
+    start(folder.dirName(), "offscreen");
     QByteArray log;
-    while (!log.contains("Current zip") && station.waitForReadyRead())
-        log += station.readAll();
-    station.kill();
-    station.waitForFinished();
+    while (!log.contains("Current zip") && m_station.waitForReadyRead())
+        log += m_station.readAll();
+    m_station.kill();
+    m_station.waitForFinished();
     QVERIFY2(log.contains("Setting working dir, success: false"), log);
     for (const QString& name : files)
-        QCOMPARE(testfiles::contentOf(folder.filePath(name)), QByteArray("somebody's"));
+        QCOMPARE(contentOf(folder.filePath(name)), QByteArray("somebody's"));
     QVERIFY(QDir(folder.filePath(QStringLiteral("datas"))).entryList(QDir::Files).size() >= 30);
+}
+
+void Start::outlivesTheReaderOfItsLog()
+{
+    start(kStation, "offscreen",
+          {QStringLiteral("sh"), QStringLiteral("-c"), QStringLiteral("\"$@\" | true"),
+           QStringLiteral("sh")});
+    QVERIFY(m_station.waitForStarted());
+    // It says much before it comes so far.
+    const QString archive = path(kStation + QStringLiteral("/datas/0000000000.cvx"));
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(archive) || m_station.state() == QProcess::NotRunning,
+                             60000);
+    QVERIFY(QFile::exists(archive));
+    m_station.kill();
+    m_station.waitForFinished();
+}
+
+/// Whoever cannot wait for the copy at hand asks twice.
+void Start::secondSignalKills()
+{
+    const Interruption interruption;
+    QSignalSpy requested(&interruption, &Interruption::requested);
+    ::raise(SIGTERM);
+    QVERIFY(requested.wait());
+    struct sigaction next = {};
+    ::sigaction(SIGTERM, nullptr, &next);
+    QVERIFY(next.sa_handler == SIG_DFL);
 }
 
 QTEST_GUILESS_MAIN(Start)

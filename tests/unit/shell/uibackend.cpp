@@ -1,8 +1,5 @@
 #include "uibackend/uibackend.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 class UIBackEndTest : public QObject
@@ -13,9 +10,7 @@ private slots:
     void slotValueIsEmittedOnChange_data();
     void slotValueIsEmittedOnChange();
     void connectionIsEmittedOnChange();
-    void codeIsEmittedOnChange_data();
-    void codeIsEmittedOnChange();
-    void version();
+    void codesAreEmittedOnChange();
 };
 
 void UIBackEndTest::slotValueIsEmittedOnChange_data()
@@ -86,48 +81,21 @@ void UIBackEndTest::connectionIsEmittedOnChange()
     QCOMPARE(progress.size(), 3);
 }
 
-void UIBackEndTest::codeIsEmittedOnChange_data()
+void UIBackEndTest::codesAreEmittedOnChange()
 {
-    QTest::addColumn<bool>("sync");
-    QTest::newRow("sync") << true;
-    QTest::newRow("update") << false;
-}
-
-void UIBackEndTest::codeIsEmittedOnChange()
-{
-    QFETCH(bool, sync);
     UIBackEnd back_end;
-    QSignalSpy sync_spy(&back_end, &UIBackEnd::syncDoneChanged);
-    QSignalSpy update_spy(&back_end, &UIBackEnd::updateDoneChanged);
-
+    const QSignalSpy sync_spy(&back_end, &UIBackEnd::syncDoneChanged);
+    const QSignalSpy update_spy(&back_end, &UIBackEnd::updateDoneChanged);
+    const QList<QVariantList>& sync = sync_spy;
+    const QList<QVariantList>& update = update_spy;
     for (const int code : {0, 2, 2, -1, -1, 0, 0})
-        sync ? back_end.setSyncDone(code) : back_end.setUpdateDone(code);
-
-    const QSignalSpy& changed = sync ? sync_spy : update_spy;
-    QCOMPARE(sync_spy.size() + update_spy.size(), 3);
-    QCOMPARE(changed.size(), 3);
-    QCOMPARE(changed.at(0), QVariantList{2});
-    QCOMPARE(changed.at(1), QVariantList{-1});
-    QCOMPARE(changed.at(2), QVariantList{0});
-}
-
-void UIBackEndTest::version()
-{
-    const QTemporaryDir dir;
-    const QString before = QDir::currentPath();
-    QVERIFY(QDir::setCurrent(dir.path()));
-    UIBackEnd back_end;
-
-    const QByteArray missing = back_end.readCurrentVersion();
-    QFile file(QStringLiteral("version"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("1.2.3\r\n");
-    file.close();
-    const QByteArray present = back_end.readCurrentVersion();
-    QDir::setCurrent(before);
-
-    QCOMPARE(missing, QByteArray());
-    QCOMPARE(present, QByteArray("1.2.3\r\n"));
+        back_end.setSyncDone(code);
+    QCOMPARE(sync, (QList<QVariantList>{{2}, {-1}, {0}}));
+    QCOMPARE(update.size(), 0);
+    for (const int code : {0, 1, 1})
+        back_end.setUpdateDone(code);
+    QCOMPARE(update, (QList<QVariantList>{{1}}));
+    QCOMPARE(sync.size(), 3);
 }
 
 QTEST_APPLESS_MAIN(UIBackEndTest)

@@ -111,13 +111,6 @@ int command(const Handle& handle, unsigned char byte)
     return libusb_bulk_transfer(handle.get(), 0x01, &byte, 1, &length_bytes, kPatientMs);
 }
 
-int control(const Handle& handle, uint8_t request, uint16_t value, QByteArray data)
-{
-    return libusb_control_transfer(handle.get(), 0x21, request, value, 0,
-                                   reinterpret_cast<unsigned char*>(data.data()),
-                                   uint16_t(data.size()), kPatientMs);
-}
-
 UniqueFd monitorAt(const QByteArray& path)
 {
     ::unlink(path.constData());
@@ -143,7 +136,6 @@ private slots:
     void deviceNumbersAreFreshAndWrap();
     void aTimeoutTakesItsRequestBack();
     void unpluggedDuringATransfer();
-    void reportsTheLineAsTheHostSetIt();
     void unpluggedWhileRestarting();
     void refusesTheInterface();
     void giveBackWhenAHostCloses();
@@ -262,23 +254,6 @@ void SimulatorUsbBus::unpluggedDuringATransfer()
     QCOMPARE(transfer->status, LIBUSB_TRANSFER_NO_DEVICE);
     libusb_free_transfer(transfer);
     QCOMPARE(command(handle, 0x11), int(LIBUSB_ERROR_NO_DEVICE));
-}
-
-void SimulatorUsbBus::reportsTheLineAsTheHostSetIt()
-{
-    PodSettings settings = podOf(3);
-    settings.flash.in_bootloader = true;
-    m_bus->plug(3, settings);
-    Handle handle;
-    QCOMPARE(openPod(findPod(3, kBootloaderProduct).get(), handle), 0);
-    QCOMPARE(libusb_detach_kernel_driver(handle.get(), 1), 0);
-    QCOMPARE(libusb_claim_interface(handle.get(), 1), 0);
-    const QByteArray coding = QByteArray::fromHex("00C20100000008");
-    QCOMPARE(control(handle, 0x22, 3, {}), 0);
-    QCOMPARE(control(handle, 0x20, 0, coding), coding.size());
-    const PodReport report = m_bus->report(3);
-    QCOMPARE(report.line.state, 3);
-    QCOMPARE(report.line.coding, coding);
 }
 
 void SimulatorUsbBus::unpluggedWhileRestarting()

@@ -9,13 +9,11 @@
 #include <QDir>
 #include <QFile>
 #include <QMap>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QtTest>
 
 using testfiles::contentOf;
 using testfiles::write;
-using testfiles::writeTool;
 
 namespace {
 
@@ -72,6 +70,7 @@ private slots:
     void eraseCommandThatIsNoFile();
     void backupHoldsAllNewestFirst();
     void backupStopsAtItsLimit();
+    void backupHoldsHundredsOfMegabytes();
     void backupThatFailedReplacesNone();
     void backupThenErase();
     void nothingIsLost_data();
@@ -88,18 +87,12 @@ private:
 
 void StorageCommands::initTestCase()
 {
-    QVERIFY(QDir().mkpath(kStick));
-    QCOMPARE(
-        QProcess::execute(QStringLiteral("mount"), {QStringLiteral("-t"), QStringLiteral("tmpfs"),
-                                                    QStringLiteral("key"), kStick}),
-        0);
-    QVERIFY(writeTool(QStringLiteral("/opt/blkid"), "echo /dev/sda1:"));
-    for (const char* tool : {"/opt/mount", "/opt/umount", "/opt/sync"})
-        QVERIFY(writeTool(QLatin1String(tool), {}));
-    qputenv("PATH", "/opt:" + qgetenv("PATH"));
+    QVERIFY(testfiles::mountDisk(kStick));
+    QVERIFY(testfiles::useTools(
+        QStringLiteral("/opt"),
+        {{"blkid", "echo /dev/sda1:"}, {"mount", ""}, {"umount", ""}, {"sync", ""}}));
     for (int i = 0; i < kArchives; ++i)
-        m_archives.insert(QStringLiteral("000000000%1.cvx").arg(i),
-                          QByteArray(20000 + i, char('a' + i)));
+        m_archives.insert(testfiles::archiveName(i), QByteArray(20000 + i, char('a' + i)));
 }
 
 void StorageCommands::init()
@@ -208,10 +201,11 @@ void StorageCommands::backupHoldsAllNewestFirst()
 void StorageCommands::backupStopsAtItsLimit()
 {
     // After the second archive the backup is larger than an empty one with one of them.
-    const qint64 limit = ZipUtils::createZip(kBackup) &&
-                                 ZipUtils::addFile(kBackup, QStringLiteral("datas/0000000003.cvx"))
-                             ? QFileInfo(kBackup).size() + 1
-                             : 0;
+    const qint64 limit =
+        ZipUtils::createZip(kBackup) &&
+                ZipUtils::addFile(kBackup, QStringLiteral("datas/") + names().last())
+            ? QFileInfo(kBackup).size() + 1
+            : 0;
     const QByteArray first =
         "Max backup size reached, stopping. Max size: " + QByteArray::number(limit);
     QTest::ignoreMessage(QtDebugMsg, first.constData());
@@ -219,6 +213,13 @@ void StorageCommands::backupStopsAtItsLimit()
     QVERIFY(BackupGenerator::generateBackup(kBackup, limit).complete);
     QCOMPARE(ZipUtils::listFiles(kBackup),
              QStringList({QStringLiteral("datas_1.cvx"), QStringLiteral("datas_2.cvx")}));
+}
+
+void StorageCommands::backupHoldsHundredsOfMegabytes()
+{
+    QVERIFY(write(QStringLiteral("datas/0000000004.cvx"), testfiles::noise(1, 60 << 20)));
+    QVERIFY(BackupGenerator::generateBackup(kBackup).complete);
+    QCOMPARE(ZipUtils::listFiles(kBackup).size(), kArchives + 1);
 }
 
 /// What it holds may be nowhere else any more.

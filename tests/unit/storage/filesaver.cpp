@@ -1,6 +1,7 @@
 // How data files are named, and which go when there are too many.
 #include "utils/filesaver.h"
 
+#include "support/testfiles.h"
 #include "utils/ziputils.h"
 
 #include <QDir>
@@ -8,6 +9,8 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
+
+using testfiles::archiveName;
 
 namespace {
 
@@ -24,11 +27,6 @@ bool makeDataFile(const QString& name, int entries)
     if (made && entries < 0)
         made = QFile::resize(path, 7);
     return made;
-}
-
-QString fileName(int number)
-{
-    return QStringLiteral("%1.cvx").arg(number, 10, 10, QLatin1Char('0'));
 }
 
 } // namespace
@@ -97,6 +95,7 @@ void StorageFileSaver::nextName()
     QVERIFY(makeDataFile(QStringLiteral("0000000007.cvx"), 2));
     QVERIFY(makeDataFile(last, entries));
     QVERIFY(QDir().mkdir(QStringLiteral("datas/zz")));
+    QVERIFY(makeDataFile(QStringLiteral(".0000000099.cvx.new"), 2)); // left by a loss of power
     FileSaver saver(QStringLiteral("datas"), kExtension, 25);
     QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + last);
     saver.createNewFile();
@@ -109,24 +108,24 @@ void StorageFileSaver::recordingsAreNeverReplaced()
 {
     // A foreign name that sorts last, and an archive that never got its information file.
     QVERIFY(QDir().mkdir(QStringLiteral("datas")));
-    QVERIFY(makeDataFile(fileName(1), 2));
+    QVERIFY(makeDataFile(archiveName(1), 2));
     QVERIFY(makeDataFile(QStringLiteral("notes.txt"), -1));
     FileSaver saver(QStringLiteral("datas"), kExtension, 25);
     saver.createNewFile();
-    QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + fileName(2));
+    QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + archiveName(2));
 
     QVERIFY(QFile::remove(QStringLiteral("datas/notes.txt")));
-    QVERIFY(ZipUtils::createZip(QStringLiteral("datas/") + fileName(3)));
-    QVERIFY(ZipUtils::addFile(QStringLiteral("datas/") + fileName(3), QStringLiteral("infos.log"),
-                              QStringLiteral("0123456789ABCDE.ozu")));
+    QVERIFY(ZipUtils::createZip(QStringLiteral("datas/") + archiveName(3)));
+    QVERIFY(ZipUtils::addFile(QStringLiteral("datas/") + archiveName(3),
+                              QStringLiteral("infos.log"), QStringLiteral("0123456789ABCDE.ozu")));
     saver.createNewFile();
-    QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + fileName(4));
+    QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + archiveName(4));
 
     // An archive that somebody copied there while the current one is being filled.
-    QVERIFY(makeDataFile(fileName(4), 2));
-    QVERIFY(makeDataFile(fileName(9), 1));
+    QVERIFY(makeDataFile(archiveName(4), 2));
+    QVERIFY(makeDataFile(archiveName(9), 1));
     saver.createNewFile();
-    QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + fileName(10));
+    QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + archiveName(10));
 }
 
 void StorageFileSaver::seriesStartsOver()
@@ -147,14 +146,14 @@ void StorageFileSaver::oldestGoFirst()
 {
     QVERIFY(QDir().mkdir(QStringLiteral("datas")));
     for (int i = 30; i > 0; --i)
-        QVERIFY(makeDataFile(fileName(i), 0));
+        QVERIFY(makeDataFile(archiveName(i), 0));
     for (int i = 1; i <= 5; ++i)
         QTest::ignoreMessage(QtDebugMsg,
-                             qPrintable(QStringLiteral("Removing: datas/") + fileName(i)));
+                             qPrintable(QStringLiteral("Removing: datas/") + archiveName(i)));
     const FileSaver saver(QStringLiteral("datas"), kExtension, 25);
     QCOMPARE(saver.listFiles().size(), 25);
-    QCOMPARE(saver.listFiles().first(), fileName(6));
-    QCOMPARE(saver.getLastFilePath(), QStringLiteral("datas/") + fileName(30));
+    QCOMPARE(saver.listFiles().first(), archiveName(6));
+    QCOMPARE(saver.getLastFilePath(), QStringLiteral("datas/") + archiveName(30));
 }
 
 QTEST_GUILESS_MAIN(StorageFileSaver)

@@ -18,11 +18,14 @@ target_compile_definitions(faultyrun PRIVATE
   FAULTYSTORAGE_LIBRARY="$<TARGET_FILE:faultystorage>"
   FAULTYSTORAGE_DRIVER="$<TARGET_FILE:faultystorage_driver>")
 
-corvane_add_test(storage_power SOURCES unit/storage/power.cpp
-  LIBRARIES faultyrun)
+foreach(name IN ITEMS power archives)
+  corvane_add_test(storage_${name}
+    SOURCES unit/storage/${name}.cpp support/faultystation.cpp LIBRARIES faultyrun)
+endforeach()
 corvane_add_test(storage_commands SOURCES unit/storage/commands.cpp
   LIBRARIES faultyrun SANDBOXED)
 
+corvane_add_test(storage_deflate SOURCES unit/storage/deflate.cpp)
 corvane_add_test(storage_zip
   SOURCES unit/storage/zip.cpp)
 corvane_add_test(storage_large

@@ -10,9 +10,10 @@
 #include <memory>
 #include <random>
 
-/// What an update needs around it: the simulated bus under the real libusb of this process, and a
-/// working directory with a package unpacked. Made anew for each test, on the test's thread.
-class UpdateBench
+/// What pods need around them: the simulated bus under the real libusb of this process, and a
+/// working directory, which an update's package is unpacked to. Made anew for each test, on the
+/// test's thread.
+class PodRig
 {
 public:
     struct Package
@@ -21,18 +22,15 @@ public:
         QByteArray init;
     };
 
-    UpdateBench();
-    UpdateBench(const UpdateBench&) = delete;
-    UpdateBench& operator=(const UpdateBench&) = delete;
-    UpdateBench(UpdateBench&&) = delete;
-    UpdateBench& operator=(UpdateBench&&) = delete;
-    ~UpdateBench() = default;
+    PodRig();
+    Q_DISABLE_COPY_MOVE(PodRig)
+    ~PodRig() = default;
 
     static QByteArray randomBytes(std::mt19937& random, int size_bytes);
     /// Little-endian.
     static QByteArray word(quint32 value);
-    /// True when the decoder's deliberate row makes something else of a reply to this update.
-    static bool aReplyIsMisread(const Package& package, const BootloaderSettings& bootloader);
+    /// A byte 0xDB, after which the station deliberately gives an update up.
+    static bool aReplyHoldsEscape(const Package& package, const BootloaderSettings& bootloader);
     /// One of which none is.
     static Package plainPackage(const BootloaderSettings& bootloader, int image_bytes = 20'000);
     static void unpack(const Package& package);
@@ -40,16 +38,18 @@ public:
 
     UsbBus& bus() { return m_bus; }
     UIBackEnd& screen() { return m_screen; }
-    /// Waits until libusb has it, or has it no more.
+    /// Waits until libusb has it, or has it no more; no device when that takes too long.
     UsbDeviceRef plug(int slot, const PodSettings& settings);
     void unplug(int slot);
+    /// The device behind these ports, from the root hub on; that hub itself behind none.
+    UsbDeviceRef find(const QList<int>& ports) const;
 
     /// The pod in that place runs this image, since it was plugged in.
     bool updated(int slot, const Package& package) const;
     int refusals(int slot) const;
 
 private:
-    UsbDeviceRef find(int slot) const;
+    UsbDeviceRef await(int slot, bool there) const;
 
     QTemporaryDir m_dir;
     UsbBus m_bus;

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "explore/day.h"
+
+/// What days may be like.
+struct DayLimits
+{
+    int most_episodes = 16;
+    bool machine = false; ///< only of what a computer of its own can do
+};
+
+/// The day that follows from seed and limits, and from them alone.
+Day inventDay(quint64 seed, const DayLimits& limits);
