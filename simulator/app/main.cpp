@@ -3,18 +3,24 @@
 #include "bench/scenariorunner.h"
 #include "bench/verdict.h"
 #include "common/badinput.h"
+#include "common/companions.h"
 #include "explore/explorer.h"
 #include "machine/machinesite.h"
 #include "scenario/scenarioparser.h"
-#include "screen/screenserver.h"
 #include "system/interruption.h"
+#include "window/benchwindow.h"
 
-#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QGuiApplication>
+#include <QQuickWindow>
 #include <QTextStream>
 
 #include <algorithm>
+#include <clocale>
+#include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -50,26 +56,23 @@ Display displayOf(const Options& options)
 {
     if (options.display != Display::Auto)
         return options.display;
-    if (options.once)
+    if (options.once || options.explored_days > 0 || options.help)
         return Display::None;
-    return options.machine || qEnvironmentVariableIsEmpty("DISPLAY") ? Display::Vnc
-                                                                     : Display::Window;
+    return qEnvironmentVariableIsEmpty("DISPLAY") ? Display::Vnc : Display::Window;
+}
+
+QStringList argumentsOf(int argc, char** argv)
+{
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments += QString::fromLocal8Bit(argv[i]);
+    return arguments;
 }
 
 void needStation(const QString& program)
 {
     if (!QFileInfo(program).isExecutable())
         throw BadInput(QStringLiteral("%1 is no program").arg(program));
-}
-
-void offerScreen(ScreenServer& server)
-{
-    const quint16 port = server.listen();
-    QTextStream out(stdout);
-    if (port == 0)
-        out << "No port from 5900 on is free: the screen cannot be watched.\n";
-    else
-        out << "The station's screen: connect a VNC viewer to 127.0.0.1:" << port << '\n';
 }
 
 void tellOfFirmware(const std::optional<Firmware>& firmware)
@@ -80,32 +83,44 @@ void tellOfFirmware(const std::optional<Firmware>& firmware)
                                "station gives an update up.\n";
 }
 
-/// Played to its end and judged; the exit code says how it came out.
-int playOnce(Bench& bench, const Scenario& scenario)
+/// Runs until the runner says that it is over; the window, if there is one, shows it. What the
+/// person wants to see next: a scenario's file, or nothing.
+QString watch(Bench& bench, ScenarioRunner& runner, const Scenario& scenario,
+              const PodPlan& usual, BenchWindow* window)
 {
-    ScenarioRunner runner(bench, scenario, ScenarioRunner::Mode::Unattended);
     QObject::connect(&runner, &ScenarioRunner::finished, qApp, &QCoreApplication::quit,
                      Qt::QueuedConnection);
+    if (window != nullptr)
+        window->show(bench, runner, scenario, usual);
     runner.start();
     QCoreApplication::exec();
+    return window != nullptr ? window->leave() : QString();
+}
+
+/// Played to its end and judged; the exit code says how it came out.
+int playOnce(Bench& bench, const Scenario& scenario, const PodPlan& usual, BenchWindow* window)
+{
+    ScenarioRunner runner(bench, scenario, ScenarioRunner::Mode::Unattended);
+    watch(bench, runner, scenario, usual, window);
     Verdict verdict = judge(bench, scenario.expect);
     verdict.problems = runner.problems() + verdict.problems;
     QTextStream(stdout) << summary(bench, verdict);
     return verdict.good() ? 0 : 1;
 }
 
-/// Left to a person, with a scenario's steps as far as they go.
-int playWithPerson(Bench& bench, const Scenario& scenario, const PodPlan& usual)
+/// Left to a person, with a scenario's steps as far as they go; what the person wants next. How the
+/// station ended, the prompt says.
+QString playWithPerson(Bench& bench, const Scenario& scenario, const PodPlan& usual,
+                       BenchWindow* window)
 {
-    ScenarioRunner runner(bench, scenario, ScenarioRunner::Mode::Attended);
-    Prompt prompt(bench, usual);
-    QObject::connect(&runner, &ScenarioRunner::finished, qApp, &QCoreApplication::quit,
-                     Qt::QueuedConnection);
-    runner.start();
-    QCoreApplication::exec();
+    ScenarioRunner runner(bench, scenario,
+                          window != nullptr ? ScenarioRunner::Mode::Watched
+                                            : ScenarioRunner::Mode::Attended);
+    const Prompt prompt(bench, usual);
+    const QString next = watch(bench, runner, scenario, usual, window);
     for (const QString& problem : runner.problems())
         QTextStream(stderr) << problem << '\n';
-    return 0; // how the station ended, the prompt has said
+    return next;
 }
 
 SiteMaker siteOf(const Options& options)
@@ -144,41 +159,101 @@ int explore(const Options& options)
     return explorer.explore() ? 0 : 1;
 }
 
-int run(const Options& options)
+/// The exit code, and the scenario that the person wants to see next.
+std::pair<int, QString> playOne(const Options& options, Interruption& interruption,
+                                BenchWindow* window)
 {
-    needStation(options.station_program);
-    if (options.explored_days > 0)
-        return explore(options);
     const Scenario scenario = scenarioOf(options);
-    const Display display = displayOf(options);
-    Interruption interruption; // first: the bench makes folders that are not to be left behind
     Bench bench({QFileInfo(options.station_program).absoluteFilePath(), options.kept_folder,
-                 options.seed, display == Display::Window, options.verbose, siteOf(options)},
+                 options.seed, options.verbose, siteOf(options)},
                 scenario);
     tellOfFirmware(bench.firmware());
     QObject::connect(&interruption, &Interruption::requested, &bench, [&bench] {
         QTextStream(stderr) << "Waiting for the station to quit; again ends the bench at once.\n";
         bench.perform(verb::Quit{});
     });
-    ScreenServer server(bench.screenSocket());
+    if (options.once)
+        return {playOnce(bench, scenario, options.usual_pod, window), {}};
+    return {0, playWithPerson(bench, scenario, options.usual_pod, window)};
+}
+
+/// One bench after the other, as scenarios are chosen in the window; each keeps its files apart.
+int play(Options options, BenchWindow* window)
+{
+    Interruption interruption; // first: the bench makes folders that are not to be left behind
+    const QString kept_folder = options.kept_folder;
+    for (int bench = 2;; ++bench) {
+        const auto [exit_code, next] = playOne(options, interruption, window);
+        if (next.isEmpty())
+            return exit_code;
+        options.scenario_file = next;
+        if (!kept_folder.isEmpty())
+            options.kept_folder = QStringLiteral("%1-%2").arg(kept_folder).arg(bench);
+    }
+}
+
+Options withStation(Options options)
+{
+    if (options.station_program.isEmpty())
+        options.station_program = options.board_folder.isEmpty()
+                                      ? companions::path("corvane")
+                                      : companions::stationOfBoard(options.board_folder);
+    needStation(options.station_program);
+    return options;
+}
+
+/// This program again, on a display of its own. Returns only when there can be none.
+int serveWindow(const QStringList& arguments)
+{
+    std::vector<QByteArray> words{QFile::encodeName(companions::path("window/serve")),
+                                  QFile::encodeName(QCoreApplication::applicationFilePath())};
+    for (const QString& argument : arguments.mid(1))
+        words.push_back(argument.toLocal8Bit());
+    words.insert(words.end(), {"--display", "window"});
+    std::vector<char*> pointers;
+    for (QByteArray& word : words)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    ::execv(pointers.front(), pointers.data());
+    throw BadInput(QStringLiteral("cannot start %1").arg(QFile::decodeName(words.front())));
+}
+
+int runInWindow(char** argv, const Options& options)
+{
+    QQuickWindow::setSceneGraphBackend(QSGRendererInterface::Software);
+    int only_its_name = 1; // Qt has an option --display of its own
+    const QGuiApplication application(only_its_name, argv);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    const Options complete = withStation(options);
+    BenchWindow window;
+    return play(complete, &window);
+}
+
+int run(int argc, char** argv)
+{
+    const QStringList arguments = argumentsOf(argc, argv);
+    const Options options = parseOptions(arguments);
+    const Display display = displayOf(options);
+    if (display == Display::Window)
+        return runInWindow(argv, options);
+    const QCoreApplication application(argc, argv);
+    if (options.help) {
+        QTextStream(stdout) << optionsHelp();
+        return 0;
+    }
     if (display == Display::Vnc)
-        offerScreen(server);
-    return options.once ? playOnce(bench, scenario)
-                        : playWithPerson(bench, scenario, options.usual_pod);
+        return serveWindow(arguments);
+    const Options complete = withStation(options);
+    return options.explored_days > 0 ? explore(complete) : play(complete, nullptr);
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const QCoreApplication application(argc, argv);
+    std::setlocale(LC_ALL, ""); // the arguments are read before there is an application
     try {
-        const Options options = parseOptions(QCoreApplication::arguments());
-        if (options.help) {
-            QTextStream(stdout) << optionsHelp();
-            return 0;
-        }
-        return run(options);
+        return run(argc, argv);
     } catch (const BadInput& bad) {
         QTextStream(stderr) << "corvane-sim: " << bad.text() << '\n';
         return kBadInput;

@@ -1,7 +1,6 @@
 #include "app/options.h"
 
 #include "common/badinput.h"
-#include "common/companions.h"
 #include "common/slotset.h"
 
 #include <QCommandLineParser>
@@ -26,7 +25,7 @@ void addOptions(QCommandLineParser& parser)
     add("stick-folder", "Copy what is in this folder onto the stick first.", "DIR");
     add("stick-size", "What the stick holds: 64M (usual: as much as this disk has).", "BYTES");
     add("stick-speed", "What the stick takes a second at most: 2M (0: no limit).", "BYTES");
-    add("display", "Where the screen is: auto (usual), window, vnc or none.", "KIND");
+    add("display", "Where the window is: auto (usual), window, vnc or none.", "KIND");
     add("station", "The station program (usual: the one that came with the bench).", "PATH");
     add("scenario", "Play a scenario file.", "FILE");
     add("machine", "Run the station in a virtual machine, with a kernel of its own.", "");
@@ -70,14 +69,6 @@ Display displayOf(const QCommandLineParser& parser)
     if (kind == option("none"))
         return Display::None;
     throw BadInput(QStringLiteral("--display is auto, window, vnc or none, not '%1'").arg(kind));
-}
-
-QString stationOf(const QCommandLineParser& parser)
-{
-    if (parser.isSet(option("station")))
-        return parser.value(option("station"));
-    return parser.isSet(option("board")) ? companions::stationOfBoard(parser.value(option("board")))
-                                         : companions::path("corvane");
 }
 
 PodPlan usualPodOf(const QCommandLineParser& parser)
@@ -125,11 +116,6 @@ void refuseContradictions(const QCommandLineParser& parser)
             QStringLiteral("--screenshot belongs to --once; at the prompt, type screenshot"));
     if (both("machine", "board"))
         throw BadInput(QStringLiteral("--board is a machine already: no --machine"));
-    if ((parser.isSet(option("machine")) || parser.isSet(option("board"))) &&
-        displayOf(parser) == Display::Window)
-        throw BadInput(QStringLiteral("the machine's screen is for a viewer: no --display window"));
-    if (parser.isSet(option("once")) && displayOf(parser) == Display::Window)
-        throw BadInput(QStringLiteral("--once looks at the screen itself: no --display window"));
 }
 
 } // namespace
@@ -150,7 +136,7 @@ Options parseOptions(const QStringList& arguments)
     options.stick = stickOf(parser);
     options.display = displayOf(parser);
     options.board_folder = parser.value(option("board"));
-    options.station_program = stationOf(parser);
+    options.station_program = parser.value(option("station"));
     options.scenario_file = parser.value(option("scenario"));
     options.machine = parser.isSet(option("machine")) || !options.board_folder.isEmpty();
     options.firmware_file = parser.value(option("firmware"));

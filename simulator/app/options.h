@@ -7,10 +7,10 @@
 #include <QStringList>
 
 enum class Display {
-    Auto,   ///< a window where there is a display and a person, else as below
-    Window, ///< on the user's display
-    Vnc,    ///< for a viewer on this machine
-    None    ///< seen by the bench alone
+    Auto,   ///< a window for a person, on the display or, where there is none, as Vnc
+    Window, ///< on the display
+    Vnc,    ///< for a viewer or a browser on this machine
+    None    ///< no window
 };
 
 /// The command line of the bench.
@@ -21,7 +21,7 @@ struct Options
     PodPlan usual_pod;
     StickPlan stick;
     Display display = Display::Auto;
-    QString station_program;
+    QString station_program; ///< empty: the one that came with the bench
     QString scenario_file;
     bool machine = false;  ///< the station has a computer of its own
     QString board_folder;  ///< which is the board that was made ready there; empty: a desk's
@@ -36,6 +36,6 @@ struct Options
     bool verbose = false;
 };
 
-/// arguments begin with the program's name. Throws BadInput.
+/// arguments begin with the program's name. Throws BadInput. Needs no application object.
 Options parseOptions(const QStringList& arguments);
 QString optionsHelp();

@@ -30,7 +30,6 @@ std::optional<Firmware> bringFirmware(const std::optional<FirmwarePlan>& plan, q
 
 Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     : m_scenario(scenario)
-    , m_window(settings.window)
     , m_folder(settings.kept_folder)
     , m_earlier(makeEarlierArchives(m_folder.archives(), scenario.earlier, settings.seed))
     , m_site(settings.make_site(settings, scenario, m_folder))
@@ -61,7 +60,9 @@ void Bench::start()
 
 QString Bench::perform(const Verb& verb)
 {
-    return std::visit([this](const auto& one) { return act(one); }, verb);
+    const QString answer = std::visit([this](const auto& one) { return act(one); }, verb);
+    emit changed();
+    return answer;
 }
 
 std::optional<PodReport> Bench::lastReport(int slot) const
@@ -117,6 +118,12 @@ QString Bench::act(const verb::Stick& stick)
     return {};
 }
 
+QString Bench::act(const verb::PutOnStick& put)
+{
+    m_site->stick().put(put.file);
+    return QStringLiteral("put on the stick: %1").arg(QFileInfo(put.file).fileName());
+}
+
 QString Bench::act(const verb::GrowArchive& grow)
 {
     const QStringList archives = m_folder.localArchives();
@@ -138,7 +145,7 @@ QString Bench::act(const verb::Screenshot& screenshot)
 {
     if (!m_screen.ready())
         throw BadInput(QStringLiteral("there is no screen to photograph here"));
-    if (!m_screen.picture().save(screenshot.file, "PNG"))
+    if (!(m_camera ? m_camera() : picture()).save(screenshot.file, "PNG"))
         throw BadInput(QStringLiteral("cannot write %1").arg(screenshot.file));
     return QStringLiteral("saved %1").arg(screenshot.file);
 }
@@ -147,11 +154,7 @@ QString Bench::act(const verb::Quit& /*quit*/)
 {
     m_quitting = true;
     m_quit_patience.start();
-    if (m_window)
-        act(verb::StopStation());
-    else
-        touchQuitCorner();
-    emit changed();
+    touchQuitCorner();
     return {};
 }
 
@@ -208,8 +211,7 @@ void Bench::startStation()
     noteEraseCommand();
     m_service.stationStarted(elapsedMs());
     m_site->station().start();
-    if (!m_window)
-        m_screen.start(m_site->screenSocket());
+    m_screen.start(m_site->screenSocket());
 }
 
 void Bench::notePodEvent(int slot, PodEvent event)

@@ -16,6 +16,7 @@
 #include <QSet>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 
 /// So many lines are told of what is on the stick.
@@ -71,6 +72,10 @@ public:
     /// That the stick's package brings, if it has one.
     const std::optional<Firmware>& firmware() const { return m_firmware; }
     const PodRack& rack() const { return m_rack; }
+    /// What the station's screen shows; null while nothing is to be seen.
+    const QImage& picture() const { return m_screen.picture(); }
+    /// What a screenshot is of, instead of the station's screen alone.
+    void setCamera(std::function<QImage()> camera) { m_camera = std::move(camera); }
     const Station& station() const { return m_site->station(); }
     QString screenSocket() const { return m_site->screenSocket(); }
     /// Codes whose pictures were ever seen.
@@ -95,6 +100,7 @@ private:
     QString act(const verb::Unplug& unplug);
     QString act(const verb::SetFault& fault);
     QString act(const verb::Stick& stick);
+    QString act(const verb::PutOnStick& put);
     QString act(const verb::GrowArchive& grow);
     QString act(const verb::Touch& touch);
     QString act(const verb::Screenshot& screenshot);
@@ -114,7 +120,6 @@ private:
     void touchQuitCorner();
 
     Scenario m_scenario;
-    bool m_window;
     BenchFolder m_folder;
     std::vector<KnownArchive> m_earlier;
     std::unique_ptr<Site> m_site;
@@ -126,6 +131,7 @@ private:
     std::vector<Holdings> m_measurements;
     QSet<QByteArray> m_given_up; ///< digests of what the station was allowed to erase
     ScreenClient m_screen;
+    std::function<QImage()> m_camera;
     ScreenReader m_reader;
     std::optional<int> m_panel_code;
     QSet<int> m_panel_shown;

@@ -57,12 +57,21 @@ bool ScenarioRunner::stepDue() const
 void ScenarioRunner::doStep(const Step& step)
 {
     try {
-        m_bench.perform(step.action);
+        perform(step.action);
     } catch (const BadInput& bad) {
         if (!step.if_possible)
             giveUp(QStringLiteral("%1: %2").arg(step.place, bad.text()));
     }
     m_last_step.start();
+}
+
+void ScenarioRunner::perform(const Verb& action)
+{
+    const bool watched = m_mode == Mode::Watched;
+    if (watched && std::holds_alternative<verb::Screenshot>(action))
+        return;
+    const bool ends = std::holds_alternative<verb::Quit>(action);
+    m_bench.perform(watched && ends ? Verb(verb::StopStation{}) : action);
 }
 
 bool ScenarioRunner::endAwaited() const
@@ -78,9 +87,10 @@ void ScenarioRunner::finishIfEnded()
     if (m_finished || !m_bench.station().exitCode())
         return;
     const bool steps_left = m_next_step < m_scenario.steps.size();
-    if (m_mode == Mode::Attended ? !m_bench.quitAsked() : steps_left && endAwaited())
+    const bool judged = m_mode == Mode::Unattended;
+    if (judged ? steps_left && endAwaited() : !m_bench.quitAsked())
         return;
-    if (m_mode == Mode::Unattended && steps_left)
+    if (judged && steps_left)
         m_problems += QStringLiteral("the station ended %1").arg(waitingFor());
     m_finished = true;
     emit finished();
@@ -93,18 +103,29 @@ void ScenarioRunner::giveUp(const QString& problem)
     m_bench.perform(verb::KillStation{});
 }
 
-/// As "while step 1 waited for erased 0-5 and panel 0": what of the next step did not hold.
-QString ScenarioRunner::waitingFor() const
+QString ScenarioRunner::progress() const
 {
     if (m_next_step == m_scenario.steps.size())
-        return QStringLiteral("while the station was to end");
-    const Step& step = m_scenario.steps[m_next_step];
+        return {};
+    return QStringLiteral("%1 waits for %2").arg(m_scenario.steps[m_next_step].place, missing());
+}
+
+/// As "erased 0-5 and panel 0": what of the next step does not hold.
+QString ScenarioRunner::missing() const
+{
     QStringList missing;
-    for (const Condition& condition : step.conditions)
+    for (const Condition& condition : m_scenario.steps[m_next_step].conditions)
         if (!m_bench.holds(condition))
             missing += textOf(condition);
     if (missing.isEmpty())
         missing += QStringLiteral("its time");
+    return missing.join(QStringLiteral(" and "));
+}
+
+QString ScenarioRunner::waitingFor() const
+{
+    if (m_next_step == m_scenario.steps.size())
+        return QStringLiteral("while the station was to end");
     return QStringLiteral("while %1 waited for %2")
-        .arg(step.place, missing.join(QStringLiteral(" and ")));
+        .arg(m_scenario.steps[m_next_step].place, missing());
 }

@@ -16,12 +16,15 @@ class ScenarioRunner : public QObject
 public:
     enum class Mode {
         Unattended, ///< ends with the station, or at the time limit
-        Attended    ///< ends when the person has asked for it
+        Attended,   ///< ends when the person, or a step, has asked for it
+        Watched     ///< a step's end is the station's alone, and a step takes no picture
     };
     ScenarioRunner(Bench& bench, const Scenario& scenario, Mode mode);
 
     void start();
     const QStringList& problems() const { return m_problems; }
+    /// As "step 2 waits for erased 0-5"; empty when all are done.
+    QString progress() const;
 
 signals:
     void finished();
@@ -31,8 +34,10 @@ private:
     bool stepDue() const;
     bool endAwaited() const;
     void doStep(const Step& step);
+    void perform(const Verb& action);
     void finishIfEnded();
     void giveUp(const QString& problem);
+    QString missing() const;
     QString waitingFor() const;
 
     Bench& m_bench;

@@ -7,9 +7,12 @@
 namespace companions {
 
 /// "corvane", the station itself; "tools", of the private root; "boot", what a virtual machine
-/// starts with.
+/// starts with; "window", what gives the window a display.
 QString path(const char* name);
 /// The station of a board which scripts/board has made ready in the folder.
 QString stationOfBoard(const QString& folder);
+
+/// The folder of the scenarios to be watched.
+QString scenarios();
 
 } // namespace companions

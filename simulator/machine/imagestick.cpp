@@ -47,6 +47,12 @@ void ImageStick::setInserted(bool inserted)
     m_machine.stickPort().setInserted(inserted);
 }
 
+/// Its image is made once, of what the scenario says.
+void ImageStick::put(const QString& /*file*/)
+{
+    throw BadInput(QStringLiteral("nothing is put on a machine's stick by hand"));
+}
+
 std::optional<qint64> ImageStick::bytesOf(const QString& name) const
 {
     if (m_machine.running()) {

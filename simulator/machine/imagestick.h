@@ -19,6 +19,7 @@ public:
 
     bool inserted() const override;
     void setInserted(bool inserted) override;
+    void put(const QString& file) override;
     std::optional<qint64> bytesOf(const QString& name) const override;
     QStringList complaints() const override { return m_complaints; }
     /// Brings the folder up to date; nobody may have the stick mounted.

@@ -25,7 +25,6 @@ SandboxStation::SandboxStation(const BenchSettings& settings, const BenchFolder&
     environment.insert(QStringLiteral("BENCH_FOLDER"), folder.path());
     environment.insert(QStringLiteral("BENCH_CONTROL"), folder.control());
     environment.insert(QStringLiteral("BENCH_TESTBED"), testbed);
-    environment.insert(QStringLiteral("BENCH_WINDOW"), QLatin1String(settings.window ? "1" : ""));
     if (download_space_bytes > 0)
         environment.insert(QStringLiteral("BENCH_SPACE"), QString::number(download_space_bytes));
     m_process.setProcessEnvironment(environment);

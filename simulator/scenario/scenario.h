@@ -37,6 +37,11 @@ struct Stick
     bool inserted;
     std::optional<StickPlan> other; ///< put in instead of the one before
 };
+/// Only while it is out, as on a person's computer.
+struct PutOnStick
+{
+    QString file;
+};
 /// Bytes of nothing in front of what the station's newest archive holds: such an archive is large
 /// at once. Only while nothing is added to it.
 struct GrowArchive
@@ -77,7 +82,7 @@ struct Help
 } // namespace verb
 
 using Verb =
-    std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::GrowArchive,
+    std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::PutOnStick, verb::GrowArchive,
                  verb::Touch, verb::Screenshot, verb::Quit, verb::StopStation, verb::KillStation,
                  verb::RestartStation, verb::MeasureStation, verb::Status, verb::Help>;
 

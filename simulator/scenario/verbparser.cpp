@@ -131,6 +131,8 @@ const std::vector<Row>& rows()
                 9, faultWords}},
         {"stick", true, [](P place, U) -> Verb { return stickVerbOf(place); },
          Typing{"stick in, stick out", "insert or pull the USB stick", 1, 1, oneWord}},
+        {"put", false, [](P place, U) -> Verb { return verb::PutOnStick{place.text()}; },
+         Typing{"put FILE", "copy a file onto the stick, while it is out", 1, 1, oneWord}},
         {"grow archive",
          true,
          [](P place, U) -> Verb { return verb::GrowArchive{place.bytes(kMostHole)}; },

@@ -24,7 +24,6 @@ struct BenchSettings
     QString station_program;
     QString kept_folder; ///< empty: a temporary one
     quint64 seed = 1;
-    bool window = false; ///< on the user's display; the bench then neither sees nor touches it
     bool echo_log = false;
     SiteMaker make_site = makePrivateRoot;
 };

@@ -61,6 +61,16 @@ void BenchStick::replace(const StickPlan& /*plan*/)
     throw BadInput(QStringLiteral("there is only one stick here"));
 }
 
+void BenchStick::put(const QString& file)
+{
+    if (inserted())
+        throw BadInput(QStringLiteral("the stick is in the station; pull it first"));
+    const QString copy = path(QFileInfo(file).fileName());
+    QFile::remove(copy);
+    if (!QFile::copy(file, copy))
+        throw BadInput(QStringLiteral("cannot copy %1 onto the stick").arg(file));
+}
+
 /// The folder itself stays: the station's root has it, wherever its name leads by then.
 void BenchStick::beginAnother(const StickPlan& plan)
 {

@@ -29,6 +29,8 @@ public:
     /// Another stick from now on; the one before must be out, and stays as it is in a folder of its
     /// own. Throws BadInput where there can be only one.
     virtual void replace(const StickPlan& plan);
+    /// Copies a file of this computer onto it, which must be out. Throws BadInput.
+    virtual void put(const QString& file);
     /// What is wrong with the stick and no station's doing; empty when all is well with the bench.
     virtual QStringList complaints() const { return {}; }
 

@@ -1,0 +1,93 @@
+#include "window/placemodel.h"
+
+namespace {
+
+/// As the window's colours are called.
+QString nameOf(PlaceState::Phase phase)
+{
+    switch (phase) {
+    case PlaceState::Phase::Empty:
+        return QStringLiteral("empty");
+    case PlaceState::Phase::Waits:
+        return QStringLiteral("waits");
+    case PlaceState::Phase::Reads:
+    case PlaceState::Phase::Read:
+        return QStringLiteral("download");
+    case PlaceState::Phase::Erased:
+    case PlaceState::Phase::Updated:
+    case PlaceState::Phase::Full:
+        return QStringLiteral("done");
+    case PlaceState::Phase::Charges:
+        return QStringLiteral("charges");
+    case PlaceState::Phase::Updates:
+        return QStringLiteral("update");
+    }
+    return {};
+}
+
+} // namespace
+
+PlaceModel::PlaceModel(const Bench& bench)
+    : m_bench(bench)
+{
+    refresh();
+}
+
+int PlaceModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : kSlotCount;
+}
+
+QVariant PlaceModel::data(const QModelIndex& index, int role) const
+{
+    const Shown& place = m_places.at(std::size_t(index.row()));
+    switch (role) {
+    case Plugged:
+        return place.plugged;
+    case PhaseName:
+        return nameOf(place.state.phase);
+    case Words:
+        return place.state.words;
+    case Detail:
+        return place.state.detail;
+    case Fault:
+        return place.state.fault;
+    case Filled:
+        return place.state.filled;
+    default:
+        return {};
+    }
+}
+
+QHash<int, QByteArray> PlaceModel::roleNames() const
+{
+    return {{Plugged, "plugged"}, {PhaseName, "phase"}, {Words, "words"},
+            {Detail, "detail"},   {Fault, "fault"},     {Filled, "filled"}};
+}
+
+bool PlaceModel::refresh()
+{
+    bool busy = false;
+    for (int slot = 0; slot < kSlotCount; ++slot) {
+        const Shown now = lookAt(slot);
+        Shown& before = m_places.at(std::size_t(slot));
+        busy = busy || now.state.busy();
+        if (now.plugged == before.plugged && now.state == before.state)
+            continue;
+        before = now;
+        emit dataChanged(index(slot), index(slot));
+    }
+    return busy;
+}
+
+PlaceModel::Shown PlaceModel::lookAt(int slot) const
+{
+    const auto pod = m_bench.rack().lastPod(slot);
+    if (!pod)
+        return {};
+    const PodReport report = m_bench.rack().report(slot);
+    if (!m_bench.plugged().test(std::size_t(slot)))
+        return {false, stateAfter(report)};
+    const auto& firmware = m_bench.firmware();
+    return {true, stateOf(*pod, report, firmware ? firmware->image.size() : 0)};
+}

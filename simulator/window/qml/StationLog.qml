@@ -1,0 +1,30 @@
+import QtQuick 2.15
+import "."
+
+// The last lines that the station logged.
+Card {
+    id: root
+
+    title: "Log"
+
+    function colourOf(line) {
+        return /\[(WARNING|CRITICAL|FATAL)\]/.test(line) ? Theme.alarm : Theme.ink
+    }
+
+    Column {
+        x: 60
+        y: 10
+        spacing: 1
+
+        Repeater {
+            model: bench.logLines
+
+            Label {
+                width: root.width - 72
+                color: root.colourOf(modelData)
+                font.pixelSize: Theme.small
+                text: modelData
+            }
+        }
+    }
+}
