@@ -2,6 +2,7 @@
 // the README of this folder. The station is the real program, its pods and their bus are the
 // bench's. With --road it leaves out the memory's figures, which take longest. Works in the folder
 // for temporary files: give it the storage that matters.
+#include "common/panelcode.h"
 #include "commontools.h"
 #include "figures.h"
 #include "stationrun.h"
@@ -20,7 +21,6 @@ using figures::number;
 using figures::printHead;
 using figures::printRow;
 
-constexpr int kPanelCopied = 0;
 constexpr int kRoads = 3;
 constexpr quint32 kMebibyte = 1 << 20;
 

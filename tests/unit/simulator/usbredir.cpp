@@ -1,6 +1,5 @@
 #include "bus/memorychip.h"
 #include "usbredir/i2cadapter.h"
-#include "usbredir/podfunction.h"
 #include "usbredir/podports.h"
 
 #include <QLocalSocket>
@@ -209,7 +208,7 @@ void SimulatorUsbRedir::readWaitsForDataOrIsCancelled()
 {
     PodPorts ports(m_folder.path());
     ports.plug(0, smallPod());
-    Machine machine(ports.socketPath(0));
+    Machine machine(m_folder.filePath(PodPorts::socketName(0)));
     QTRY_COMPARE(machine.connected, 0x5203);
 
     machine.read(1, 64);
@@ -239,7 +238,7 @@ void SimulatorUsbRedir::pulledPodAnswersNothingMore()
     PodPorts ports(m_folder.path());
     QSignalSpy vanished(&ports, &PodPorts::podVanished);
     ports.plug(29, leaving);
-    Machine machine(ports.socketPath(29));
+    Machine machine(m_folder.filePath(PodPorts::socketName(29)));
     QTRY_COMPARE(machine.connected, 0x5203);
     machine.write(1, 0x31);
     for (const quint64 id : {2, 3, 4})
@@ -255,7 +254,7 @@ void SimulatorUsbRedir::whatWasMeantForTheLastPodReachesNoOther()
 {
     PodPorts ports(m_folder.path());
     ports.plug(5, smallPod());
-    Machine machine(ports.socketPath(5));
+    Machine machine(m_folder.filePath(PodPorts::socketName(5)));
     QTRY_COMPARE(machine.connected, 0x5203);
     machine.getConfiguration(); // answered when the reset of the first one has been read
     QTRY_COMPARE(machine.answers, 1);
@@ -335,7 +334,7 @@ void SimulatorUsbRedir::answersRequests()
     QFETCH(QByteArray, content);
     const auto pod = std::make_shared<PodModel>(smallPod());
     RedirPort port(m_folder.filePath(QStringLiteral("port")));
-    port.plug(std::make_unique<PodFunction>(pod));
+    port.plug(podFunction(pod));
     Machine machine(port.socketPath());
     QTRY_COMPARE(machine.connected, 0x5203);
     ask(machine);
