@@ -12,7 +12,7 @@
 
 #include <algorithm>
 #include <iterator>
-#include <stdexcept>
+#include <optional>
 #include <vector>
 
 namespace {
@@ -90,15 +90,25 @@ std::vector<Road> measureRoads()
     return roads;
 }
 
-/// Of a station that reads thirty pods at once and archives what it read.
-double peakMebibytes(quint32 size_bytes, quint32 bytes_per_second)
+/// Of a station that reads thirty pods at once and archives what it read; none when the first pod
+/// was read out before the last one began.
+std::optional<double> peakMebibytesIfAtOnce(quint32 size_bytes, quint32 bytes_per_second)
 {
     StationRun run(thirty(podsOf(size_bytes, bytes_per_second)));
     run.await(Condition::Kind::ReadoutBegun);
     if (run.anyReadOut())
-        throw std::runtime_error("the downloads were not simultaneous");
+        return std::nullopt;
     run.await(Condition::Kind::Erased);
     return run.peakMemoryMebibytes();
+}
+
+/// A busy machine needs slower pods.
+double peakMebibytes(quint32 size_bytes, quint32 bytes_per_second)
+{
+    std::optional<double> peak;
+    for (; !peak; bytes_per_second /= 2)
+        peak = peakMebibytesIfAtOnce(size_bytes, bytes_per_second);
+    return *peak;
 }
 
 void printRoad(QTextStream& out, const Road& road)
@@ -113,7 +123,7 @@ void printRoad(QTextStream& out, const Road& road)
 
 void printMemory(QTextStream& out)
 {
-    // Speeds at which the last pod starts well before the first is done.
+    // On a quiet machine the last pod starts well before the first is done.
     const double small = peakMebibytes(1 * kMebibyte, 90'000);
     const double large = peakMebibytes(64 * kMebibyte, 5'000'000);
     printRow(out, "peak memory of thirty downloads at once, 64 MiB over 1 MiB recordings", large,
