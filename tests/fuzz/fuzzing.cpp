@@ -1,6 +1,7 @@
 #include "fuzz/fuzzing.h"
 
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <cstdlib>

@@ -4,14 +4,12 @@
 #include "archives/backupcheck.h"
 #include "archives/stickcheck.h"
 #include "bench/copypromise.h"
-#include "bench/podrack.h"
 #include "common/badinput.h"
 #include "common/files.h"
 #include "privateroot/servedstick.h"
 #include "site/stationlog.h"
 #include "support/testfiles.h"
 #include "support/zipbytes.h"
-#include "usbfs/usbbus.h"
 
 #include <QCryptographicHash>
 #include <QSignalSpy>
