@@ -19,6 +19,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <set>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -133,7 +134,7 @@ void SimulatorUsbBus::everyDeviceIsFoundBesideABusyThread()
 {
     constexpr int kHubs = 6;
     for (int slot = 0; slot < UsbBus::kSlotCount; ++slot)
-        m_bus->plug(slot, podOf(slot));
+        m_rig->bus().plug(slot, podOf(slot));
     std::atomic<bool> done{false};
     std::thread reader([&] {
         const UniqueFd folder(::open("/", O_RDONLY | O_CLOEXEC));
@@ -143,11 +144,9 @@ void SimulatorUsbBus::everyDeviceIsFoundBesideABusyThread()
     });
     std::set<ssize_t> counts;
     for (int start = 0; start < 10; ++start) {
-        libusb_context* context = nullptr;
-        libusb_init(&context);
-        const std::unique_ptr<libusb_context, ContextExit> owner(context);
+        const UsbContext context;
         libusb_device** list = nullptr;
-        counts.insert(libusb_get_device_list(context, &list));
+        counts.insert(libusb_get_device_list(context.get(), &list));
         libusb_free_device_list(list, 1);
     }
     done = true;
