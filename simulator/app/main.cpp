@@ -85,15 +85,12 @@ void tellOfFirmware(const std::optional<Firmware>& firmware)
 
 /// Runs until the runner says that it is over; the window, if there is one, shows it. What the
 /// person wants to see next: a scenario's file, or nothing.
-QString watch(Bench& bench, ScenarioRunner& runner, const Scenario& scenario,
-              const PodPlan& usual, BenchWindow* window)
+QString watch(Bench& bench, ScenarioRunner& runner, const Scenario& scenario, const PodPlan& usual,
+              BenchWindow* window)
 {
-    QObject::connect(&runner, &ScenarioRunner::finished, qApp, &QCoreApplication::quit,
-                     Qt::QueuedConnection);
     if (window != nullptr)
         window->show(bench, runner, scenario, usual);
-    runner.start();
-    QCoreApplication::exec();
+    runner.play();
     return window != nullptr ? window->leave() : QString();
 }
 

@@ -21,7 +21,12 @@ public:
     };
     ScenarioRunner(Bench& bench, const Scenario& scenario, Mode mode);
 
+    /// Plays it unattended; the event loop runs meanwhile. The problems.
+    static QStringList playToItsEnd(Bench& bench, const Scenario& scenario);
+
     void start();
+    /// Starts it and runs the event loop until it has finished.
+    void play();
     const QStringList& problems() const { return m_problems; }
     /// As "step 2 waits for erased 0-5"; empty when all are done.
     QString progress() const;

@@ -8,9 +8,9 @@
 #include <QTimer>
 #include <QVariantList>
 
-/// The bench as the window's QML sees it: what stands where, and what can be done. Lives on the main
-/// thread, owned by the window; bench and runner must outlive it. What cannot be done is said in
-/// `message`.
+/// The bench as the window's QML sees it: what stands where, and what can be done. Lives on the
+/// main thread, owned by the window; bench and runner must outlive it. What cannot be done is said
+/// in `message`.
 class BenchPanel : public QObject
 {
     Q_OBJECT

@@ -66,7 +66,10 @@ PlaceState reading(const PodSettings& pod, const PodReport& report)
 {
     const quint64 before = quint64(report.readouts_begun - 1) * pod.size_bytes;
     const quint64 sent = report.bytes_sent - std::min(report.bytes_sent, before);
-    PlaceState state{Phase::Reads, QStringLiteral("being read"), partText(sent, pod.size_bytes), {},
+    PlaceState state{Phase::Reads,
+                     QStringLiteral("being read"),
+                     partText(sent, pod.size_bytes),
+                     {},
                      share(sent, pod.size_bytes)};
     if (report.readouts_begun > 1)
         state.words = QStringLiteral("read again");
@@ -109,8 +112,8 @@ PlaceState stateOf(const PodSettings& pod, const PodReport& report, qint64 image
 PlaceState stateAfter(const PodReport& last)
 {
     PlaceState state;
-    state.detail = last.erased ? QStringLiteral("pod left erased")
-                               : QStringLiteral("pod left as it was");
+    state.detail =
+        last.erased ? QStringLiteral("left, erased") : QStringLiteral("left, not erased");
     return state;
 }
 

@@ -9,10 +9,10 @@ Card {
 
     signal wanted(int slot)
 
-    readonly property int placeWidth: 110
+    readonly property int placeWidth: 108
     readonly property int placeHeight: 83
     readonly property int rowHeight: 107
-    readonly property int columnWidth: 115
+    readonly property int columnWidth: 114
 
     title: "Places"
     tools: [
@@ -37,7 +37,7 @@ Card {
 
     // The chain of the hubs.
     Rectangle {
-        x: 744
+        x: 750
         y: 44 + root.placeHeight + 7
         width: 3
         height: 4 * root.rowHeight + 4
@@ -61,7 +61,7 @@ Card {
             Rectangle {
                 x: 12
                 y: root.placeHeight + 6
-                width: 734
+                width: 741
                 height: 11
                 radius: 4
                 color: Theme.hub
