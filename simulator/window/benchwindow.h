@@ -33,6 +33,6 @@ private:
         bool event(QEvent* event) override;
     };
 
+    std::unique_ptr<BenchPanel> m_panel; ///< outlives what shows it
     View m_view;
-    std::unique_ptr<BenchPanel> m_panel;
 };

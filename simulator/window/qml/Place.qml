@@ -13,6 +13,8 @@ Item {
     property string fault
     property real filled: 0
 
+    objectName: "place"
+
     signal wanted()
     signal hinted(string hint)
 

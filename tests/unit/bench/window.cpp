@@ -19,12 +19,20 @@ PodSettings podOf(quint32 size_bytes)
     return pod;
 }
 
+QQuickItem* placeIn(const QQuickItem& item, int slot)
+{
+    for (QQuickItem* child : item.childItems()) {
+        if (child->objectName() == QLatin1String("place") && child->property("slot") == slot)
+            return child;
+        if (QQuickItem* const found = placeIn(*child, slot))
+            return found;
+    }
+    return nullptr;
+}
+
 QQuickItem* placeOf(const QQuickView& view, int slot)
 {
-    for (QQuickItem* item : view.rootObject()->findChildren<QQuickItem*>())
-        if (item->property("slot") == slot && item->property("words").isValid())
-            return item;
-    return nullptr;
+    return placeIn(*view.rootObject(), slot);
 }
 
 void clickPlace(QQuickView& view, int slot, Qt::MouseButton button = Qt::LeftButton)
@@ -41,6 +49,8 @@ class WindowTest : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
+    void cleanup();
     void tellsOfReading();
     void tellsOfWhatWasDone();
     void plugsAndPullsByClicks();
@@ -48,6 +58,28 @@ private slots:
     void putsAFileOnAStickThatIsOut();
     void listsScenarios();
 };
+
+namespace {
+
+QStringList warnings; // of the window's own documents
+
+void noteWarning(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text)
+{
+    if (type == QtWarningMsg)
+        warnings += text;
+}
+
+} // namespace
+
+void WindowTest::initTestCase()
+{
+    qInstallMessageHandler(noteWarning);
+}
+
+void WindowTest::cleanup()
+{
+    QCOMPARE(warnings, QStringList());
+}
 
 /// Bytes are counted over all read-outs, and one before the present may have broken off.
 void WindowTest::tellsOfReading()
