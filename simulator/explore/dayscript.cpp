@@ -1,5 +1,6 @@
 #include "explore/dayscript.h"
 
+#include "common/panelcode.h"
 #include "common/slotset.h"
 #include "explore/json.h"
 
@@ -13,18 +14,17 @@ using json::with;
 namespace {
 
 constexpr int kTimeLimit = 1200;
-constexpr int kCopied = 0;
 
 QJsonObject after(std::initializer_list<std::pair<const char*, json::Value>> events)
 {
     return object({{"after", object(events)}});
 }
 
-QString slotsText(const std::vector<int>& places)
+QString slotsText(const std::vector<int>& slot_list)
 {
     SlotSet set;
-    for (const int place : places)
-        set.set(static_cast<std::size_t>(place));
+    for (const int slot : slot_list)
+        set.set(static_cast<std::size_t>(slot));
     return slotSetToText(set);
 }
 
@@ -78,21 +78,19 @@ QJsonObject calmPlug(const DayPod& pod)
     return object({{"plug", plan}});
 }
 
-/// The places in which a pod may be after this day.
-std::vector<int> placesOf(const Day& day)
+/// In which a pod may be after this day.
+SlotSet slotsOf(const Day& day)
 {
-    std::vector<int> places;
+    SlotSet slot_set;
     for (const QJsonObject& plug : plugsOf(day))
-        places.push_back(plug[QStringLiteral("slots")].toInt());
-    std::sort(places.begin(), places.end());
-    places.erase(std::unique(places.begin(), places.end()), places.end());
-    return places;
+        slot_set.set(static_cast<std::size_t>(plug[QStringLiteral("slots")].toInt()));
+    return slot_set;
 }
 
 void addHealing(const Day& day, QJsonArray& steps)
 {
-    for (const int place : placesOf(day))
-        steps += ifPossible(object({{"unplug", place}}));
+    for (const int slot : slotsIn(slotsOf(day)))
+        steps += ifPossible(object({{"unplug", slot}}));
     if (!day.machine)
         steps += ifPossible(object({{"stick", "out"}}));
     const QJsonObject stick =
@@ -117,7 +115,7 @@ void addService(const Day& day, const std::vector<DayPod>& pods, QJsonArray& ste
     QJsonObject done = after({{"charged", slotsText(all)},
                               {"gauge full", slotsText(all)},
                               {"erased", slotsText(recorded)},
-                              {"panel", kCopied}});
+                              {"panel", kPanelCopied}});
     for (const int slot : all) {
         steps += with(done, object({{"unplug", slot}}));
         done = {};
@@ -162,30 +160,26 @@ QJsonArray explainedWarnings(const Day& day)
     return texts;
 }
 
-/// Places that only ever had healthy pods with recordings under names of their own.
-std::vector<int> punctualPlaces(const Day& day)
+/// Those that only ever had healthy pods with recordings under names of their own.
+SlotSet punctualSlots(const Day& day)
 {
-    SlotSet places;
+    SlotSet used;
     SlotSet excused;
     auto plugs = plugsOf(day);
     for (const DayPod& pod : day.pods)
         plugs.push_back(calmPlug(pod)[QStringLiteral("plug")].toObject());
     for (const QJsonObject& plug : plugs) {
-        const auto place = static_cast<std::size_t>(plug[QStringLiteral("slots")].toInt());
+        const auto slot = static_cast<std::size_t>(plug[QStringLiteral("slots")].toInt());
         const int size_bytes = plug[QStringLiteral("size")].toInt();
-        places.set(place);
+        used.set(slot);
         if (plug.contains(QStringLiteral("fault")) || plug.contains(QStringLiteral("udid")) ||
             size_bytes == 0 || size_bytes == 512)
-            excused.set(place);
+            excused.set(slot);
     }
-    std::vector<int> list;
-    for (int place = 0; place < kSlotCount; ++place)
-        if ((places & ~excused).test(static_cast<std::size_t>(place)))
-            list.push_back(place);
-    return list;
+    return used & ~excused;
 }
 
-/// The work that all places share, twice, and some for a busy computer: every recording is read and
+/// The work that all slots share, twice, and some for a busy computer: every recording is read and
 /// archived, and each plugging may lead to a copy of all there is at the slowest stick's speed.
 int punctualSeconds(const Day& day)
 {
@@ -218,10 +212,10 @@ QJsonObject expectationsOf(const Day& day)
                                  {"station lacks", list({"backup.zip", "tmp_back"})},
                                  {"log lacks", list({"Unhandled exception", "Unknown exception"})},
                                  {"warnings", explainedWarnings(day)}});
-    const auto punctual = punctualPlaces(day);
-    if (!punctual.empty() && !day.settings.contains(QStringLiteral("download space")))
-        expect.insert(QStringLiteral("punctual"),
-                      object({{"slots", slotsText(punctual)}, {"seconds", punctualSeconds(day)}}));
+    const SlotSet punctual = punctualSlots(day);
+    if (punctual.any() && !day.settings.contains(QStringLiteral("download space")))
+        expect.insert(QStringLiteral("punctual"), object({{"slots", slotSetToText(punctual)},
+                                                          {"seconds", punctualSeconds(day)}}));
     if (anyStickHolds(day, "cmd_erase_datas.txt"))
         expect.insert(QStringLiteral("erased archives"), earlierNames(day));
     return expect;
