@@ -3,9 +3,9 @@
 #include "window/benchwindow.h"
 #include "window/scenariolist.h"
 
+#include <QQmlContext>
 #include <QQuickItem>
 #include <QSignalSpy>
-#include <QQmlContext>
 #include <QTest>
 
 namespace {
