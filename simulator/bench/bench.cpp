@@ -143,7 +143,7 @@ QString Bench::act(const verb::Touch& touch)
 
 QString Bench::act(const verb::Screenshot& screenshot)
 {
-    if (!m_screen.ready())
+    if (!m_camera && !m_screen.ready())
         throw BadInput(QStringLiteral("there is no screen to photograph here"));
     if (!(m_camera ? m_camera() : picture()).save(screenshot.file, "PNG"))
         throw BadInput(QStringLiteral("cannot write %1").arg(screenshot.file));

@@ -21,6 +21,8 @@ QString nameOf(PlaceState::Phase phase)
         return QStringLiteral("charges");
     case PlaceState::Phase::Updates:
         return QStringLiteral("update");
+    case PlaceState::Phase::Failed:
+        return QStringLiteral("failed");
     }
     return {};
 }
@@ -89,5 +91,14 @@ PlaceModel::Shown PlaceModel::lookAt(int slot) const
     if (!m_bench.plugged().test(std::size_t(slot)))
         return {false, stateAfter(report)};
     const auto& firmware = m_bench.firmware();
-    return {true, stateOf(*pod, report, firmware ? firmware->image.size() : 0)};
+    const PlaceState state = stateOf(*pod, report, firmware ? firmware->image.size() : 0);
+    const bool at_rest = report.charge_polls > 0; // its gauge has no cross, and to look takes time
+    return {true, !at_rest && shownAsFailed(slot) ? stateAsFailed(state) : state};
+}
+
+bool PlaceModel::shownAsFailed(int slot) const
+{
+    const QImage& picture = m_bench.picture();
+    return picture.rect().contains(GaugeReader::areaOf(slot)) &&
+           m_gauges.read(picture, slot).failed;
 }

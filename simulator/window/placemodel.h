@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/bench.h"
+#include "screen/gaugereader.h"
 #include "window/placestate.h"
 
 #include <QAbstractListModel>
@@ -33,6 +34,9 @@ private:
 
     Shown lookAt(int slot) const;
 
+    bool shownAsFailed(int slot) const;
+
     const Bench& m_bench;
+    GaugeReader m_gauges;
     std::array<Shown, kSlotCount> m_places;
 };

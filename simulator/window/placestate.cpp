@@ -109,6 +109,13 @@ PlaceState stateOf(const PodSettings& pod, const PodReport& report, qint64 image
     return state;
 }
 
+PlaceState stateAsFailed(PlaceState state)
+{
+    state.phase = PlaceState::Phase::Failed;
+    state.words = QStringLiteral("failed");
+    return state;
+}
+
 PlaceState stateAfter(const PodReport& last)
 {
     PlaceState state;

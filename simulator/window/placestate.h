@@ -10,7 +10,7 @@
 /// What a person is told of one place. A value.
 struct PlaceState
 {
-    enum class Phase { Empty, Waits, Reads, Read, Erased, Charges, Full, Updates, Updated };
+    enum class Phase { Empty, Waits, Reads, Read, Erased, Charges, Full, Updates, Updated, Failed };
     Phase phase = Phase::Empty;
     QString words = QStringLiteral("empty");
     QString detail;
@@ -26,6 +26,8 @@ bool operator==(const PlaceState& one, const PlaceState& other);
 /// pod: the one that is there; image_bytes: of the firmware that it is to take, 0 if that is not
 /// known.
 PlaceState stateOf(const PodSettings& pod, const PodReport& report, qint64 image_bytes);
+/// Of a pod whose gauge the station marks as failed: it expects nothing more from it.
+PlaceState stateAsFailed(PlaceState state);
 /// Of a place whose last pod was pulled.
 PlaceState stateAfter(const PodReport& last);
 

@@ -10,6 +10,14 @@ foreach(scenario IN ITEMS
     ENVIRONMENT "${CORVANE_SANITIZER_ENVIRONMENT}")
 endforeach()
 
+# What people are shown has to come out right.
+foreach(tour IN ITEMS 1-good-day 2-failing-pod 3-full-stick 4-power-cut 5-new-firmware)
+  add_test(NAME scenario_tour_${tour}
+    COMMAND corvane-sim --once --scenario ${CMAKE_SOURCE_DIR}/simulator/scenarios/tour/${tour}.json)
+  set_tests_properties(scenario_tour_${tour} PROPERTIES
+    ENVIRONMENT "${CORVANE_SANITIZER_ENVIRONMENT}")
+endforeach()
+
 # The bench's folder, the station's within, on a small disk of its own.
 add_test(NAME scenario_nearlyfull
   COMMAND bwrap --dev-bind / / --size 50331648 --tmpfs /opt --setenv TMPDIR /opt --die-with-parent

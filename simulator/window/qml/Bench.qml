@@ -37,7 +37,11 @@ Rectangle {
                 y: 28
                 width: 860
                 color: bench.message === "" ? "#b0bec5" : "#ffcc80"
-                text: bench.message === "" ? bench.progress : bench.message
+                text: {
+                    if (bench.message !== "")
+                        return bench.message
+                    return bench.progress === "" ? "" : bench.progress + " (slots, from 0)"
+                }
             }
 
             Row {

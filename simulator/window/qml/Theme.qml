@@ -19,7 +19,8 @@ QtObject {
         "download": "deepskyblue",
         "done": "yellowgreen",
         "charges": "yellowgreen",
-        "update": "salmon"
+        "update": "salmon",
+        "failed": "#ef9a9a"
     })
 
     readonly property int gap: 8
