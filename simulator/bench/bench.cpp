@@ -46,7 +46,7 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     for (int slot = 0; slot < kSlotCount; ++slot)
         m_rack.setPlan(slot, scenario.plans.at(slot));
     connect(&m_rack, &PodRack::changed, this, &Bench::noteChange);
-    connect(&m_site->station(), &Station::logged, this, &Bench::changed);
+    connect(&m_site->station(), &Station::logged, this, &Bench::noteLog);
     connect(&m_site->places(), &PodBus::readoutCompleted, this,
             [this] { m_promise.readoutCompleted(); });
     connect(&m_site->places(), &PodBus::podErased, this,
@@ -278,10 +278,16 @@ void Bench::startStation()
     m_promise.stationStarted();
     m_killed = false;
     noteEraseCommand();
-    m_service.stationStarted(elapsedMs());
     m_site->station().start();
     if (!m_window)
         m_screen.start(m_site->screenSocket());
+}
+
+void Bench::noteLog()
+{
+    // Its first line begins its day: a machine's start is not the station's.
+    m_service.stationStarted(elapsedMs());
+    emit changed();
 }
 
 void Bench::noteChange()

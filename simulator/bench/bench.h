@@ -92,6 +92,7 @@ private:
     QString act(const verb::Help& help);
 
     void startStation();
+    void noteLog();
     void noteChange();
     void noteUpdates();
     void noteEnd();
