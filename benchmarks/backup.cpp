@@ -2,6 +2,7 @@
 // of this folder: the real program at the bench, with 25 archives in store. Works in the folder for
 // temporary files: give it the storage that matters.
 #include "archives/earlierarchives.h"
+#include "common/panelcode.h"
 #include "commontools.h"
 #include "figures.h"
 #include "stationrun.h"
@@ -14,7 +15,6 @@ namespace {
 
 using Kind = Condition::Kind;
 
-constexpr int kPanelCopied = 0;
 constexpr int kPanelWaiting = 2;
 constexpr quint64 kSeed = 1;
 constexpr double kMemoryAimMebibytes = 16;

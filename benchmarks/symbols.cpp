@@ -1,6 +1,6 @@
 #include "symbols.h"
 
-#include "machine/tool.h"
+#include "common/tool.h"
 
 #include <QFile>
 #include <QRegularExpression>

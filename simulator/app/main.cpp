@@ -3,7 +3,6 @@
 #include "bench/scenariorunner.h"
 #include "bench/verdict.h"
 #include "common/badinput.h"
-#include "common/neededprograms.h"
 #include "explore/explorer.h"
 #include "machine/machinesite.h"
 #include "scenario/scenarioparser.h"
@@ -147,7 +146,6 @@ int explore(const Options& options)
 
 int run(const Options& options)
 {
-    needPrograms(options.machine);
     needStation(options.station_program);
     if (options.explored_days > 0)
         return explore(options);

@@ -77,7 +77,7 @@ QString stationOf(const QCommandLineParser& parser)
     if (parser.isSet(option("station")))
         return parser.value(option("station"));
     return parser.isSet(option("board")) ? companions::stationOfBoard(parser.value(option("board")))
-                                         : companions::stationProgram();
+                                         : companions::path("corvane");
 }
 
 PodPlan usualPodOf(const QCommandLineParser& parser)

@@ -51,7 +51,7 @@ QString complaintAbout(const KnownRecording& recording, const std::vector<Archiv
     const bool damaged =
         std::any_of(entries.begin(), entries.end(),
                     [&recording](const ArchiveEntry& entry) { return named(entry, recording); });
-    return QStringLiteral("place %1: %2 (%3 bytes) is %4")
+    return QStringLiteral("slot %1: %2 (%3 bytes) is %4")
         .arg(recording.slot)
         .arg(recording.name)
         .arg(recording.size_bytes)

@@ -2,14 +2,11 @@
 
 #include <QFileInfo>
 #include <QTemporaryDir>
-#include <quazip/quazip.h>
-#include <quazip/quazipfile.h>
+#include <quazip/JlCompress.h>
 
 #include <algorithm>
 
 namespace {
-
-constexpr qint64 kBlockBytes = 65536;
 
 bool backedUp(const KnownArchive& archive, const std::vector<ArchiveEntry>& backup)
 {
@@ -23,17 +20,6 @@ QByteArray digestOf(const QString& name, const std::vector<KnownArchive>& earlie
     const auto found = std::find_if(earlier.begin(), earlier.end(),
                                     [&name](const KnownArchive& one) { return one.name == name; });
     return found == earlier.end() ? QByteArray() : found->sha256;
-}
-
-void copyCurrentEntry(QuaZip& archive, const QString& target)
-{
-    QuaZipFile from(&archive);
-    QFile to(target);
-    if (!from.open(QIODevice::ReadOnly) || !to.open(QIODevice::WriteOnly))
-        return;
-    for (QByteArray block = from.read(kBlockBytes); !block.isEmpty();
-         block = from.read(kBlockBytes))
-        to.write(block);
 }
 
 } // namespace
@@ -83,12 +69,10 @@ std::vector<ArchiveEntry> readBackedUpArchives(const QString& backup)
     std::vector<ArchiveEntry> entries;
     const QTemporaryDir folder;
     const QString copy = folder.filePath(QStringLiteral("archive.cvx"));
-    QuaZip archive(backup);
-    if (!archive.open(QuaZip::mdUnzip))
-        return entries;
     QStringList unreadable; // what cannot be read holds nothing
-    for (bool more = archive.goToFirstFile(); more; more = archive.goToNextFile()) {
-        copyCurrentEntry(archive, copy);
+    for (const QString& name : JlCompress::getFileList(backup)) {
+        if (JlCompress::extractFile(backup, name, copy).isEmpty())
+            continue;
         const auto inside = readArchive(copy, unreadable);
         entries.insert(entries.end(), inside.begin(), inside.end());
     }

@@ -8,30 +8,14 @@
 #include <quazip/quazip.h>
 #include <quazip/quazipfile.h>
 
-#include <algorithm>
-
 namespace {
 
-constexpr quint32 kBlockBytes = 65536;
 constexpr int kNameDigits = 10;
 constexpr int kStored = 0;
 
 QString archiveName(int number)
 {
     return QStringLiteral("%1.cvx").arg(number, kNameDigits, 10, QLatin1Char('0'));
-}
-
-bool writeRecording(QIODevice& to, const Recording& recording)
-{
-    QByteArray block(kBlockBytes, Qt::Uninitialized);
-    for (quint32 offset = 0; offset < recording.sizeBytes();) {
-        const auto length = static_cast<int>(std::min(kBlockBytes, recording.sizeBytes() - offset));
-        recording.read(offset, block.data(), length);
-        if (to.write(block.constData(), length) != length)
-            return false;
-        offset += static_cast<quint32>(length);
-    }
-    return true;
 }
 
 template <typename Write>
@@ -51,7 +35,11 @@ bool writeArchive(const QString& path, const Recording& recording, int number)
         return false;
     const QByteArray infos = "Serial number: from an earlier day";
     const auto write_infos = [&](QIODevice& to) { return to.write(infos) == infos.size(); };
-    const auto write_recording = [&](QIODevice& to) { return writeRecording(to, recording); };
+    const auto write_recording = [&](QIODevice& to) {
+        return recording.eachBlock([&to](const char* data, int length_bytes) {
+            return to.write(data, length_bytes) == length_bytes;
+        });
+    };
     const QString recording_name = QStringLiteral("EA%1.ozu").arg(number, 13, 10, QLatin1Char('0'));
     const bool written = addEntry(archive, QStringLiteral("infos.log"), write_infos) &&
                          addEntry(archive, recording_name, write_recording);

@@ -33,7 +33,7 @@ QStringList undelivered(const std::vector<KnownRecording>& recordings,
     QStringList lines;
     for (const KnownRecording& recording : recordings)
         if (!holdsRecording(on_sticks, recording))
-            lines += QStringLiteral("%1 of place %2 is on no stick")
+            lines += QStringLiteral("%1 of slot %2 is on no stick")
                          .arg(recording.name)
                          .arg(recording.slot);
     return lines;

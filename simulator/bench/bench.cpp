@@ -3,6 +3,7 @@
 #include "archives/archivehole.h"
 #include "bench/statustext.h"
 #include "common/badinput.h"
+#include "common/panelcode.h"
 #include "scenario/verbparser.h"
 
 #include <QFileInfo>
@@ -13,8 +14,6 @@ namespace {
 
 // In the middle of the screen's hidden quit area.
 constexpr QPoint kQuitCorner(15, 15);
-constexpr int kPanelCopied = 0;
-const QString kStickFolder = QStringLiteral("/media/usbkey");
 
 /// Makes the firmware and puts its package onto the stick.
 std::optional<Firmware> bringFirmware(const std::optional<FirmwarePlan>& plan, quint64 seed,
@@ -45,14 +44,8 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     connect(&m_quit_patience, &QTimer::timeout, &m_site->station(), &Station::kill);
     for (int slot = 0; slot < kSlotCount; ++slot)
         m_rack.setPlan(slot, scenario.plans.at(slot));
-    connect(&m_rack, &PodRack::changed, this, &Bench::noteChange);
     connect(&m_site->station(), &Station::logged, this, &Bench::noteLog);
-    connect(&m_site->places(), &PodBus::readoutCompleted, this,
-            [this] { m_promise.readoutCompleted(); });
-    connect(&m_site->places(), &PodBus::podErased, this,
-            [this](int slot) { m_service.erased(slot, elapsedMs()); });
-    connect(&m_site->places(), &PodBus::podVanished, this,
-            [this](int slot) { m_service.left(slotSetOf(slot), elapsedMs()); });
+    connect(&m_site->places(), &PodBus::happened, this, &Bench::notePodEvent);
     connect(&m_site->station(), &Station::ended, this, &Bench::noteEnd);
     connect(&m_screen, &ScreenClient::changed, this, &Bench::readScreen);
 }
@@ -71,90 +64,25 @@ QString Bench::perform(const Verb& verb)
     return std::visit([this](const auto& one) { return act(one); }, verb);
 }
 
-bool Bench::holds(const Condition& condition) const
+std::optional<PodReport> Bench::lastReport(int slot) const
 {
-    switch (condition.kind) {
-    case Condition::Kind::Time:
-        return elapsedMs() >= condition.number;
-    case Condition::Kind::GaugeFull:
-        return (m_full_gauges & condition.slot_set) == condition.slot_set;
-    case Condition::Kind::GaugeEmpty:
-        return (m_empty_gauges & condition.slot_set) == condition.slot_set;
-    case Condition::Kind::Log:
-        return station().log().count(condition.text) >= condition.number;
-    case Condition::Kind::RunLog:
-        return station().log().runHolds(condition.text);
-    case Condition::Kind::Panel:
-        return m_panel_code == condition.number;
-    case Condition::Kind::PodThreads:
-        return station().podThreads() == condition.number;
-    case Condition::Kind::Ended:
-        return !station().running();
-    case Condition::Kind::StickBytes:
-    case Condition::Kind::StickLacks:
-    case Condition::Kind::StickMounted:
-    case Condition::Kind::StationBytes:
-        return holdsForFiles(condition);
-    default:
-        return holdsForPods(condition);
-    }
+    return m_rack.lastPod(slot) ? std::optional(m_rack.report(slot)) : std::nullopt;
 }
 
-bool Bench::holdsForPods(const Condition& condition) const
+std::optional<qint64> Bench::stickBytes(const QString& name) const
 {
-    switch (condition.kind) {
-    case Condition::Kind::ReadoutBegun:
-        return allPods(condition.slot_set,
-                       [](const PodReport& pod) { return pod.readouts_begun > 0; });
-    case Condition::Kind::ReadoutCompleted:
-        return allPods(condition.slot_set,
-                       [](const PodReport& pod) { return pod.readouts_completed > 0; });
-    case Condition::Kind::Erased:
-        return allPods(condition.slot_set, [](const PodReport& pod) { return pod.erased; });
-    case Condition::Kind::Charging:
-        return allPods(condition.slot_set,
-                       [](const PodReport& pod) { return pod.charge_polls > 0 && !pod.charged; });
-    case Condition::Kind::Charged:
-        return allPods(condition.slot_set, [](const PodReport& pod) { return pod.charged; });
-    case Condition::Kind::Bootloader:
-        return allPods(condition.slot_set,
-                       [](const PodReport& pod) { return pod.mode == PodMode::Bootloader; });
-    case Condition::Kind::Updating:
-        return allPods(condition.slot_set, [](const PodReport& pod) {
-            return pod.mode == PodMode::Bootloader && pod.bootloader.image_bytes > 0;
-        });
-    case Condition::Kind::Updated:
-        return allPods(condition.slot_set, isUpdated);
-    case Condition::Kind::Vanished:
-        for (int slot = 0; slot < kSlotCount; ++slot)
-            if (condition.slot_set.test(slot) && m_rack.plugged(slot))
-                return false;
-        return true;
-    default:
-        return false;
-    }
+    return stick().bytesOf(name);
 }
 
-bool Bench::holdsForFiles(const Condition& condition) const
+std::optional<qint64> Bench::stationBytes(const QString& name) const
 {
-    switch (condition.kind) {
-    case Condition::Kind::StickBytes:
-        return stick().bytesOf(condition.text) >= condition.number;
-    case Condition::Kind::StickLacks:
-        return stick().lacks(condition.text);
-    case Condition::Kind::StickMounted:
-        return station().mounted(kStickFolder) == (condition.number != 0);
-    default: {
-        const qint64 size_bytes = station().bytesOf(condition.text);
-        return size_bytes >= 0 && size_bytes >= condition.number;
-    }
-    }
+    return station().bytesOf(name);
 }
 
 QString Bench::act(const verb::Plug& plug)
 {
-    for (int slot = 0; slot < kSlotCount; ++slot)
-        if (plug.plan && plug.slot_set.test(slot))
+    for (const int slot : slotsIn(plug.slot_set))
+        if (plug.plan)
             m_rack.setPlan(slot, *plug.plan);
     m_rack.plug(plug.slot_set);
     m_service.plugged(plug.slot_set, elapsedMs());
@@ -290,28 +218,20 @@ void Bench::noteLog()
     emit changed();
 }
 
-void Bench::noteChange()
+void Bench::notePodEvent(int slot, PodEvent event)
 {
-    if (m_times.first_readout_ms < 0)
-        for (int slot = 0; slot < kSlotCount; ++slot)
-            if (m_rack.lastPod(slot) && m_rack.report(slot).readouts_begun > 0)
-                m_times.first_readout_ms = elapsedMs();
-    noteUpdates();
-    emit changed();
-}
-
-void Bench::noteUpdates()
-{
-    int updated = 0;
-    for (int slot = 0; slot < kSlotCount; ++slot) {
-        const PodReport pod = m_rack.report(slot);
-        updated += isUpdated(pod) ? 1 : 0;
-        if (m_times.first_bootloader_ms < 0 && pod.mode == PodMode::Bootloader)
-            m_times.first_bootloader_ms = elapsedMs();
-    }
-    if (updated > m_updated)
+    const PodReport pod = m_rack.report(slot);
+    if (event == PodEvent::ReadoutBegun && m_times.first_readout_ms < 0)
+        m_times.first_readout_ms = elapsedMs();
+    if (event == PodEvent::ReadoutCompleted)
+        m_promise.readoutCompleted();
+    if (event == PodEvent::Erased || event == PodEvent::Vanished)
+        m_service.left(slotSetOf(slot), elapsedMs());
+    if (pod.mode == PodMode::Bootloader && m_times.first_bootloader_ms < 0)
+        m_times.first_bootloader_ms = elapsedMs();
+    if (event == PodEvent::Restarted && isUpdated(pod))
         m_times.last_update_ms = elapsedMs();
-    m_updated = updated;
+    emit changed();
 }
 
 void Bench::noteEnd()
@@ -359,8 +279,7 @@ void Bench::readScreen()
     const bool copied = m_panel_code == kPanelCopied;
     if (copied && before != m_panel_code)
         m_times.last_copy_ms = elapsedMs();
-    m_promise.pictureSeen(copied && m_site->foldersAreCurrent(),
-                          station().mounted(kStickFolder).value_or(false));
+    m_promise.pictureSeen(copied && m_site->foldersAreCurrent(), stickMounted().value_or(false));
     if (m_quitting)
         touchQuitCorner();
     emit changed();
@@ -371,12 +290,4 @@ void Bench::touchQuitCorner()
 {
     if (m_screen.ready())
         m_screen.touch(kQuitCorner);
-}
-
-bool Bench::allPods(const SlotSet& slot_set, bool (*done)(const PodReport&)) const
-{
-    for (int slot = 0; slot < kSlotCount; ++slot)
-        if (slot_set.test(slot) && (!m_rack.lastPod(slot) || !done(m_rack.report(slot))))
-            return false;
-    return true;
 }

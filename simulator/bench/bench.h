@@ -3,6 +3,7 @@
 #include "bench/copypromise.h"
 #include "bench/podrack.h"
 #include "bench/servicetimes.h"
+#include "scenario/conditions.h"
 #include "scenario/scenario.h"
 #include "screen/screenclient.h"
 #include "screen/screenreader.h"
@@ -32,7 +33,7 @@ struct BenchTimes
 /// The whole bench: pods, stick, screen and the station between them. Lives on the main thread,
 /// owned by main; everything it makes ends with it. Throws BadInput when it cannot be set up or is
 /// told to do what cannot be done; the station's failures are for the expectations to find.
-class Bench : public QObject
+class Bench : public QObject, public BenchView
 {
     Q_OBJECT
 
@@ -43,8 +44,22 @@ public:
     void start();
     /// Does it; the answer is for a person to read, mostly empty.
     QString perform(const Verb& verb);
-    bool holds(const Condition& condition) const;
-    qint64 elapsedMs() const { return m_clock.isValid() ? m_clock.elapsed() : 0; }
+    bool holds(const Condition& condition) const { return ::holds(condition, *this); }
+
+    qint64 elapsedMs() const override { return m_clock.isValid() ? m_clock.elapsed() : 0; }
+    SlotSet plugged() const override { return m_rack.plugged(); }
+    std::optional<PodReport> lastReport(int slot) const override;
+    SlotSet fullGauges() const override { return m_full_gauges; }
+    SlotSet emptyGauges() const override { return m_empty_gauges; }
+    std::optional<int> panelCode() const override { return m_panel_code; }
+    bool stationRuns() const override { return station().running(); }
+    int logged(const QString& text) const override { return station().log().count(text); }
+    bool loggedInRun(const QString& text) const override { return station().log().runHolds(text); }
+    std::optional<int> podThreads() const override { return station().podThreads(); }
+    std::optional<bool> stickMounted() const override { return station().stickMounted(); }
+    std::optional<qint64> stickBytes(const QString& name) const override;
+    bool stickLacks(const QString& name) const override { return stick().lacks(name); }
+    std::optional<qint64> stationBytes(const QString& name) const override;
 
     bool quitAsked() const { return m_quitting; }
     const BenchFolder& folder() const { return m_folder; }
@@ -93,15 +108,11 @@ private:
 
     void startStation();
     void noteLog();
-    void noteChange();
-    void noteUpdates();
+    void notePodEvent(int slot, PodEvent event);
     void noteEnd();
     void noteEraseCommand();
     void readScreen();
     void touchQuitCorner();
-    bool allPods(const SlotSet& slot_set, bool (*done)(const PodReport&)) const;
-    bool holdsForPods(const Condition& condition) const;
-    bool holdsForFiles(const Condition& condition) const;
 
     Scenario m_scenario;
     bool m_window;
@@ -123,7 +134,6 @@ private:
     SlotSet m_empty_gauges;
     QElapsedTimer m_clock;
     BenchTimes m_times;
-    int m_updated = 0;
     QStringList m_bad_ends;
     bool m_killed = false;
     bool m_quitting = false;

@@ -7,9 +7,6 @@ PodRack::PodRack(PodBus& bus, quint64 seed, std::optional<Firmware> firmware)
     , m_seed(seed)
     , m_firmware(std::move(firmware))
 {
-    for (const auto signal : {&PodBus::readoutBegun, &PodBus::readoutCompleted, &PodBus::podErased,
-                              &PodBus::podCharged, &PodBus::podRestarted, &PodBus::podVanished})
-        connect(&m_bus, signal, this, &PodRack::changed);
 }
 
 void PodRack::setPlan(int slot, const PodPlan& plan)
@@ -20,27 +17,25 @@ void PodRack::setPlan(int slot, const PodPlan& plan)
 
 void PodRack::setFault(const SlotSet& slot_set, PodFault fault)
 {
-    for (int slot = 0; slot < kSlotCount; ++slot)
-        if (slot_set.test(slot))
-            m_places.at(slot).plan.fault = fault;
+    for (const int slot : slotsIn(slot_set))
+        m_places.at(slot).plan.fault = fault;
 }
 
 void PodRack::plug(const SlotSet& slot_set)
 {
-    for (int slot = 0; slot < kSlotCount; ++slot)
-        if (slot_set.test(slot))
-            plugOne(slot);
+    for (const int slot : slotsIn(slot_set))
+        plugOne(slot);
 }
 
 void PodRack::plugOne(int slot)
 {
     if (m_bus.plugged(slot))
-        throw BadInput(QStringLiteral("place %1 is taken").arg(slot));
+        throw BadInput(QStringLiteral("slot %1 is taken").arg(slot));
     Place& place = m_places.at(slot);
     const int home_slot = place.plan.pod.value_or(slot);
     if (const auto last = m_last_slot.at(home_slot)) {
         if (m_bus.plugged(*last) && m_places.at(*last).home_slot == home_slot)
-            throw BadInput(QStringLiteral("that pod is in place %1").arg(*last));
+            throw BadInput(QStringLiteral("that pod is in slot %1").arg(*last));
         retire(*last);
     }
     retire(slot);
@@ -67,20 +62,26 @@ PodSettings PodRack::nextPod(int slot, int home_slot) const
 
 void PodRack::unplug(const SlotSet& slot_set)
 {
-    for (int slot = 0; slot < kSlotCount; ++slot) {
-        if (!slot_set.test(slot))
-            continue;
+    for (const int slot : slotsIn(slot_set)) {
         if (!m_bus.plugged(slot))
-            throw BadInput(QStringLiteral("place %1 is empty").arg(slot));
+            throw BadInput(QStringLiteral("slot %1 is empty").arg(slot));
         m_bus.unplug(slot);
     }
+}
+
+SlotSet PodRack::plugged() const
+{
+    SlotSet slot_set;
+    for (int slot = 0; slot < kSlotCount; ++slot)
+        slot_set.set(slot, m_bus.plugged(slot));
+    return slot_set;
 }
 
 std::vector<KnownRecording> PodRack::recordings(const SlotSet& slot_set) const
 {
     std::vector<KnownRecording> list;
-    for (int slot = 0; slot < kSlotCount; ++slot)
-        if (slot_set.test(slot) && m_places.at(slot).pod)
+    for (const int slot : slotsIn(slot_set))
+        if (m_places.at(slot).pod)
             list.push_back(recordingOf(slot, *m_places.at(slot).pod));
     return list;
 }

@@ -2,10 +2,10 @@
 
 #include "archives/archivecheck.h"
 #include "bus/podbus.h"
-#include "scenario/scenario.h"
+#include "common/slotset.h"
+#include "scenario/podplan.h"
 
 #include <QHash>
-#include <QObject>
 #include <QPair>
 
 #include <array>
@@ -14,11 +14,9 @@
 
 /// The thirty places and the pods that are, or were, in them; keeps account of every recording that
 /// was ever erased. Lives on the bench's thread, owned by the bench. Throws BadInput when asked to
-/// plug into a taken place or to unplug an empty one.
-class PodRack : public QObject
+/// plug into a taken slot or to unplug an empty one.
+class PodRack
 {
-    Q_OBJECT
-
 public:
     /// The bus must outlive it; firmware: the one that transfers to be resumed began with.
     explicit PodRack(PodBus& bus, quint64 seed, std::optional<Firmware> firmware = {});
@@ -27,22 +25,19 @@ public:
     void setFault(const SlotSet& slot_set, PodFault fault);
     /// A pod that was erased comes back with a new recording, any other with the one it had; what
     /// it has of a firmware it keeps, unless a new plan says otherwise. It may come from another
-    /// place, which it has left by then.
+    /// slot, which it has left by then.
     void plug(const SlotSet& slot_set);
     void unplug(const SlotSet& slot_set);
 
-    bool plugged(int slot) const { return m_bus.plugged(slot); }
-    /// Of the last pod of that place.
+    SlotSet plugged() const;
+    /// Of the last pod of that slot.
     PodReport report(int slot) const { return m_bus.report(slot); }
     std::optional<PodSettings> lastPod(int slot) const { return m_places.at(slot).pod; }
 
-    /// Recordings of the last pods of these places.
+    /// Of the last pods of these slots.
     std::vector<KnownRecording> recordings(const SlotSet& slot_set) const;
     /// Every recording that exists in no pod any more.
     std::vector<KnownRecording> erasedRecordings() const;
-
-signals:
-    void changed();
 
 private:
     struct Place

@@ -93,9 +93,18 @@ void ScenarioRunner::giveUp(const QString& problem)
     m_bench.perform(verb::KillStation{});
 }
 
+/// As "while step 1 waited for erased 0-5 and panel 0": what of the next step did not hold.
 QString ScenarioRunner::waitingFor() const
 {
-    return m_next_step < m_scenario.steps.size()
-               ? QStringLiteral("while %1 waited").arg(m_scenario.steps[m_next_step].place)
-               : QStringLiteral("while the station was to end");
+    if (m_next_step == m_scenario.steps.size())
+        return QStringLiteral("while the station was to end");
+    const Step& step = m_scenario.steps[m_next_step];
+    QStringList missing;
+    for (const Condition& condition : step.conditions)
+        if (!m_bench.holds(condition))
+            missing += textOf(condition);
+    if (missing.isEmpty())
+        missing += QStringLiteral("its time");
+    return QStringLiteral("while %1 waited for %2")
+        .arg(step.place, missing.join(QStringLiteral(" and ")));
 }

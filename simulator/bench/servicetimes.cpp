@@ -5,21 +5,15 @@
 
 void ServiceTimes::plugged(const SlotSet& slot_set, qint64 now_ms)
 {
-    for (int slot = 0; slot < kSlotCount; ++slot)
-        if (slot_set.test(slot))
-            m_waiting_since_ms.at(slot) = now_ms;
+    for (const int slot : slotsIn(slot_set))
+        m_waiting_since_ms.at(slot) = now_ms;
 }
 
 void ServiceTimes::left(const SlotSet& slot_set, qint64 now_ms)
 {
-    for (int slot = 0; slot < kSlotCount; ++slot) {
-        auto& since_ms = m_waiting_since_ms.at(slot);
-        if (!slot_set.test(slot) || !since_ms)
-            continue;
-        if (m_running)
-            m_longest_ms.at(slot) = std::max(m_longest_ms.at(slot), now_ms - *since_ms);
-        since_ms.reset();
-    }
+    noteWaits(slot_set, now_ms);
+    for (const int slot : slotsIn(slot_set))
+        m_waiting_since_ms.at(slot).reset();
 }
 
 void ServiceTimes::stationStarted(qint64 now_ms)
@@ -33,9 +27,13 @@ void ServiceTimes::stationStarted(qint64 now_ms)
 
 void ServiceTimes::stationEnded(qint64 now_ms)
 {
-    for (int slot = 0; slot < kSlotCount; ++slot)
-        if (m_running && m_waiting_since_ms.at(slot))
-            m_longest_ms.at(slot) =
-                std::max(m_longest_ms.at(slot), now_ms - *m_waiting_since_ms.at(slot));
+    noteWaits(firstSlots(kSlotCount), now_ms);
     m_running = false;
+}
+
+void ServiceTimes::noteWaits(const SlotSet& slot_set, qint64 now_ms)
+{
+    for (const int slot : slotsIn(slot_set))
+        if (const auto since_ms = m_waiting_since_ms.at(slot); m_running && since_ms)
+            m_longest_ms.at(slot) = std::max(m_longest_ms.at(slot), now_ms - *since_ms);
 }

@@ -1,23 +1,21 @@
 #include "bench/statustext.h"
 
-#include <QMap>
+#include "common/panelcode.h"
 
 namespace {
 
-QString panelText(std::optional<int> code)
+QLatin1String panelText(std::optional<int> code)
 {
-    static const QMap<int, QString> texts{{0, QStringLiteral("archive copied to the stick")},
-                                          {1, QStringLiteral("wants the stick")},
-                                          {2, QStringLiteral("wants pods")},
-                                          {-1, QStringLiteral("working")},
-                                          {-2, QStringLiteral("copy to the stick failed")}};
-    return code ? texts.value(*code) : QStringLiteral("not seen");
+    for (const PanelCode& panel : kPanelCodes)
+        if (panel.code == code)
+            return QLatin1String(panel.meaning);
+    return QLatin1String("not seen");
 }
 
 QString stateOf(const PodRack& rack, int slot)
 {
     const PodReport report = rack.report(slot);
-    if (!rack.plugged(slot))
+    if (!rack.plugged().test(slot))
         return report.erased ? QStringLiteral("gone, erased") : QStringLiteral("gone, not erased");
     if (report.mode == PodMode::Bootloader)
         return QStringLiteral("in its bootloader");

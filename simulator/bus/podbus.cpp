@@ -52,37 +52,22 @@ void PodBus::restart(int slot)
 {
     betweenTransfers([&] { place(slot).pod->restart(); });
     enter(slot, place(slot).pod);
-    emit podRestarted(slot);
+    emit happened(slot, PodEvent::Restarted);
 }
 
 void PodBus::onPodEvent(int slot, quint64 stay, PodEvent event)
 {
     // The place may have been freed, and taken again, before this arrived.
-    const bool still_there = place(slot).stay == stay;
-    switch (event) {
-    case PodEvent::ReadoutBegun:
-        emit readoutBegun(slot);
-        break;
-    case PodEvent::ReadoutCompleted:
-        emit readoutCompleted(slot);
-        break;
-    case PodEvent::Erased:
-        emit podErased(slot);
-        break;
-    case PodEvent::Charged:
-        emit podCharged(slot);
-        break;
-    case PodEvent::Restarting:
-        if (!still_there)
-            break;
+    const bool leaves = event == PodEvent::Restarting || event == PodEvent::Vanished;
+    if (leaves && place(slot).stay != stay)
+        return;
+    if (event == PodEvent::Restarting) {
         leave(slot);
         m_places.at(std::size_t(slot)).restart.start(place(slot).pod->settings().restart_time);
-        break;
-    case PodEvent::Vanished:
-        if (!still_there)
-            break;
+    }
+    if (event == PodEvent::Vanished) {
         unplug(slot);
         emit podVanished(slot);
-        break;
     }
+    emit happened(slot, event);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/slotset.h"
 #include "pod/podmodel.h"
 
 #include <QObject>
@@ -16,7 +17,7 @@ class PodBus : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int kSlotCount = 30;
+    static constexpr int kSlotCount = ::kSlotCount;
 
     PodBus();
 
@@ -32,12 +33,8 @@ public:
     PodFlash flash(int slot) const;
 
 signals:
-    void readoutBegun(int slot);
-    void readoutCompleted(int slot);
-    void podErased(int slot);
-    void podCharged(int slot);
-    /// The pod is back on the bus; its report says in which mode.
-    void podRestarted(int slot);
+    /// Whatever becomes of a pod, when the bus has done its part.
+    void happened(int slot, PodEvent event);
     /// The pod unplugged itself.
     void podVanished(int slot);
 

@@ -13,18 +13,14 @@ UsbAddress::UsbAddress(QList<int> ports, int device_number)
 {
 }
 
-QList<int> UsbAddress::hubChain(int hubs)
+QList<int> UsbAddress::portsOfHub(int hub)
 {
-    QList<int> ports;
-    for (int hub = 0; hub < hubs; ++hub)
-        ports.append(kDownstreamPort);
-    return ports;
+    return QVector<int>(hub, kDownstreamPort).toList();
 }
 
 QList<int> UsbAddress::portsOfSlot(int slot)
 {
-    const int hub = 5 - slot / kPodsPerHub;
-    return hubChain(hub) << kPodsPerHub - slot % kPodsPerHub;
+    return portsOfHub(kHubs - slot / kPodsPerHub) << kPodsPerHub - slot % kPodsPerHub;
 }
 
 QString UsbAddress::portPath() const

@@ -10,6 +10,7 @@ class UsbAddress
 public:
     static constexpr int kBusNumber = 1;
     static constexpr int kMajorNumber = 189;
+    static constexpr int kHubs = 5; ///< each on the last port of the one before
 
     UsbAddress(QList<int> ports, int device_number);
 
@@ -17,7 +18,7 @@ public:
     /// upwards; each hub's port 7 leads to the next one.
     static QList<int> portsOfSlot(int slot);
     /// The hubs are numbered 1 to 5 from the root.
-    static QList<int> portsOfHub(int hub) { return hubChain(hub); }
+    static QList<int> portsOfHub(int hub);
 
     int deviceNumber() const { return m_device_number; }
     bool isRootHub() const { return m_ports.isEmpty(); }
@@ -34,8 +35,6 @@ public:
     int minorNumber() const { return m_device_number - 1; }
 
 private:
-    static QList<int> hubChain(int hubs);
-
     QList<int> m_ports;
     int m_device_number;
 };

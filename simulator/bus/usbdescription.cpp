@@ -2,67 +2,23 @@
 
 #include <QtEndian>
 
-#include <initializer_list>
-
 namespace {
 
-constexpr int kPodVendor = 0x1915;
-constexpr int kPodProduct = 0x5203;
-constexpr int kBootloaderProduct = 0x521F;
-
-QByteArray bytes(std::initializer_list<int> values)
+/// With seven ports. Spaces part the fields, double ones the descriptors.
+UsbDescription hub(const char* device, QStringList strings)
 {
-    QByteArray result;
-    for (const int value : values)
-        result.append(char(value));
-    return result;
-}
-
-int low(int word)
-{
-    return word & 0xFF;
-}
-
-int high(int word)
-{
-    return word >> 8;
-}
-
-QByteArray deviceDescriptor(int usb_version, std::initializer_list<int> device_class, int packet,
-                            int vendor, int product)
-{
-    QByteArray descriptor = bytes({18, 1, low(usb_version), high(usb_version)});
-    descriptor += bytes(device_class);
-    descriptor += bytes(
-        {packet, low(vendor), high(vendor), low(product), high(product), 0x00, 0x01, 1, 2, 3, 1});
-    return descriptor;
-}
-
-QByteArray configurationDescriptor(int interfaces, int attributes, int milliamperes,
-                                   const QByteArray& rest)
-{
-    const int total = 9 + rest.size();
-    return bytes({9, 2, low(total), high(total), interfaces, 1, 0, attributes, milliamperes / 2}) +
-           rest;
-}
-
-QByteArray endpoint(int address, int type, int packet, int interval)
-{
-    return bytes({7, 5, address, type, low(packet), high(packet), interval});
-}
-
-UsbDescription hub(int vendor, int product, QStringList strings)
-{
-    const QByteArray interface = bytes({9, 4, 0, 0, 1, 9, 0, 0, 0}) + endpoint(0x81, 3, 1, 12);
-    return {deviceDescriptor(0x0200, {9, 0, 1}, 64, vendor, product),
-            configurationDescriptor(1, 0xE0, 0, interface), std::move(strings), 480, 7};
+    return {QByteArray::fromHex(device),
+            QByteArray::fromHex("09 02 1900 01 01 00 E0 00"    // self-powered
+                                "  09 04 00 00 01 09 00 00 00" // interface 0, a hub
+                                "  07 05 81 03 0100 0C"),      // interrupt
+            std::move(strings), 480, 7};
 }
 
 } // namespace
 
 UsbDescription UsbDescription::rootHub()
 {
-    return hub(0x1D6B, 0x0002,
+    return hub("12 01 0002 09 00 01 40 6B1D 0200 0001 01 02 03 01",
                {QStringLiteral("Corvane bench"), QStringLiteral("Simulated host controller"),
                 QStringLiteral("bench")});
 }
@@ -70,25 +26,29 @@ UsbDescription UsbDescription::rootHub()
 UsbDescription UsbDescription::sevenPortHub()
 {
     return hub(
-        0x0424, 0x2517,
+        "12 01 0002 09 00 01 40 2404 1725 0001 01 02 03 01",
         {QStringLiteral("Corvane bench"), QStringLiteral("Seven-port hub"), QStringLiteral("hub")});
 }
 
 UsbDescription UsbDescription::pod(PodMode mode, const PodSettings& settings)
 {
+    constexpr int kProductAt = 10;
     const bool bootloader = mode == PodMode::Bootloader;
-    const int product = bootloader ? kBootloaderProduct : kPodProduct;
-    const QByteArray communication = bytes({9, 4, 0, 0, 1, 2, 2, 1, 0})   // interface 0, ACM
-                                     + bytes({5, 0x24, 0x00, 0x10, 0x01}) // CDC 1.10
-                                     + bytes({5, 0x24, 0x01, 0x00, 1})    // call management
-                                     + bytes({4, 0x24, 0x02, 0x02})       // line coding and state
-                                     + bytes({5, 0x24, 0x06, 0, 1})       // union of 0 and 1
-                                     + endpoint(0x82, 3, 16, 64);
-    const QByteArray data = bytes({9, 4, 1, 0, 2, 10, 0, 0, 0}) // interface 1, CDC data
-                            + endpoint(0x81, 2, 64, 0) + endpoint(0x01, 2, 64, 0);
-    return {deviceDescriptor(0x0200, {2, 0, 0}, 64, kPodVendor,
-                             settings.foreign_product != 0 ? settings.foreign_product : product),
-            configurationDescriptor(2, 0x80, 500, communication + data),
+    QByteArray device =
+        QByteArray::fromHex(bootloader ? "12 01 0002 02 00 00 40 1519 1F52 0001 01 02 03 01"
+                                       : "12 01 0002 02 00 00 40 1519 0352 0001 01 02 03 01");
+    if (settings.foreign_product != 0)
+        qToLittleEndian(settings.foreign_product, device.data() + kProductAt);
+    return {device,
+            QByteArray::fromHex("09 02 4300 02 01 00 80 FA"    // 500 mA
+                                "  09 04 00 00 01 02 02 01 00" // interface 0, ACM
+                                "  05 24 00 1001"              // CDC 1.10
+                                "  05 24 01 00 01"             // call management
+                                "  04 24 02 02"                // line coding and state
+                                "  05 24 06 00 01"             // union of 0 and 1
+                                "  07 05 82 03 1000 40"        // interrupt
+                                "  09 04 01 00 02 0A 00 00 00" // interface 1, CDC data
+                                "  07 05 81 02 4000 00  07 05 01 02 4000 00"), // bulk
             {QStringLiteral("Corvane"),
              bootloader ? QStringLiteral("Pod bootloader") : QStringLiteral("Pod"),
              QString::fromLatin1(settings.udid.toHex().toUpper())},
@@ -121,17 +81,20 @@ quint16 UsbDescription::word(int offset) const
 QByteArray UsbDescription::stringDescriptor(int index) const
 {
     if (index == 0)
-        return bytes({4, 3, 0x09, 0x04}); // the one language: English (United States)
+        return QByteArray::fromHex("04 03 0904"); // the one language: English (United States)
     if (index > strings.size())
         return {};
     const QString text = strings.at(index - 1);
-    QByteArray descriptor = bytes({2 + 2 * text.size(), 3});
+    QByteArray descriptor(1, char(2 + 2 * text.size()));
+    descriptor += '\x03';
     for (const QChar unit : text)
-        descriptor += bytes({unit.cell(), unit.row()});
+        descriptor.append(char(unit.cell())).append(char(unit.row()));
     return descriptor;
 }
 
 QByteArray UsbDescription::hubDescriptor() const
 {
-    return bytes({9, 0x29, ports, 0x00, 0x00, 50, 0, 0x00, 0xFF});
+    QByteArray descriptor = QByteArray::fromHex("09 29 00 0000 32 00 00 FF");
+    descriptor[2] = char(ports);
+    return descriptor;
 }

@@ -6,15 +6,10 @@
 /// folder as in an installation, so that either can be moved. Needs the application object.
 namespace companions {
 
-/// The station itself; the command line can name another.
-QString stationProgram();
-/// That of a board which scripts/board has made ready in the folder.
+/// "corvane", the station itself; "tools", of the private root; "boot", what a virtual machine
+/// starts with.
+QString path(const char* name);
+/// The station of a board which scripts/board has made ready in the folder.
 QString stationOfBoard(const QString& folder);
-/// The file system server behind the station's stick.
-QString stickProgram();
-/// `blkid`, `mount` and `umount` as the station finds them, and its first process.
-QString toolsFolder();
-/// What a virtual machine starts with.
-QString bootFolder();
 
 } // namespace companions

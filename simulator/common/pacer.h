@@ -4,6 +4,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
+
+/// A transfer on its way over a wire.
+struct Passage
+{
+    std::optional<std::chrono::steady_clock::time_point> due; ///< none before it has begun
+};
 
 /// The speed of one pod's wire. Times follow from each other, not from the clock, so that late
 /// timers and the host's gaps between two transfers don't add up. A value; never fails.
@@ -29,6 +36,17 @@ public:
         m_free_at = std::max(m_free_at, now - kForgivenLateness) +
                     std::chrono::nanoseconds(std::nano::den * length_bytes / m_bytes_per_second);
         return m_free_at;
+    }
+
+    /// Whether so many bytes have passed by now; they set out when they were first asked about.
+    /// With no bytes, nothing is on its way.
+    bool passed(Passage& passage, int length_bytes, TimePoint now)
+    {
+        if (length_bytes == 0)
+            passage.due.reset();
+        else if (!passage.due)
+            passage.due = book(length_bytes, now);
+        return passage.due && *passage.due <= now;
     }
 
 private:

@@ -11,7 +11,7 @@ int slotFromText(const QString& text)
     bool ok = false;
     const int slot = text.trimmed().toInt(&ok);
     if (!ok || slot < 0 || slot >= kSlotCount)
-        throw BadInput(QStringLiteral("'%1' is no place: places are 0 to 29").arg(text.trimmed()));
+        throw BadInput(QStringLiteral("'%1' is no slot: slots are 0 to 29").arg(text.trimmed()));
     return slot;
 }
 
@@ -21,7 +21,7 @@ void addRange(SlotSet& slot_set, const QString& range)
     const int last =
         range.contains(QLatin1Char('-')) ? slotFromText(range.section(QLatin1Char('-'), 1)) : first;
     if (last < first)
-        throw BadInput(QStringLiteral("the places '%1' run backwards").arg(range));
+        throw BadInput(QStringLiteral("the slots '%1' run backwards").arg(range));
     for (int slot = first; slot <= last; ++slot)
         slot_set.set(slot);
 }
@@ -61,8 +61,14 @@ SlotSet slotSetOf(int slot)
 
 SlotSet firstSlots(int count)
 {
-    SlotSet slot_set;
-    for (int slot = 0; slot < count; ++slot)
-        slot_set.set(slot);
-    return slot_set;
+    return ~SlotSet() >> (kSlotCount - count);
+}
+
+std::vector<int> slotsIn(const SlotSet& slot_set)
+{
+    std::vector<int> slot_list;
+    for (int slot = 0; slot < kSlotCount; ++slot)
+        if (slot_set.test(slot))
+            slot_list.push_back(slot);
+    return slot_list;
 }

@@ -118,8 +118,9 @@ void DayPlayer::finish(Run& run)
         if (line.startsWith(kMismatch))
             result.problems += line.mid(kMismatch.size());
     if (!result.good && result.problems.isEmpty())
-        result.problems += QStringLiteral("the bench ended without a verdict, exit code %1")
-                               .arg(run.bench.exitCode());
+        result.problems += QStringLiteral("the bench ended without a verdict, exit code %1: %2")
+                               .arg(run.bench.exitCode())
+                               .arg(result.output.trimmed().section(QLatin1Char('\n'), -1));
     QDir(run.folder).removeRecursively();
     const std::size_t index = run.index;
     m_runs.erase(std::find_if(m_runs.begin(), m_runs.end(),

@@ -4,6 +4,7 @@
 #include "machine/machinereport.h"
 #include "machine/stickimage.h"
 #include "machine/virtualmachine.h"
+#include "system/stationpaths.h"
 
 #include <QFileInfo>
 
@@ -13,7 +14,6 @@
 namespace {
 
 constexpr quint64 kUsualBytes = 64ULL * 1024 * 1024;
-const QString kMountPoint = QStringLiteral("/media/usbkey");
 
 bool isPlain(const StickItem& item)
 {
@@ -50,9 +50,9 @@ void ImageStick::setInserted(bool inserted)
 std::optional<qint64> ImageStick::bytesOf(const QString& name) const
 {
     if (m_machine.running()) {
-        const std::optional<bool> mounted = m_report.mounted(kMountPoint);
+        const std::optional<bool> mounted = m_report.mounted(stationpaths::kUsbKey);
         if (mounted.value_or(true)) // without an answer, there is none about the file either
-            return m_report.bytesOf(kMountPoint + QLatin1Char('/') + name);
+            return m_report.bytesOf(stationpaths::kUsbKey + QLatin1Char('/') + name);
     }
     unpack();
     return BenchStick::bytesOf(name);

@@ -2,10 +2,11 @@
 
 #include "bus/usbaddress.h"
 #include "common/badinput.h"
+#include "usbredir/podports.h"
+
+#include <QDir>
 
 namespace {
-
-constexpr int kHubs = 5;
 
 /// Beside the station's hubs, which hang on the port that they have in the simulated bus too.
 const QString kAdapterHubPort = QStringLiteral("1");
@@ -74,15 +75,16 @@ private:
 };
 
 /// For start-station.
-QString diskOption(const MachineParts& parts)
+QString diskOption(const MachineSettings& settings)
 {
-    if (!parts.write_log_image.isEmpty())
+    if (!settings.write_log_image.isEmpty())
         return QStringLiteral(" disk=recorded");
-    return parts.opt_mapped ? QStringLiteral(" disk=mapped") : QString();
+    return settings.opt_mapped ? QStringLiteral(" disk=mapped") : QString();
 }
 
-void addComputer(CommandLine& line, const Computer& computer, const MachineParts& parts)
+void addComputer(CommandLine& line, const MachineSettings& settings)
 {
+    const Computer& computer = settings.computer;
     line.add("machine", computer.machine);
     line.add("cpu", computer.processor);
     line.add("accel", computer.accelerator);
@@ -92,84 +94,87 @@ void addComputer(CommandLine& line, const Computer& computer, const MachineParts
         line.add("icount", computer.instruction_clock);
     if (!computer.plugin.isEmpty())
         line.add("plugin", computer.plugin);
-    line.add("kernel", parts.kernel_image);
-    line.add("initrd", parts.initramfs);
-    const QString station = parts.packages.isEmpty()
-                                ? forKernel(QStringLiteral("station"), parts.station_program)
-                                : forKernel(QStringLiteral("packages"), parts.packages);
+    const QString station = settings.packages.isEmpty()
+                                ? forKernel(QStringLiteral("station"), settings.station_program)
+                                : forKernel(QStringLiteral("packages"), settings.packages);
     line.add("append",
              QStringLiteral("console=%1 quiet panic=-1 mitigations=off %2 %3%4")
                  .arg(computer.console, forKernel(QStringLiteral("layers"), layersOf(computer)),
-                      station, diskOption(parts)));
+                      station, diskOption(settings)));
 }
 
-void addScreen(CommandLine& line, const MachineParts& parts)
+void addScreen(CommandLine& line, const QDir& folder)
 {
     line.device(QStringLiteral("virtio-gpu-pci,xres=480,yres=272"));
     line.device(QStringLiteral("virtio-tablet-pci"));
-    line.add("display", QStringLiteral("vnc=unix:%1").arg(asValue(parts.screen_socket)));
+    line.add("display",
+             QStringLiteral("vnc=unix:%1").arg(asValue(folder.filePath(machinefiles::kScreen))));
 }
 
 /// It is plugged in later, again and again.
-void addStick(CommandLine& line, const MachineParts& parts)
+void addStick(CommandLine& line, const MachineSettings& settings)
 {
     line.add("object", QStringLiteral("throttle-group,id=stick-speed,x-bps-write=%1")
-                           .arg(parts.stick_bytes_per_second));
+                           .arg(settings.stick_bytes_per_second));
     line.add("blockdev",
              QStringLiteral("driver=raw,node-name=stick-image,file.driver=file,file.filename=%1")
-                 .arg(asValue(parts.stick_image)));
+                 .arg(asValue(settings.stick_image)));
     line.add("blockdev",
              QStringLiteral(
                  "driver=throttle,node-name=stick,throttle-group=stick-speed,file=stick-image"));
 }
 
-void addDisks(CommandLine& line, const MachineParts& parts)
+void addDisks(CommandLine& line, const MachineSettings& settings)
 {
     line.add("fsdev", QStringLiteral(
                           "local,id=host,path=/,security_model=none,readonly=on,multidevs=remap"));
     line.device(QStringLiteral("virtio-9p-pci,fsdev=host,mount_tag=host"));
-    line.disk(QStringLiteral("opt"), parts.opt_image);
-    if (!parts.write_log_image.isEmpty())
-        line.disk(QStringLiteral("log-writes"), parts.write_log_image);
-    addStick(line, parts);
+    line.disk(QStringLiteral("opt"), settings.opt_image);
+    if (!settings.write_log_image.isEmpty())
+        line.disk(QStringLiteral("log-writes"), settings.write_log_image);
+    addStick(line, settings);
 }
 
-void addLines(CommandLine& line, const MachineParts& parts)
+void addLines(CommandLine& line, const MachineSettings& settings, const QDir& folder)
 {
-    line.add("chardev", QStringLiteral("file,id=console,path=%1").arg(asValue(parts.console_log)));
+    line.add("chardev",
+             QStringLiteral("file,id=console,path=%1").arg(asValue(settings.console_log)));
     line.add("serial", QStringLiteral("chardev:console"));
     line.device(QStringLiteral("virtio-serial-pci"));
     line.add("chardev", QStringLiteral("file,id=log,path=/dev/stdout"));
     line.device(QStringLiteral("virtserialport,chardev=log,name=log"));
-    line.socket(QStringLiteral("shell"), parts.shell_socket);
+    line.socket(machinefiles::kShell, folder.filePath(machinefiles::kShell));
     line.device(QStringLiteral("virtserialport,chardev=shell,name=shell"));
-    line.socket(QStringLiteral("monitor"), parts.monitor_socket);
+    line.socket(machinefiles::kMonitor, folder.filePath(machinefiles::kMonitor));
     line.add("mon", QStringLiteral("chardev=monitor,mode=control"));
 }
 
-void addUsb(CommandLine& line, const MachineParts& parts)
+void addUsb(CommandLine& line, const QDir& folder)
 {
     line.device(QStringLiteral("qemu-xhci,id=usb,p2=8,p3=8"));
-    for (int number = 1; number <= kHubs; ++number)
+    for (int number = 1; number <= UsbAddress::kHubs; ++number)
         line.hub(UsbAddress(UsbAddress::portsOfHub(number), 0).portPath());
-    for (int slot = 0; slot < int(parts.pod_sockets.size()); ++slot)
-        line.redirected(QStringLiteral("pod%1").arg(slot), parts.pod_sockets.at(std::size_t(slot)),
+    for (int slot = 0; slot < kSlotCount; ++slot)
+        line.redirected(PodPorts::socketName(slot), folder.filePath(PodPorts::socketName(slot)),
                         UsbAddress(UsbAddress::portsOfSlot(slot), 0).portPath());
     // Only behind a hub does a redirected device work.
     line.hub(kAdapterHubPort);
-    line.redirected(QStringLiteral("adapter"), parts.adapter_socket,
+    line.redirected(machinefiles::kAdapter, folder.filePath(machinefiles::kAdapter),
                     kAdapterHubPort + QStringLiteral(".1"));
 }
 
 } // namespace
 
-QStringList machineArguments(const Computer& computer, const MachineParts& parts)
+QStringList machineArguments(const MachineSettings& settings, const QString& kernel_image,
+                             const QString& folder)
 {
     CommandLine line;
-    addComputer(line, computer, parts);
-    addScreen(line, parts);
-    addDisks(line, parts);
-    addLines(line, parts);
-    addUsb(line, parts);
+    line.add("kernel", kernel_image);
+    line.add("initrd", QDir(folder).filePath(machinefiles::kInitramfs));
+    addComputer(line, settings);
+    addScreen(line, folder);
+    addDisks(line, settings);
+    addLines(line, settings, folder);
+    addUsb(line, folder);
     return line.arguments();
 }

@@ -5,28 +5,32 @@
 #include <QString>
 #include <QStringList>
 
-#include <array>
-
-/// Where the parts of a machine are.
-struct MachineParts
+/// How a machine is made.
+struct MachineSettings
 {
-    QString kernel_image;
-    QString initramfs;
+    Computer computer;
     QString station_program; ///< as the machine finds it
-    QString packages; ///< a folder of the host; if any, they are installed under systemd instead
-    QString opt_image;
+    QString opt_image;       ///< an ext4 file system, which outlives the machine's power
     bool opt_mapped = false; ///< "/opt" is on /dev/mapper/opt instead, by default a linear target
     QString write_log_image; ///< if any, that is one which logs here all that is written
-    QString stick_image;
+    QString stick_image;     ///< must be there when the machine starts
     quint32 stick_bytes_per_second = 0; ///< written to it; 0: no limit
     QString console_log;                ///< what the kernel says
-    QString monitor_socket;
-    QString shell_socket;
-    QString adapter_socket; ///< of the I²C adapter
-    std::array<QString, 30> pod_sockets;
-    QString screen_socket; ///< for viewers
+    QString packages; ///< a folder of those to install under systemd; empty: the program as it is
 };
+
+/// Names in a machine's own folder: what it starts with, then its sockets.
+namespace machinefiles {
+
+inline const QString kInitramfs = QStringLiteral("initramfs");
+inline const QString kAdapter = QStringLiteral("adapter"); ///< of the I²C bus
+inline const QString kShell = QStringLiteral("shell");
+inline const QString kMonitor = QStringLiteral("monitor");
+inline const QString kScreen = QStringLiteral("screen"); ///< for viewers
+
+} // namespace machinefiles
 
 /// The command line of QEMU. The station's log is the process's standard output. Throws BadInput
 /// for a path that a machine cannot be told, or would find something else behind.
-QStringList machineArguments(const Computer& computer, const MachineParts& parts);
+QStringList machineArguments(const MachineSettings& settings, const QString& kernel_image,
+                             const QString& folder);

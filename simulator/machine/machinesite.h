@@ -12,8 +12,7 @@
 /// What not every machine has.
 struct MachineExtras
 {
-    QString
-        packages; ///< the folder of those that are installed; empty: the program as it was built
+    QString packages; ///< a folder of those to install; empty: the program as it was built
     quint64 disk_bytes = OptDisk::kUsualBytes;
     bool disk_mapped = false;   ///< the disk's device mapper target can be exchanged by the shell
     bool writes_logged = false; ///< all that is written to the disk, in MachineSite::writeLog()

@@ -4,13 +4,12 @@
 #include "common/badinput.h"
 #include "machine/machinereport.h"
 #include "machine/virtualmachine.h"
+#include "system/stationpaths.h"
 
 namespace {
 
 /// As of a process that was killed, which is what a station is whose power is cut.
 constexpr int kPowerCut = 128 + 9;
-// The controller's and discovery's; every other plain QThread of the station serves a pod.
-constexpr int kThreadsWithoutPods = 2;
 
 /// Ends when the kernel's own driver has the pod.
 QString waitForPod(int slot)
@@ -66,17 +65,17 @@ bool MachineStation::running() const
 std::optional<int> MachineStation::podThreads() const
 {
     const std::optional<int> all = m_report.stationThreads();
-    return all ? std::optional(qMax(0, *all - kThreadsWithoutPods)) : std::nullopt;
+    return all ? std::optional(podThreadsOf(*all)) : std::nullopt;
 }
 
-std::optional<bool> MachineStation::mounted(const QString& folder) const
+std::optional<bool> MachineStation::stickMounted() const
 {
-    return m_report.mounted(folder);
+    return m_report.mounted(stationpaths::kUsbKey);
 }
 
 qint64 MachineStation::bytesOf(const QString& name) const
 {
-    return m_report.bytesOf(QStringLiteral("/opt/Corvane/") + name).value_or(-1);
+    return m_report.bytesOf(stationpaths::kStation + QLatin1Char('/') + name).value_or(-1);
 }
 
 void MachineStation::startProgram()
@@ -102,8 +101,9 @@ void MachineStation::noteTrouble(const QString& what)
 void MachineStation::tellHowFar()
 {
     constexpr int kConsoleLines = 15;
-    const QString command = m_machine.shell().underWay().value_or(
-        m_program_started ? QStringLiteral("nothing") : QStringLiteral("come up"));
+    QString command = QString::fromUtf8(m_machine.shell().underWay());
+    if (command.isEmpty())
+        command = m_program_started ? QStringLiteral("nothing") : QStringLiteral("come up");
     QString text =
         QStringLiteral("Bench: the machine went off when it was to '%1'; its console ends with\n")
             .arg(command);

@@ -25,7 +25,7 @@ public:
     void terminate() override;
     bool running() const override;
     std::optional<int> podThreads() const override;
-    std::optional<bool> mounted(const QString& folder) const override;
+    std::optional<bool> stickMounted() const override;
     qint64 bytesOf(const QString& name) const override;
 
 private:

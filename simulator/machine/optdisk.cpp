@@ -1,7 +1,7 @@
 #include "machine/optdisk.h"
 
 #include "common/badinput.h"
-#include "machine/tool.h"
+#include "common/tool.h"
 #include "site/benchfolder.h"
 
 #include <QDir>

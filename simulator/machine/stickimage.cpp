@@ -1,7 +1,7 @@
 #include "machine/stickimage.h"
 
 #include "common/badinput.h"
-#include "machine/tool.h"
+#include "common/tool.h"
 
 #include <QDir>
 #include <QFile>

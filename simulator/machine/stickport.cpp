@@ -60,7 +60,7 @@ void StickPort::move()
                            {QStringLiteral("drive"), QStringLiteral("stick")},
                            {QStringLiteral("bus"), QStringLiteral("usb.0")},
                            {QStringLiteral("port"), kPort}},
-                          [this](const QJsonObject&) { noteMoved(true); });
+                          [this] { noteMoved(true); });
     else
         m_monitor.execute(kRemove, {{QStringLiteral("id"), kId}});
 }

@@ -3,7 +3,7 @@
 #include "common/badinput.h"
 #include "common/companions.h"
 #include "common/neededprograms.h"
-#include "machine/tool.h"
+#include "common/tool.h"
 #include "usbredir/i2cadapter.h"
 
 #include <QFile>
@@ -12,11 +12,14 @@
 
 namespace {
 
-const QString kInitramfs = QStringLiteral("initramfs");
-const QString kAdapter = QStringLiteral("adapter");
-const QString kShell = QStringLiteral("shell");
-const QString kMonitor = QStringLiteral("monitor");
-const QString kScreen = QStringLiteral("screen");
+using namespace machinefiles;
+
+MachineSettings asTheMachineSeesThem(MachineSettings settings)
+{
+    if (settings.packages.isEmpty())
+        settings.station_program = settings.computer.pathOf(settings.station_program);
+    return settings;
+}
 
 /// The folder's path, if sockets can be in it.
 QString forSockets(const QTemporaryDir& folder)
@@ -35,18 +38,18 @@ QString forSockets(const QTemporaryDir& folder)
 } // namespace
 
 VirtualMachine::VirtualMachine(MachineSettings settings)
-    : m_settings(std::move(settings))
+    : m_settings(asTheMachineSeesThem(std::move(settings)))
     , m_kernel(MachineKernel::installed(m_settings.computer))
     , m_pods(forSockets(m_folder))
     , m_adapter(m_folder.filePath(kAdapter))
     , m_shell(m_folder.filePath(kShell))
     , m_monitor(m_folder.filePath(kMonitor))
     , m_stick_port(m_monitor)
-    , m_arguments(machineArguments(m_settings.computer, parts()))
+    , m_arguments(machineArguments(m_settings, m_kernel.image, m_folder.path()))
 {
     needProgram(m_settings.computer.emulator, m_settings.computer.emulator_package);
-    m_adapter.plug(std::make_unique<I2cAdapter>());
-    runTool(companions::bootFolder() + QStringLiteral("/make-initramfs"),
+    m_adapter.plug(I2cAdapter::function());
+    runTool(companions::path("boot/make-initramfs"),
             {m_settings.computer.root, m_kernel.version, m_folder.filePath(kInitramfs)});
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_process.setStandardInputFile(QProcess::nullDevice());
@@ -97,27 +100,4 @@ QStringList VirtualMachine::lastConsoleLines(int count) const
         if (!line.trimmed().isEmpty())
             lines += QString::fromUtf8(line.trimmed());
     return lines.mid(qMax(0, lines.size() - count));
-}
-
-MachineParts VirtualMachine::parts() const
-{
-    MachineParts parts;
-    parts.kernel_image = m_kernel.image;
-    parts.initramfs = m_folder.filePath(kInitramfs);
-    parts.packages = m_settings.packages;
-    if (!installsStation())
-        parts.station_program = m_settings.computer.pathOf(m_settings.station_program);
-    parts.opt_image = m_settings.opt_image;
-    parts.opt_mapped = m_settings.opt_mapped;
-    parts.write_log_image = m_settings.write_log_image;
-    parts.stick_image = m_settings.stick_image;
-    parts.stick_bytes_per_second = m_settings.stick_bytes_per_second;
-    parts.console_log = m_settings.console_log;
-    parts.monitor_socket = m_folder.filePath(kMonitor);
-    parts.shell_socket = m_folder.filePath(kShell);
-    parts.adapter_socket = m_adapter.socketPath();
-    for (int slot = 0; slot < PodPorts::kSlotCount; ++slot)
-        parts.pod_sockets.at(std::size_t(slot)) = m_pods.socketPath(slot);
-    parts.screen_socket = screenSocket();
-    return parts;
 }

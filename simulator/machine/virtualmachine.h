@@ -1,7 +1,6 @@
 #pragma once
 
 #include "common/dependentprocess.h"
-#include "machine/computer.h"
 #include "machine/machinearguments.h"
 #include "machine/machinekernel.h"
 #include "machine/machineshell.h"
@@ -13,20 +12,6 @@
 #include <QObject>
 #include <QTemporaryDir>
 
-/// How a machine is made.
-struct MachineSettings
-{
-    Computer computer;
-    QString station_program;
-    QString opt_image;                  ///< an ext4 file system, which outlives the machine's power
-    bool opt_mapped = false;            ///< see MachineParts
-    QString write_log_image;            ///< see MachineParts
-    QString stick_image;                ///< must be there when the machine starts
-    quint32 stick_bytes_per_second = 0; ///< written to it; 0: no limit
-    QString console_log;                ///< what the kernel says
-    QString packages; ///< the folder of those to install; empty: the program as it was built
-};
-
 /// A station's computer, emulated whole: a stock kernel on a root of this machine's, which it
 /// cannot change, with the station's disk, screen, hubs and places. It can be started again and
 /// again. Lives on the main thread, owned by the bench, whose end is the machine's too, however the
@@ -36,11 +21,9 @@ class VirtualMachine : public QObject
     Q_OBJECT
 
 public:
+    /// The station's program is a file of this machine.
     explicit VirtualMachine(MachineSettings settings);
-    VirtualMachine(const VirtualMachine&) = delete;
-    VirtualMachine& operator=(const VirtualMachine&) = delete;
-    VirtualMachine(VirtualMachine&&) = delete;
-    VirtualMachine& operator=(VirtualMachine&&) = delete;
+    Q_DISABLE_COPY_MOVE(VirtualMachine)
     ~VirtualMachine() override;
 
     void start();
@@ -52,7 +35,7 @@ public:
     MachineShell& shell() { return m_shell; }
     /// Under systemd, by packages.
     bool installsStation() const { return !m_settings.packages.isEmpty(); }
-    QString screenSocket() const { return m_folder.filePath(QStringLiteral("screen")); }
+    QString screenSocket() const { return m_folder.filePath(machinefiles::kScreen); }
     QString stickImage() const { return m_settings.stick_image; }
     StickPort& stickPort() { return m_stick_port; }
     /// What the kernel said last.
@@ -66,8 +49,6 @@ signals:
     void ended();
 
 private:
-    MachineParts parts() const;
-
     MachineSettings m_settings;
     QTemporaryDir m_folder;
     MachineKernel m_kernel;

@@ -5,23 +5,12 @@
 #include <QCryptographicHash>
 
 #include <algorithm>
-#include <zlib.h>
-
-namespace {
-
-quint32 continuedCrc(quint32 crc, const QByteArray& bytes)
-{
-    return quint32(
-        ::crc32(crc, reinterpret_cast<const Bytef*>(bytes.constData()), uInt(bytes.size())));
-}
-
-} // namespace
 
 ObjectStore::ObjectStore(ObjectLimits limits, PodFlash flash)
     : m_limits(limits)
     , m_flash(std::move(flash))
-    , m_image_crc(continuedCrc(0, m_flash.image))
 {
+    m_image_crc.add(m_flash.image);
 }
 
 quint32 ObjectStore::mostBytes(Type type) const
@@ -37,12 +26,12 @@ const ObjectStore::Object* ObjectStore::object(Type type) const
 ObjectStore::Position ObjectStore::position(Type type) const
 {
     const Object* receiving = object(type);
-    const QByteArray received = receiving != nullptr ? receiving->received : QByteArray();
-    if (type == Type::Data)
-        return {quint32(m_flash.image.size() + received.size()),
-                continuedCrc(m_image_crc, received)};
-    const QByteArray& packet = receiving != nullptr ? received : m_flash.init_packet;
-    return {quint32(packet.size()), continuedCrc(0, packet)};
+    const bool data = type == Type::Data;
+    const QByteArray accepted = data ? QByteArray() : m_flash.init_packet;
+    const QByteArray& last = receiving != nullptr ? receiving->received : accepted;
+    Checksum crc = data ? m_image_crc : Checksum();
+    crc.add(last);
+    return {quint32((data ? m_flash.image.size() : 0) + last.size()), crc.value()};
 }
 
 quint32 ObjectStore::imageBytesLeft() const
@@ -100,14 +89,14 @@ ObjectStore::Verdict ObjectStore::executeCommand(const QByteArray& packet)
         return {};
     m_flash.init_packet = packet;
     m_flash.image.clear();
-    m_image_crc = 0;
+    m_image_crc = {};
     return {};
 }
 
 ObjectStore::Verdict ObjectStore::executeData(const QByteArray& bytes)
 {
     m_flash.image += bytes;
-    m_image_crc = continuedCrc(m_image_crc, bytes);
+    m_image_crc.add(bytes);
     return imageBytesLeft() == 0 ? finishImage() : std::nullopt;
 }
 
@@ -116,7 +105,7 @@ ObjectStore::Verdict ObjectStore::finishImage()
     const QByteArray sha256 = QCryptographicHash::hash(m_flash.image, QCryptographicHash::Sha256);
     m_complete = sha256 == InitPacket::parse(m_flash.init_packet)->image_sha256;
     m_flash.image.clear();
-    m_image_crc = 0;
+    m_image_crc = {};
     if (!m_complete)
         return Refusal::WrongDigest;
     m_flash.firmware_sha256 = sha256;

@@ -2,6 +2,7 @@
 
 #include "pod/podflash.h"
 #include "pod/refusal.h"
+#include "system/checksum.h"
 
 #include <optional>
 
@@ -69,7 +70,7 @@ private:
 
     ObjectLimits m_limits;
     PodFlash m_flash;
-    quint32 m_image_crc = 0; ///< of the executed part
+    Checksum m_image_crc; ///< of the executed part
     Type m_current = Type::Command;
     std::optional<Object> m_object; ///< being received
     bool m_complete = false;        ///< the image has arrived and is the announced one

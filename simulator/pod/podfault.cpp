@@ -2,61 +2,54 @@
 
 #include <algorithm>
 #include <array>
-#include <utility>
 
 namespace {
 
-using NamedFault = std::pair<PodFault, QLatin1String>;
-
-const std::array<NamedFault, 31> kNamedFaults{{
-    {PodFault::None, QLatin1String("none")},
-    {PodFault::NoAnswer, QLatin1String("no answer")},
-    {PodFault::WrongAck, QLatin1String("wrong ack")},
-    {PodFault::ShortRead, QLatin1String("short read")},
-    {PodFault::CutHalfWay, QLatin1String("cut half way")},
-    {PodFault::DigestWrongOnce, QLatin1String("digest wrong once")},
-    {PodFault::DigestWrongAlways, QLatin1String("digest wrong always")},
-    {PodFault::EraseRefused, QLatin1String("erase refused")},
-    {PodFault::EraseUnanswered, QLatin1String("erase unanswered")},
-    {PodFault::ClaimBusy, QLatin1String("claim busy")},
-    {PodFault::DriverBusy, QLatin1String("driver busy")},
-    {PodFault::UnpluggedAtByte, QLatin1String("unplugged at byte")},
-    {PodFault::SizeAbsurd, QLatin1String("size absurd")},
-    {PodFault::ReplyLost, QLatin1String("reply lost")},
-    {PodFault::ReplyCut, QLatin1String("reply cut in two reads")},
-    {PodFault::TwoReplies, QLatin1String("two replies in one read")},
-    {PodFault::WrongOpcode, QLatin1String("wrong opcode")},
-    {PodFault::ExtendedError, QLatin1String("extended error")},
-    {PodFault::CrcWrongOnce, QLatin1String("crc wrong once")},
-    {PodFault::OffsetWrong, QLatin1String("offset wrong")},
-    {PodFault::DisconnectAtByte, QLatin1String("disconnect at byte")},
-    {PodFault::MtuTiny, QLatin1String("mtu tiny")},
-    {PodFault::MtuHuge, QLatin1String("mtu huge")},
-    {PodFault::ObjectSizeOdd, QLatin1String("object size odd")},
-    {PodFault::ObjectSizeZero, QLatin1String("object size zero")},
-    {PodFault::OffsetBeyond, QLatin1String("offset beyond the image")},
-    {PodFault::FrameWithoutEnd, QLatin1String("frame without end")},
-    {PodFault::ReplyInDrops, QLatin1String("reply in drops")},
-    {PodFault::LeavesUnheard, QLatin1String("leaves before last reply")},
-    {PodFault::BootloaderAbsent, QLatin1String("bootloader absent")},
-    {PodFault::FirmwareAbsent, QLatin1String("firmware absent")},
-}};
+/// In the order of PodFault.
+constexpr std::array<const char*, std::size_t(PodFault::FirmwareAbsent) + 1> kNames{
+    "none",
+    "no answer",
+    "wrong ack",
+    "short read",
+    "cut half way",
+    "digest wrong once",
+    "digest wrong always",
+    "erase refused",
+    "erase unanswered",
+    "claim busy",
+    "driver busy",
+    "unplugged at byte",
+    "size absurd",
+    "reply lost",
+    "reply cut in two reads",
+    "two replies in one read",
+    "wrong opcode",
+    "extended error",
+    "crc wrong once",
+    "offset wrong",
+    "disconnect at byte",
+    "mtu tiny",
+    "mtu huge",
+    "object size odd",
+    "object size zero",
+    "offset beyond the image",
+    "frame without end",
+    "reply in drops",
+    "leaves before last reply",
+    "bootloader absent",
+    "firmware absent"};
 
 } // namespace
 
 std::optional<PodFault> podFaultFromName(const QString& name)
 {
-    const auto* found = std::find_if(kNamedFaults.begin(), kNamedFaults.end(),
-                                     [&](const NamedFault& named) { return name == named.second; });
-    if (found == kNamedFaults.end())
-        return std::nullopt;
-    return found->first;
+    const auto* found = std::find_if(kNames.begin(), kNames.end(), [&name](const char* one) {
+        return name == QLatin1String(one);
+    });
+    return found == kNames.end() ? std::nullopt : std::optional(PodFault(found - kNames.begin()));
 }
 
 QString podFaultName(PodFault fault)
 {
-    const auto* found = std::find_if(kNamedFaults.begin(), kNamedFaults.end(),
-                                     [&](const NamedFault& named) { return fault == named.first; });
-    Q_ASSERT(found != kNamedFaults.end());
-    return found->second;
+    return QString::fromLatin1(kNames.at(std::size_t(fault)));
 }

@@ -43,5 +43,6 @@ enum class PodEvent {
     Erased,
     Charged,
     Restarting, ///< it leaves the bus and will be back, perhaps in the other mode
+    Restarted,  ///< it is back
     Vanished    ///< it leaves the bus for good
 };

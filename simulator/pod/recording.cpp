@@ -36,14 +36,24 @@ void Recording::read(quint32 offset_bytes, char* out, int length_bytes) const
     }
 }
 
+bool Recording::eachBlock(const std::function<bool(const char*, int)>& take) const
+{
+    std::array<char, 65536> block{};
+    for (quint64 offset = 0; offset < m_size_bytes; offset += block.size()) {
+        const auto length = int(std::min<quint64>(block.size(), m_size_bytes - offset));
+        read(quint32(offset), block.data(), length);
+        if (!take(block.data(), length))
+            return false;
+    }
+    return true;
+}
+
 QByteArray Recording::sha256() const
 {
     QCryptographicHash hash(QCryptographicHash::Sha256);
-    std::array<char, 65536> chunk{};
-    for (quint64 offset = 0; offset < m_size_bytes; offset += chunk.size()) {
-        const auto length = int(std::min<quint64>(chunk.size(), m_size_bytes - offset));
-        read(quint32(offset), chunk.data(), length);
-        hash.addData(chunk.data(), length);
-    }
+    eachBlock([&hash](const char* data, int length_bytes) {
+        hash.addData(data, length_bytes);
+        return true;
+    });
     return hash.result();
 }

@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QtGlobal>
 
+#include <functional>
+
 /// A made-up recording: its bytes follow from the seed and their offset alone, so that any part of
 /// any size can be made again at any time and none is kept in memory. Immutable and reentrant.
 class Recording
@@ -17,6 +19,9 @@ public:
     quint32 sizeBytes() const { return m_size_bytes; }
     /// The range must lie inside the recording.
     void read(quint32 offset_bytes, char* out, int length_bytes) const;
+    /// All of it, a block after the other, for as long as `take` returns true; whether it always
+    /// did.
+    bool eachBlock(const std::function<bool(const char* data, int length_bytes)>& take) const;
     QByteArray sha256() const;
 
 private:

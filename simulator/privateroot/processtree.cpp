@@ -7,16 +7,17 @@
 
 namespace {
 
-QByteArray contents(const QString& path)
+/// The file of that name of each of the threads.
+QList<QByteArray> ofThreads(qint64 pid, const char* name)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// One folder a thread.
-QDir threadsOf(qint64 pid)
-{
-    return QDir(QStringLiteral("/proc/%1/task").arg(pid));
+    QList<QByteArray> contents;
+    const QDir threads(QStringLiteral("/proc/%1/task").arg(pid));
+    for (const QString& thread : threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile file(threads.filePath(thread + QLatin1Char('/') + QLatin1String(name)));
+        if (file.open(QIODevice::ReadOnly))
+            contents += file.readAll().simplified();
+    }
+    return contents;
 }
 
 int descriptorsOf(qint64 pid)
@@ -30,7 +31,7 @@ int descriptorsOf(qint64 pid)
 
 int memoryKibOf(qint64 pid)
 {
-    const QByteArray text = contents(QStringLiteral("/proc/%1/status").arg(pid));
+    const QByteArray text = ofThreads(pid, "status").value(0); // all have it in common
     const int at = text.indexOf("VmRSS:") + 6;
     return text.mid(at, text.indexOf("kB", at) - at).trimmed().toInt();
 }
@@ -40,12 +41,8 @@ int memoryKibOf(qint64 pid)
 QList<qint64> childProcesses(qint64 pid)
 {
     QList<qint64> children;
-    const QDir threads = threadsOf(pid);
-    for (const QString& thread : threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
-        for (const QByteArray& child :
-             contents(threads.filePath(thread + QStringLiteral("/children")))
-                 .simplified()
-                 .split(' '))
+    for (const QByteArray& of_thread : ofThreads(pid, "children"))
+        for (const QByteArray& child : of_thread.split(' '))
             if (!child.isEmpty())
                 children += child.toLongLong();
     return children;
@@ -54,10 +51,8 @@ QList<qint64> childProcesses(qint64 pid)
 QStringList threadNames(qint64 pid)
 {
     QStringList names;
-    const QDir threads = threadsOf(pid);
-    for (const QString& thread : threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
-        names += QString::fromUtf8(
-            contents(threads.filePath(thread + QStringLiteral("/comm"))).trimmed());
+    for (const QByteArray& name : ofThreads(pid, "comm"))
+        names += QString::fromUtf8(name);
     return names;
 }
 

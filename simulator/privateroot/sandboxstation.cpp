@@ -1,22 +1,34 @@
 #include "privateroot/sandboxstation.h"
 
+#include "common/companions.h"
 #include "privateroot/processtree.h"
+#include "site/benchfolder.h"
+#include "site/benchsettings.h"
+#include "site/site.h"
+#include "system/stationpaths.h"
 
 #include <QFileInfo>
 
 #include <csignal>
-#include <utility>
 
 namespace {
 constexpr int kSignalExit = 128;
-// The controller's and discovery's; every other plain QThread of the station serves a pod.
-constexpr int kThreadsWithoutPods = 2;
 } // namespace
 
-SandboxStation::SandboxStation(SandboxSettings settings, const QString& log_path, bool echo)
-    : Station(log_path, echo)
-    , m_settings(std::move(settings))
+SandboxStation::SandboxStation(const BenchSettings& settings, const BenchFolder& folder,
+                               const QString& testbed, qint64 download_space_bytes)
+    : Station(folder.log(), settings.echo_log)
+    , m_folder(folder.station())
 {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("BENCH_STATION"), settings.station_program);
+    environment.insert(QStringLiteral("BENCH_FOLDER"), folder.path());
+    environment.insert(QStringLiteral("BENCH_CONTROL"), folder.control());
+    environment.insert(QStringLiteral("BENCH_TESTBED"), testbed);
+    environment.insert(QStringLiteral("BENCH_WINDOW"), QLatin1String(settings.window ? "1" : ""));
+    if (download_space_bytes > 0)
+        environment.insert(QStringLiteral("BENCH_SPACE"), QString::number(download_space_bytes));
+    m_process.setProcessEnvironment(environment);
     m_process.setProcessChannelMode(QProcess::MergedChannels);
     m_process.setStandardInputFile(QProcess::nullDevice());
     connect(&m_process, &QProcess::readyRead, this, [this] { noteOutput(m_process.readAll()); });
@@ -38,7 +50,7 @@ SandboxStation::~SandboxStation()
 void SandboxStation::start()
 {
     noteStart();
-    m_process.start(QStringLiteral("bwrap"), sandboxArguments(m_settings));
+    m_process.start(companions::path("tools/private-root"), QStringList());
 }
 
 void SandboxStation::kill()
@@ -58,7 +70,7 @@ std::optional<int> SandboxStation::podThreads() const
 {
     const qint64 pid = stationPid();
     const int plain = static_cast<int>(threadNames(pid).count(QStringLiteral("QThread")));
-    return pid > 0 ? qMax(0, plain - kThreadsWithoutPods) : 0;
+    return podThreadsOf(plain);
 }
 
 std::optional<Holdings> SandboxStation::holdings() const
@@ -67,16 +79,17 @@ std::optional<Holdings> SandboxStation::holdings() const
     return pid > 0 ? std::optional(holdingsOf(pid)) : std::nullopt;
 }
 
-std::optional<bool> SandboxStation::mounted(const QString& folder) const
+std::optional<bool> SandboxStation::stickMounted() const
 {
     QFile mounts(QStringLiteral("/proc/%1/mounts").arg(stationPid()));
     return mounts.open(QIODevice::ReadOnly) &&
-           mounts.readAll().contains(QByteArray(" ") + QFile::encodeName(folder) + " ");
+           mounts.readAll().contains(QByteArray(" ") + QFile::encodeName(stationpaths::kUsbKey) +
+                                     " ");
 }
 
 qint64 SandboxStation::bytesOf(const QString& name) const
 {
-    const QFileInfo file(m_settings.station_folder + QLatin1Char('/') + name);
+    const QFileInfo file(m_folder.filePath(name));
     return file.exists() ? file.size() : -1;
 }
 

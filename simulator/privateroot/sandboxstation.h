@@ -1,20 +1,23 @@
 #pragma once
 
 #include "common/dependentprocess.h"
-#include "privateroot/sandbox.h"
 #include "site/station.h"
 
-/// The station in a private root of this machine.
+#include <QDir>
+
+class BenchFolder;
+struct BenchSettings;
+
+/// The station in a private root of this machine, which the tool private-root makes.
 class SandboxStation : public Station
 {
     Q_OBJECT
 
 public:
-    SandboxStation(SandboxSettings settings, const QString& log_path, bool echo);
-    SandboxStation(const SandboxStation&) = delete;
-    SandboxStation& operator=(const SandboxStation&) = delete;
-    SandboxStation(SandboxStation&&) = delete;
-    SandboxStation& operator=(SandboxStation&&) = delete;
+    /// testbed: with the simulated devices.
+    SandboxStation(const BenchSettings& settings, const BenchFolder& folder, const QString& testbed,
+                   qint64 download_space_bytes);
+    Q_DISABLE_COPY_MOVE(SandboxStation)
     ~SandboxStation() override;
 
     void start() override;
@@ -22,7 +25,7 @@ public:
     void terminate() override;
     bool running() const override { return m_process.state() != QProcess::NotRunning; }
     std::optional<int> podThreads() const override;
-    std::optional<bool> mounted(const QString& folder) const override;
+    std::optional<bool> stickMounted() const override;
     qint64 bytesOf(const QString& name) const override;
     qint64 stationPid() const override;
     std::optional<Holdings> holdings() const override;
@@ -30,6 +33,6 @@ public:
 private:
     void endRun(int exit_code, QProcess::ExitStatus status);
 
-    SandboxSettings m_settings;
+    QDir m_folder; ///< the station's
     DependentProcess m_process;
 };

@@ -41,7 +41,7 @@ void ServedStick::setInserted(bool inserted)
         return;
     }
     QSaveFile mark(m_control.filePath(kMark)); // whole from its first moment
-    if (!mark.open(QIODevice::WriteOnly) || mark.write(m_settings.toText()) < 0 || !mark.commit())
+    if (!mark.open(QIODevice::WriteOnly) || mark.write(m_settings.toBytes()) < 0 || !mark.commit())
         throw BadInput(
             QStringLiteral("cannot write %1: %2").arg(mark.fileName(), mark.errorString()));
     m_leaves_by_itself = m_settings.pull_at_byte != 0 && !m_may_stay;

@@ -1,6 +1,7 @@
 #include "scenario/firmware.h"
 
 #include "common/badinput.h"
+#include "common/files.h"
 #include "pod/initpacket.h"
 #include "pod/recording.h"
 #include "pod/replyforecast.h"
@@ -37,13 +38,6 @@ QByteArray madeUpImage(quint32 size_bytes, quint64 seed)
     QByteArray image(static_cast<int>(size_bytes), '\0');
     Recording(seed, size_bytes).read(0, image.data(), image.size());
     return image;
-}
-
-void writeFile(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        throw BadInput(QStringLiteral("cannot write %1").arg(path));
 }
 
 QByteArray manifestOf(const Firmware& firmware)

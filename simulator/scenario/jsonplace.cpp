@@ -2,6 +2,8 @@
 
 #include "common/bytesize.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSet>
@@ -46,9 +48,10 @@ int repeatedMember(const QByteArray& json)
 
 } // namespace
 
-JsonPlace::JsonPlace(QJsonValue value, QString place)
+JsonPlace::JsonPlace(QJsonValue value, QString place, QString folder)
     : m_value(std::move(value))
     , m_place(std::move(place))
+    , m_folder(std::move(folder))
 {
 }
 
@@ -67,7 +70,7 @@ JsonPlace JsonPlace::parse(const QByteArray& json, const QString& file_name)
                            .arg(lineOf(json, at)));
     if (!document.isObject())
         throw BadInput(QStringLiteral("%1: the scenario must be an object").arg(file_name));
-    return {document.object(), file_name + QLatin1Char(':')};
+    return {document.object(), file_name + QLatin1Char(':'), QFileInfo(file_name).path()};
 }
 
 QString JsonPlace::text() const
@@ -100,6 +103,12 @@ bool JsonPlace::flag() const
     return m_value.toBool();
 }
 
+void JsonPlace::needTrue() const
+{
+    if (!flag())
+        refuse(QStringLiteral("only true makes sense here"));
+}
+
 std::vector<int> JsonPlace::numbers(int least, int most) const
 {
     std::vector<int> list;
@@ -116,12 +125,17 @@ int JsonPlace::number(int least, int most) const
     return static_cast<int>(value);
 }
 
-double JsonPlace::seconds() const
+std::chrono::milliseconds JsonPlace::time() const
 {
     const double value = m_value.toDouble(-1);
     if (value < 0 || value > kMostSeconds)
         refuse(QStringLiteral("a number of seconds is needed here, at most %1").arg(kMostSeconds));
-    return value;
+    return std::chrono::milliseconds(static_cast<int>(value * 1000));
+}
+
+std::chrono::seconds JsonPlace::wholeSeconds() const
+{
+    return std::chrono::seconds(number(1, kMostSeconds));
 }
 
 quint64 JsonPlace::bytes(quint64 most) const
@@ -132,6 +146,11 @@ quint64 JsonPlace::bytes(quint64 most) const
     if (count > most)
         refuse(QStringLiteral("at most %1 bytes").arg(most));
     return count;
+}
+
+QString JsonPlace::path() const
+{
+    return QDir(m_folder).filePath(text());
 }
 
 SlotSet JsonPlace::slotSet() const
@@ -147,7 +166,8 @@ std::vector<JsonPlace> JsonPlace::elements() const
         refuse(QStringLiteral("a list is needed here"));
     std::vector<JsonPlace> places;
     for (const auto element : m_value.toArray())
-        places.emplace_back(element, QStringLiteral("%1[%2]").arg(m_place).arg(places.size()));
+        places.emplace_back(element, QStringLiteral("%1[%2]").arg(m_place).arg(places.size()),
+                            m_folder);
     return places;
 }
 
@@ -155,10 +175,11 @@ JsonPlace JsonPlace::member(const QString& name) const
 {
     if (!isObject())
         refuse(QStringLiteral("an object is needed here"));
-    if (!has(name))
+    const QJsonValue value = m_value.toObject().value(name);
+    if (value.isUndefined())
         refuse(QStringLiteral("'%1' is missing").arg(name));
     const bool top = m_place.endsWith(QLatin1Char(':'));
-    return {m_value.toObject().value(name), m_place + QLatin1Char(top ? ' ' : '.') + name};
+    return {value, m_place + QLatin1Char(top ? ' ' : '.') + name, m_folder};
 }
 
 QStringList JsonPlace::memberNames() const
@@ -168,12 +189,18 @@ QStringList JsonPlace::memberNames() const
     return m_value.toObject().keys();
 }
 
-void JsonPlace::allowMembers(const QStringList& names) const
+void JsonPlace::readMembers(const Members& members) const
 {
+    QStringList known;
+    for (const auto& [name, reader] : members)
+        known += QLatin1String(name);
     for (const QString& name : memberNames())
-        if (!names.contains(name))
+        if (!known.contains(name))
             refuse(QStringLiteral("unknown '%1'; known are: %2")
-                       .arg(name, names.join(QStringLiteral(", "))));
+                       .arg(name, known.join(QStringLiteral(", "))));
+    for (const auto& [name, reader] : members)
+        if (reader && has(name))
+            reader(member(name));
 }
 
 void JsonPlace::refuse(const QString& complaint) const

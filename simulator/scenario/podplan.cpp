@@ -37,7 +37,6 @@ PodSettings settingsFor(const PodPlan& plan, int home_slot, quint64 bench_seed, 
     settings.bytes_per_second = plan.bytes_per_second;
     settings.polls_until_charged = plan.polls_until_charged;
     settings.fault = plan.fault;
-    settings.restart_time = plan.restart_time;
     settings.unplug_at_byte = plan.unplug_at_byte;
     // A pod that leaves by itself and was not told where does so in the middle.
     if (plan.fault == PodFault::UnpluggedAtByte && plan.unplug_at_byte == 0)

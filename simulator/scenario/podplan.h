@@ -6,14 +6,13 @@
 
 #include <QByteArray>
 
-#include <chrono>
 #include <optional>
 
-/// What is to be plugged into one place. Values left open follow from the place and the bench's
-/// seed, so that a run can be repeated exactly.
+/// What is to be plugged into one slot. Values left open follow from the slot and the bench's seed,
+/// so that a run can be repeated exactly.
 struct PodPlan
 {
-    /// Which of the bench's pods it is, by the place where it is at home; none: this place's. A pod
+    /// Which of the bench's pods it is, by the slot where it is at home; none: this slot's. A pod
     /// that moves takes its recording along.
     std::optional<int> pod;
     SizeRange size{8 * 1024 * 1024, 8 * 1024 * 1024};
@@ -23,20 +22,17 @@ struct PodPlan
     quint32 unplug_at_byte = 0;
     std::optional<QByteArray> udid; ///< 8 bytes
     bool in_bootloader = false;     ///< when it is plugged in
-    /// So much of the new firmware is in it from a transfer that broke off; it is in its
-    /// bootloader.
+    /// So much of the new firmware has arrived in its bootloader, from a transfer that broke off.
     std::optional<quint32> resume_at_byte;
-    std::chrono::milliseconds restart_time{300};
 
     bool beginsInBootloader() const { return in_bootloader || resume_at_byte; }
 };
 
-/// generation counts the recordings that the pod has brought: the pod stays the same, a
-/// new generation is a new recording in it.
+/// generation counts the recordings that the pod has brought: the pod stays the same.
 PodSettings settingsFor(const PodPlan& plan, int home_slot, quint64 bench_seed, int generation);
 
-/// Gives the pod what the plan says of its bootloader. Throws BadInput when there is no so much of
-/// the firmware, which may be none.
+/// Gives the pod what the plan says of its bootloader. Throws BadInput when the plan has more of
+/// the firmware than there is; there may be none.
 void prepareBootloader(PodSettings& settings, const PodPlan& plan,
                        const std::optional<Firmware>& firmware);
 

@@ -1,7 +1,8 @@
 #include "scenario/scenario.h"
 
+#include "common/panelcode.h"
+
 namespace {
-constexpr int kCopied = 0;
 
 /// The places plugged; all done, a screenshot (unless the name is empty), then the end.
 Scenario simpleScenario(const QString& name, const PodPlan& plan, SlotSet slot_set,
@@ -13,8 +14,8 @@ Scenario simpleScenario(const QString& name, const PodPlan& plan, SlotSet slot_s
     scenario.plugged = slot_set;
     if (!screenshot.isEmpty())
         scenario.steps.push_back(
-            {all_done, {}, {}, false, verb::Screenshot{screenshot}, QStringLiteral("picture")});
-    scenario.steps.push_back({all_done, {}, {}, false, verb::Quit{}, QStringLiteral("end")});
+            {all_done, verb::Screenshot{screenshot}, QStringLiteral("picture")});
+    scenario.steps.push_back({all_done, verb::Quit{}, QStringLiteral("end")});
     return scenario;
 }
 
@@ -23,8 +24,8 @@ Scenario simpleScenario(const QString& name, const PodPlan& plan, SlotSet slot_s
 Scenario plainScenario(const PodPlan& plan, SlotSet slot_set, bool stick, const QString& screenshot)
 {
     Scenario scenario = simpleScenario(QStringLiteral("plain"), plan, slot_set,
-                                       {{Condition::Kind::GaugeFull, slot_set, QString(), 0},
-                                        {Condition::Kind::Panel, SlotSet(), QString(), kCopied}},
+                                       {{Condition::Kind::GaugeFull, slot_set, {}, 0},
+                                        {Condition::Kind::Panel, {}, {}, kPanelCopied}},
                                        screenshot);
     scenario.stick.inserted = stick;
     scenario.expect.archived = slot_set;
@@ -36,9 +37,9 @@ Scenario plainUpdate(const PodPlan& plan, SlotSet slot_set, const FirmwarePlan& 
                      const QString& screenshot)
 {
     Scenario scenario = simpleScenario(QStringLiteral("update"), plan, slot_set,
-                                       {{Condition::Kind::Updated, slot_set, QString(), 0},
-                                        {Condition::Kind::Charged, slot_set, QString(), 0},
-                                        {Condition::Kind::GaugeFull, slot_set, QString(), 0}},
+                                       {{Condition::Kind::Updated, slot_set, {}, 0},
+                                        {Condition::Kind::Charged, slot_set, {}, 0},
+                                        {Condition::Kind::GaugeFull, slot_set, {}, 0}},
                                        screenshot);
     scenario.firmware = firmware;
     scenario.expect.updated = slot_set;

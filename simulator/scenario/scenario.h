@@ -20,7 +20,7 @@ namespace verb {
 struct Plug
 {
     SlotSet slot_set;
-    std::optional<PodPlan> plan; ///< none: as that place was planned before
+    std::optional<PodPlan> plan; ///< none: as that slot was planned before
 };
 struct Unplug
 {
@@ -81,7 +81,7 @@ using Verb =
                  verb::Touch, verb::Screenshot, verb::Quit, verb::StopStation, verb::KillStation,
                  verb::RestartStation, verb::MeasureStation, verb::Status, verb::Help>;
 
-/// What a step waits for: how things stand with a place's present or last pod, with all lines
+/// What a step waits for: how things stand with a slot's present or last pod, with all lines
 /// logged so far, with the picture last seen.
 struct Condition
 {
@@ -117,19 +117,19 @@ struct Condition
 struct Step
 {
     std::vector<Condition> conditions; ///< all must hold
-    std::chrono::milliseconds wait{0}; ///< and so much time have passed since the step before
-    /// So long after the step before it is done whatever holds.
-    std::optional<std::chrono::milliseconds> patience;
-    bool if_possible = false; ///< what cannot be done is left out, and no problem
     Verb action;
-    QString place; ///< where it stands in its file
+    QString place;                     ///< where it stands in its file
+    std::chrono::milliseconds wait{0}; ///< at least, since the step before
+    /// So long after the step before it is done whatever holds.
+    std::optional<std::chrono::milliseconds> patience = std::nullopt;
+    bool if_possible = false; ///< what cannot be done is left out, and no problem
 };
 
 struct Expectations
 {
     SlotSet archived; ///< whose last recording must be in the archive, whole
     SlotSet erased;
-    SlotSet delivered;         ///< each recording ever erased from these places is whole on a stick
+    SlotSet delivered;         ///< each recording ever erased from these is whole on a stick
     SlotSet kept;              ///< plugged or not, their recording must still be in them
     SlotSet updated;           ///< run the scenario's firmware and refused nothing on the way
     QStringList infos_contain; ///< texts in the archive's information file
@@ -149,8 +149,8 @@ struct Expectations
     QStringList never_run;        ///< tools, as far as they note their runs
     SlotSet punctual;             ///< no recording waited there for longer than...
     std::chrono::seconds punctual_limit{0}; ///< ...this from plugging, or start, to erasing
-    bool settled =
-        false; ///< no measurement found more than the last one, which is the idle station
+    /// No measurement found more than the last one, which is of the idle station.
+    bool settled = false;
     int exit_code = 0;
     bool on_stick = true; ///< the archive looked at is the stick's, else the station's last one
 };
@@ -169,11 +169,11 @@ struct Scenario
     std::chrono::seconds time_limit{300};
 };
 
-/// The plain road: the given places plugged from the start, everything archived, copied, erased and
+/// The plain road: the given slots plugged from the start, everything archived, copied, erased and
 /// charged; then, if run unattended, a screenshot (unless the name is empty) and the end.
 Scenario plainScenario(const PodPlan& plan, SlotSet slot_set, bool stick,
                        const QString& screenshot);
 
-/// The plain update: the given places plugged from the start, every pod updated and then charged.
+/// The plain update: the given slots plugged from the start, every pod updated and then charged.
 Scenario plainUpdate(const PodPlan& plan, SlotSet slot_set, const FirmwarePlan& firmware,
                      const QString& screenshot);

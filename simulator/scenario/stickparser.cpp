@@ -8,31 +8,25 @@ constexpr int kMostArchives = 100;
 constexpr quint64 kMost32 = std::numeric_limits<quint32>::max();
 constexpr quint64 kMostBytes = std::numeric_limits<qint64>::max(); // of any file
 
-QString key(const char* name)
-{
-    return QLatin1String(name);
-}
-
 using Kind = StickItem::Kind;
+
+JsonPlace::Reader become(StickItem& item, Kind kind)
+{
+    return [&item, kind](const JsonPlace& place) {
+        place.needTrue();
+        item.kind = kind;
+    };
+}
 
 void readItemObject(const JsonPlace& place, StickItem& item)
 {
-    place.allowMembers({key("size"), key("folder"), key("link"), key("unreadable")});
     if (place.memberNames().size() != 1)
         place.refuse(QStringLiteral("one of size, folder, link, unreadable is needed here"));
-    if (place.has(key("size"))) {
-        item.kind = Kind::Sparse;
-        item.size_bytes = place.member(key("size")).bytes(kMostBytes);
-    } else if (place.has(key("link"))) {
-        item.kind = Kind::Link;
-        item.text = place.member(key("link")).text();
-    } else {
-        const bool folder = place.has(key("folder"));
-        item.kind = folder ? Kind::Folder : Kind::Unreadable;
-        const JsonPlace value = place.member(folder ? key("folder") : key("unreadable"));
-        if (!value.flag())
-            value.refuse(QStringLiteral("only true makes sense here"));
-    }
+    item.kind = place.has("link") ? Kind::Link : Kind::Sparse;
+    place.readMembers({{"size", bytesInto(item.size_bytes, kMostBytes)},
+                       {"link", into(item.text)},
+                       {"folder", become(item, Kind::Folder)},
+                       {"unreadable", become(item, Kind::Unreadable)}});
 }
 
 StickItem itemOf(const JsonPlace& content, const QString& name)
@@ -51,26 +45,13 @@ StickItem itemOf(const JsonPlace& content, const QString& name)
 }
 
 /// Not 0, which stands for never.
-quint64 byteOf(const JsonPlace& place)
+JsonPlace::Reader byteInto(quint64& byte)
 {
-    const quint64 byte = place.bytes(kMostBytes);
-    if (byte == 0)
-        place.refuse(QStringLiteral("a byte from 1 on is needed here"));
-    return byte;
-}
-
-void readSettings(const JsonPlace& place, StickSettings& settings)
-{
-    if (place.has(key("size")))
-        settings.size_bytes = place.member(key("size")).bytes(kMostBytes);
-    if (place.has(key("speed")))
-        settings.bytes_per_second = static_cast<quint32>(place.member(key("speed")).bytes(kMost32));
-    if (place.has(key("pull at byte")))
-        settings.pull_at_byte = byteOf(place.member(key("pull at byte")));
-    if (place.has(key("loses from byte")))
-        settings.loses_from_byte = byteOf(place.member(key("loses from byte")));
-    if (place.has(key("flips at byte")))
-        settings.flips_at_byte = byteOf(place.member(key("flips at byte")));
+    return [&byte](const JsonPlace& place) {
+        byte = place.bytes(kMostBytes);
+        if (byte == 0)
+            place.refuse(QStringLiteral("a byte from 1 on is needed here"));
+    };
 }
 
 bool insertedOf(const JsonPlace& place)
@@ -90,21 +71,21 @@ StickPlan stickPlanOf(const JsonPlace& place)
         plan.inserted = insertedOf(place);
         return plan;
     }
-    place.allowMembers({key("inserted"), key("folder"), key("content"), key("size"), key("speed"),
-                        key("pull at byte"), key("may stay"), key("loses from byte"),
-                        key("flips at byte")});
-    if (place.has(key("inserted")))
-        plan.inserted = place.member(key("inserted")).flag();
-    if (place.has(key("folder")))
-        plan.folder = place.member(key("folder")).text();
-    if (place.has(key("content"))) {
-        const JsonPlace content = place.member(key("content"));
+    const auto readContent = [&plan](const JsonPlace& content) {
         for (const QString& name : content.memberNames())
             plan.items.push_back(itemOf(content, name));
-    }
-    if (place.has(key("may stay")))
-        plan.may_stay = place.member(key("may stay")).flag();
-    readSettings(place, plan.settings);
+    };
+    StickSettings& settings = plan.settings;
+    place.readMembers(
+        {{"inserted", into(plan.inserted)},
+         {"folder", [&plan](const JsonPlace& folder) { plan.folder = folder.path(); }},
+         {"content", readContent},
+         {"size", bytesInto(settings.size_bytes, kMostBytes)},
+         {"speed", bytesInto(settings.bytes_per_second, kMost32)},
+         {"pull at byte", byteInto(settings.pull_at_byte)},
+         {"may stay", into(plan.may_stay)},
+         {"loses from byte", byteInto(settings.loses_from_byte)},
+         {"flips at byte", byteInto(settings.flips_at_byte)}});
     return plan;
 }
 
@@ -120,10 +101,8 @@ verb::Stick stickVerbOf(const JsonPlace& place)
 
 EarlierPlan earlierPlanOf(const JsonPlace& place)
 {
-    place.allowMembers({key("count"), key("size")});
     EarlierPlan plan;
-    plan.count = place.member(key("count")).number(0, kMostArchives);
-    if (place.has(key("size")))
-        plan.size_bytes = static_cast<quint32>(place.member(key("size")).bytes(kMost32));
+    place.readMembers({{"count", {}}, {"size", bytesInto(plan.size_bytes, kMost32)}});
+    plan.count = place.member("count").number(0, kMostArchives);
     return plan;
 }

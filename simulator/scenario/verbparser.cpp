@@ -1,128 +1,194 @@
 #include "scenario/verbparser.h"
 
-#include "common/badinput.h"
+#include "scenario/podparser.h"
+#include "scenario/stickparser.h"
 
+#include <QJsonArray>
 #include <QMap>
-#include <QRect>
 
-#include <functional>
+#include <algorithm>
+#include <limits>
+#include <optional>
 
 namespace {
 
+constexpr quint64 kMostHole = std::numeric_limits<quint32>::max();
+
 using Words = QStringList;
+using P = const JsonPlace&;
+using U = const PodPlan&; // the usual one
 
-void needWords(const Words& words, int least, int most)
+Verb plugOf(P place, U usual)
 {
-    if (words.size() - 1 < least || words.size() - 1 > most)
-        throw BadInput(
-            QStringLiteral("that is not how '%1' is written; see help").arg(words.front()));
-}
-
-/// plug PLACES [SIZE] [FAULT...]: the fault's name is what follows the size, or the places.
-Verb plugOf(const Words& words, const PodPlan& usual)
-{
-    needWords(words, 1, 9);
-    if (words.size() == 2)
-        return verb::Plug{slotSetFromText(words.at(1)), std::nullopt};
+    if (!place.isObject())
+        return verb::Plug{place.slotSet(), std::nullopt};
+    const SlotSet slot_set = place.member("slots").slotSet();
     PodPlan plan = usual;
+    readPod(place, plan, {{"slots", {}}});
+    return verb::Plug{slot_set, plan};
+}
+
+Verb setFaultOf(P place, U /*usual*/)
+{
+    place.readMembers({{"slots", {}}, {"fault", {}}});
+    return verb::SetFault{place.member("slots").slotSet(),
+                          place.member("fault").parsed(faultFromText)};
+}
+
+Verb touchOf(P place, U /*usual*/)
+{
+    const auto numbers = place.elements();
+    if (numbers.size() != 2)
+        place.refuse(QStringLiteral("a touch is [x, y]"));
+    return verb::Touch{QPoint(numbers[0].number(0, 479), numbers[1].number(0, 271))};
+}
+
+Verb stationVerbOf(P place, U /*usual*/)
+{
+    static const QMap<QString, Verb> verbs{{QStringLiteral("quit"), verb::Quit{}},
+                                           {QStringLiteral("stop"), verb::StopStation{}},
+                                           {QStringLiteral("kill"), verb::KillStation{}},
+                                           {QStringLiteral("restart"), verb::RestartStation{}},
+                                           {QStringLiteral("measure"), verb::MeasureStation{}}};
+    const QString name = place.text();
+    if (!verbs.contains(name))
+        place.refuse(QStringLiteral("unknown '%1'; a station can: %2")
+                         .arg(name, verbs.keys().join(QStringLiteral(", "))));
+    return verbs.value(name);
+}
+
+// What is typed, as a scenario's file would have it. The words begin with the verb.
+
+QJsonValue oneWord(const Words& words)
+{
+    return words.at(1);
+}
+
+QJsonValue verbItself(const Words& words)
+{
+    return words.at(0);
+}
+
+QJsonValue faultWords(const Words& words)
+{
+    return QJsonObject{{QStringLiteral("slots"), words.at(1)},
+                       {QStringLiteral("fault"), words.mid(2).join(QLatin1Char(' '))}};
+}
+
+/// SLOTS [SIZE] [FAULT...]: the fault's name is what follows the size, or the slots.
+QJsonValue plugWords(const Words& words)
+{
+    if (words.size() == 2)
+        return words.at(1);
     const bool sized = words.at(2).front().isDigit();
+    QJsonObject pod{{QStringLiteral("slots"), words.at(1)}};
     if (sized)
-        plan.size = sizeRangeFromText(words.at(2));
-    const QString fault = words.mid(sized ? 3 : 2).join(QLatin1Char(' '));
-    if (!fault.isEmpty())
-        plan.fault = faultFromText(fault);
-    return verb::Plug{slotSetFromText(words.at(1)), plan};
+        pod.insert(QStringLiteral("size"), words.at(2));
+    if (const Words fault = words.mid(sized ? 3 : 2); !fault.isEmpty())
+        pod.insert(QStringLiteral("fault"), fault.join(QLatin1Char(' ')));
+    return pod;
 }
 
-Verb unplugOf(const Words& words, const PodPlan& /*usual*/)
+QJsonValue numberWords(const Words& words)
 {
-    needWords(words, 1, 1);
-    return verb::Unplug{slotSetFromText(words.at(1))};
+    QJsonArray numbers;
+    for (const QString& word : words.mid(1)) {
+        bool ok = false;
+        const int number = word.toInt(&ok);
+        numbers += ok ? QJsonValue(number) : QJsonValue(word);
+    }
+    return numbers;
 }
 
-Verb faultVerbOf(const Words& words, const PodPlan& /*usual*/)
+/// How a verb is typed: its words, without itself, and the value that they stand for.
+struct Typing
 {
-    needWords(words, 2, 9);
-    const PodFault fault = words.at(2) == QLatin1String("none")
-                               ? PodFault::None
-                               : faultFromText(words.mid(2).join(QLatin1Char(' ')));
-    return verb::SetFault{slotSetFromText(words.at(1)), fault};
-}
+    const char* usage = nullptr;
+    const char* help = nullptr;
+    int least_words = 0;
+    int most_words = 0;
+    QJsonValue (*value)(const Words& words) = nullptr;
+};
 
-Verb stickOf(const Words& words, const PodPlan& /*usual*/)
+struct Row
 {
-    needWords(words, 1, 1);
-    if (words.at(1) != QLatin1String("in") && words.at(1) != QLatin1String("out"))
-        throw BadInput(QStringLiteral("write stick in or stick out"));
-    return verb::Stick{words.at(1) == QLatin1String("in"), std::nullopt};
-}
+    const char* name;
+    bool in_scenarios;
+    Verb (*read)(P place, U usual);
+    std::optional<Typing> typing;
+};
 
-Verb touchOf(const Words& words, const PodPlan& /*usual*/)
+const std::vector<Row>& rows()
 {
-    needWords(words, 2, 2);
-    bool x_ok = false;
-    bool y_ok = false;
-    const QPoint at(words.at(1).toInt(&x_ok), words.at(2).toInt(&y_ok));
-    if (!x_ok || !y_ok || !QRect(0, 0, 480, 272).contains(at))
-        throw BadInput(QStringLiteral("the screen has x 0 to 479 and y 0 to 271"));
-    return verb::Touch{at};
-}
-
-Verb screenshotOf(const Words& words, const PodPlan& /*usual*/)
-{
-    needWords(words, 1, 1);
-    return verb::Screenshot{words.at(1)};
-}
-
-template <typename Plain>
-Verb plainVerb(const Words& words, const PodPlan& /*usual*/)
-{
-    needWords(words, 0, 0);
-    return Plain{};
-}
-
-using Reader = std::function<Verb(const Words&, const PodPlan&)>;
-
-const QMap<QString, Reader>& readers()
-{
-    static const QMap<QString, Reader> by_name{
-        {QStringLiteral("plug"), plugOf},
-        {QStringLiteral("unplug"), unplugOf},
-        {QStringLiteral("fault"), faultVerbOf},
-        {QStringLiteral("stick"), stickOf},
-        {QStringLiteral("touch"), touchOf},
-        {QStringLiteral("screenshot"), screenshotOf},
-        {QStringLiteral("status"), plainVerb<verb::Status>},
-        {QStringLiteral("stop"), plainVerb<verb::StopStation>},
-        {QStringLiteral("kill"), plainVerb<verb::KillStation>},
-        {QStringLiteral("restart"), plainVerb<verb::RestartStation>},
-        {QStringLiteral("quit"), plainVerb<verb::Quit>},
-        {QStringLiteral("help"), plainVerb<verb::Help>},
+    static const std::vector<Row> all{
+        {"plug", true, plugOf,
+         Typing{"plug 3 [SIZE] [FAULT]", "plug a pod into slot 3 (also 0-5,7 or all)", 1, 9,
+                plugWords}},
+        {"unplug", true, [](P place, U) -> Verb { return verb::Unplug{place.slotSet()}; },
+         Typing{"unplug 3", "pull it out", 1, 1, oneWord}},
+        {"fault", true, setFaultOf,
+         Typing{"fault 3 FAULT", "what is wrong with the next pod plugged into slot 3 (or none)", 2,
+                9, faultWords}},
+        {"stick", true, [](P place, U) -> Verb { return stickVerbOf(place); },
+         Typing{"stick in, stick out", "insert or pull the USB stick", 1, 1, oneWord}},
+        {"grow archive",
+         true,
+         [](P place, U) -> Verb { return verb::GrowArchive{place.bytes(kMostHole)}; },
+         {}},
+        {"touch", true, touchOf, Typing{"touch X Y", "touch the screen", 2, 2, numberWords}},
+        {"screenshot", true, [](P place, U) -> Verb { return verb::Screenshot{place.text()}; },
+         Typing{"screenshot FILE", "save what the screen shows", 1, 1, oneWord}},
+        {"station", true, stationVerbOf, {}},
+        {"status", false, [](P, U) -> Verb { return verb::Status{}; },
+         Typing{"status", "every slot, the stick and the panel", 0, 0, verbItself}},
+        {"stop", false, stationVerbOf,
+         Typing{"stop", "ask the station to end, by signal", 0, 0, verbItself}},
+        {"kill", false, stationVerbOf, Typing{"kill", "cut the station's power", 0, 0, verbItself}},
+        {"restart", false, stationVerbOf,
+         Typing{"restart", "start the station again", 0, 0, verbItself}},
+        {"quit", false, stationVerbOf,
+         Typing{"quit", "end the station and the bench", 0, 0, verbItself}},
+        {"help", false, [](P, U) -> Verb { return verb::Help{}; },
+         Typing{"help", "this", 0, 0, verbItself}},
     };
-    return by_name;
+    return all;
 }
 
 } // namespace
 
+JsonPlace::Members verbMembers(std::vector<Verb>& verbs, const PodPlan& usual)
+{
+    JsonPlace::Members members;
+    for (const Row& row : rows())
+        if (row.in_scenarios)
+            members.emplace_back(row.name, [&verbs, &usual, read = row.read](const auto& place) {
+                verbs.push_back(read(place, usual));
+            });
+    return members;
+}
+
 Verb parseVerb(const QString& line, const PodPlan& usual)
 {
     const Words words = line.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    if (words.isEmpty() || !readers().contains(words.front()))
-        throw BadInput(QStringLiteral("unknown '%1'; try help").arg(words.value(0)));
-    return readers().value(words.front())(words, usual);
+    const QString name = words.value(0);
+    const auto row = std::find_if(rows().begin(), rows().end(), [&name](const Row& one) {
+        return one.typing && name == QLatin1String(one.name);
+    });
+    if (row == rows().end())
+        throw BadInput(QStringLiteral("unknown '%1'; try help").arg(name));
+    if (words.size() - 1 < row->typing->least_words || words.size() - 1 > row->typing->most_words)
+        throw BadInput(QStringLiteral("that is not how '%1' is written; see help").arg(name));
+    return row->read({row->typing->value(words), name}, usual);
 }
 
 QString verbHelp()
 {
-    return QStringLiteral(
-        "plug 3 [SIZE] [FAULT]  plug a pod into place 3 (also 0-5,7 or all)\n"
-        "unplug 3               pull it out\n"
-        "fault 3 FAULT          what is wrong with the next pod plugged into place 3 (or none)\n"
-        "stick in, stick out    insert or pull the USB stick\n"
-        "touch X Y              touch the screen\n"
-        "screenshot FILE        save what the screen shows\n"
-        "status                 every place, the stick and the panel\n"
-        "stop                   ask the station to end, by signal\n"
-        "kill, restart          cut the station's power; start it again\n"
-        "quit                   end the station and the bench\n");
+    QString text;
+    for (const Row& row : rows())
+        if (row.typing)
+            text += QStringLiteral("%1%2\n")
+                        .arg(QLatin1String(row.typing->usage), -23)
+                        .arg(QLatin1String(row.typing->help));
+    return text + QStringLiteral("Slots count from 0; the station's screen for operators counts "
+                                 "its places from 1.\n");
 }

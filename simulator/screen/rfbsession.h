@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDataStream>
 #include <QImage>
 #include <QPoint>
 #include <QString>
@@ -30,34 +31,30 @@ public:
     const QImage& picture() const { return m_picture; }
 
 private:
-    enum class Expecting { Version, Security, Screen, ScreenName, Message, Rectangle, Text };
+    using Reader = void (RfbSession::*)(QDataStream& in);
 
     bool step();
-    bool readVersion();
-    bool readSecurity();
-    bool readScreen();
-    bool readMessage();
-    bool readUpdateHeader();
-    bool readRectangle();
-    bool readText();
-    bool resize(QSize size);
-    bool endRectangle();
+    // Each takes what it reads, or nothing as long as that is not whole.
+    void readVersion(QDataStream& in);
+    void readSecurity(QDataStream& in);
+    void readScreen(QDataStream& in);
+    void readMessage(QDataStream& in);
+    void readRectangle(QDataStream& in);
 
+    static void skipText(QDataStream& in);
+    void resize(QSize size);
+    void expectRectangles(int count);
+    void paint(QDataStream& in, const QRect& area);
     void sendPixelFormatAndEncoding();
-    bool fail(const QString& error);
-    bool has(int length_bytes) const { return m_input.size() - m_consumed >= length_bytes; }
-    const char* take(int length_bytes);
-    quint16 peek16(int offset_bytes) const;
-    quint32 peek32(int offset_bytes) const;
+    QDataStream output() { return {&m_output, QIODevice::Append}; }
+    void fail(const QString& error) { m_error = error; }
 
-    Expecting m_expecting = Expecting::Version;
+    Reader m_read_next = &RfbSession::readVersion;
     QByteArray m_input;
-    int m_consumed = 0;
     QByteArray m_output;
     QImage m_picture;
     QString m_error;
     int m_rectangles_left = 0;
-    int m_text_left_bytes = 0;
     bool m_established = false;
     bool m_update_painted = false;
 };

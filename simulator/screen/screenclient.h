@@ -15,10 +15,7 @@ class ScreenClient : public QObject
 
 public:
     explicit ScreenClient(QObject* parent = nullptr);
-    ScreenClient(const ScreenClient&) = delete;
-    ScreenClient& operator=(const ScreenClient&) = delete;
-    ScreenClient(ScreenClient&&) = delete;
-    ScreenClient& operator=(ScreenClient&&) = delete;
+    Q_DISABLE_COPY_MOVE(ScreenClient)
     ~ScreenClient() override;
 
     void start(const QString& socket_path);

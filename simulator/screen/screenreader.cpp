@@ -1,5 +1,7 @@
 #include "screen/screenreader.h"
 
+#include "common/panelcode.h"
+
 #include <QPainter>
 
 #include <cstdlib>
@@ -80,11 +82,8 @@ SlotSet gaugesThatAre(const QImage& screen, QRgb colour)
 ScreenReader::ScreenReader()
 {
     loadPanelPictures();
-    m_panel_pictures = {{0, panelPicture("syncOK")},
-                        {1, panelPicture("plugUSB")},
-                        {2, panelPicture("addpod")},
-                        {-1, panelPicture("sync")},
-                        {-2, panelPicture("cross_mark")}};
+    for (const PanelCode& panel : kPanelCodes)
+        m_panel_pictures.emplace(panel.code, panelPicture(panel.picture));
 }
 
 std::optional<int> ScreenReader::panelCode(const QImage& screen) const

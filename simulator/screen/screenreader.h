@@ -14,8 +14,7 @@ class ScreenReader
 public:
     ScreenReader();
 
-    /// 0 copied, 1 wants the stick, 2 wants pods, -1 working, -2 the copy failed; none while the
-    /// start-up screen covers the panel.
+    /// One of kPanelCodes; none while the start-up screen covers the panel.
     std::optional<int> panelCode(const QImage& screen) const;
     /// Places whose gauge is green from bottom to top, without the charging mark.
     static SlotSet fullGauges(const QImage& screen);

@@ -1,18 +1,11 @@
 #include "site/benchfolder.h"
 
 #include "common/badinput.h"
+#include "common/files.h"
 
 #include <QFile>
 
 namespace {
-
-void writeVersion(const QString& folder, const QByteArray& version)
-{
-    QFile file(folder + QStringLiteral("/version"));
-    if (!QDir().mkpath(folder) || !file.open(QIODevice::WriteOnly) || file.write(version) < 0)
-        throw BadInput(
-            QStringLiteral("cannot write %1: %2").arg(file.fileName(), file.errorString()));
-}
 
 /// As much as an address of a socket holds.
 constexpr int kMostSocketPathBytes = 107;
@@ -31,8 +24,10 @@ BenchFolder::BenchFolder(const QString& kept)
             throw BadInput(
                 QStringLiteral("%1 holds an earlier run; name another folder or remove it")
                     .arg(path()));
-    writeVersion(station(), CORVANE_VERSION);
-    writeVersion(launcher(), "1.0");
+    if (!m_root.mkpath(station()) || !m_root.mkpath(launcher()))
+        throw BadInput(QStringLiteral("cannot make folders in %1").arg(path()));
+    writeFile(station() + QStringLiteral("/version"), CORVANE_VERSION);
+    writeFile(launcher() + QStringLiteral("/version"), "1.0");
 }
 
 QStringList BenchFolder::toolsRun() const

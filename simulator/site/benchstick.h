@@ -18,13 +18,10 @@ public:
 
     /// folder: made, and given the plan's content. The stick is not inserted yet.
     BenchStick(const QString& folder, const StickPlan& plan);
-    BenchStick(const BenchStick&) = delete;
-    BenchStick& operator=(const BenchStick&) = delete;
-    BenchStick(BenchStick&&) = delete;
-    BenchStick& operator=(BenchStick&&) = delete;
+    Q_DISABLE_COPY_MOVE(BenchStick)
     virtual ~BenchStick() = default;
 
-    /// It leaves by itself too, at its plan's byte.
+    /// A stick whose plan has a byte at which it is pulled leaves by itself.
     virtual bool inserted() const = 0;
     /// A stick that is pulled while it is mounted leaves its mount, as on the station, and every
     /// access fails from then on. The plan's byte is one of its first insertion.
@@ -32,8 +29,7 @@ public:
     /// Another stick from now on; the one before must be out, and stays as it is in a folder of its
     /// own. Throws BadInput where there can be only one.
     virtual void replace(const StickPlan& plan);
-    /// What is wrong with the stick that no station can have done: empty when all is well with the
-    /// bench itself.
+    /// What is wrong with the stick and no station's doing; empty when all is well with the bench.
     virtual QStringList complaints() const { return {}; }
 
     /// False for what is not there, or not known to be; links count, wherever they lead.

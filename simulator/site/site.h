@@ -12,10 +12,7 @@ class Site
 {
 public:
     Site() = default;
-    Site(const Site&) = delete;
-    Site& operator=(const Site&) = delete;
-    Site(Site&&) = delete;
-    Site& operator=(Site&&) = delete;
+    Q_DISABLE_COPY_MOVE(Site)
     virtual ~Site() = default;
 
     virtual PodBus& places() = 0;

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QObject>
 
+#include <algorithm>
 #include <optional>
 
 /// The unmodified station program, wherever it runs. Lives on the bench's thread, owned by the
@@ -27,8 +28,8 @@ public:
     virtual bool running() const = 0;
     /// Worker threads of pods that live now; std::nullopt while that is not known.
     virtual std::optional<int> podThreads() const = 0;
-    /// Whether something is mounted there; std::nullopt while that is not known.
-    virtual std::optional<bool> mounted(const QString& folder) const = 0;
+    /// Std::nullopt while that is not known.
+    virtual std::optional<bool> stickMounted() const = 0;
     /// Of a file below its folder; -1 for what is not there, or not known to be.
     virtual qint64 bytesOf(const QString& name) const = 0;
     /// Of its process here; 0 while there is none, and always when its computer is another one.
@@ -46,11 +47,16 @@ signals:
     void ended(int exit_code);
 
 protected:
+    /// Of so many plain QThreads of the program.
+    static int podThreadsOf(int threads) { return std::max(0, threads - kThreadsWithoutPods); }
     void noteStart();
     void noteOutput(const QByteArray& output);
     void noteEnd(int exit_code);
 
 private:
+    // The controller's and discovery's; every other plain QThread serves a pod.
+    static constexpr int kThreadsWithoutPods = 2;
+
     StationLog m_log;
     QFile m_log_file;
     bool m_echo;

@@ -18,7 +18,7 @@ StickSettings InsertionMark::settings() const
     QFile file;
     if (!m_file || !file.open(m_file.get(), QIODevice::ReadOnly))
         return {};
-    return StickSettings::fromText(file.readAll());
+    return StickSettings::fromBytes(file.readAll());
 }
 
 bool InsertionMark::pulled() const

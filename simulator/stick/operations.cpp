@@ -66,49 +66,6 @@ int getattr(const char* path, struct stat* info, fuse_file_info* file)
     return outcome(::fstatat(medium().folder(), below(path), info, AT_SYMLINK_NOFOLLOW));
 }
 
-int readlink(const char* path, char* target, size_t size)
-{
-    return onMedium([&](Medium& stick) {
-        const ssize_t length = ::readlinkat(stick.folder(), below(path), target, size - 1);
-        if (length < 0)
-            return -errno;
-        target[length] = '\0';
-        return 0;
-    });
-}
-
-int mkdir(const char* path, mode_t mode)
-{
-    return onMedium(
-        [&](Medium& stick) { return outcome(::mkdirat(stick.folder(), below(path), mode)); });
-}
-
-int unlink(const char* path)
-{
-    return onMedium([&](Medium& stick) {
-        return stick.removing(below(path),
-                              [&] { return ::unlinkat(stick.folder(), below(path), 0); });
-    });
-}
-
-int rmdir(const char* path)
-{
-    return onMedium([&](Medium& stick) {
-        return outcome(::unlinkat(stick.folder(), below(path), AT_REMOVEDIR));
-    });
-}
-
-int rename(const char* from, const char* to, unsigned int flags)
-{
-    return onMedium([&](Medium& stick) {
-        if (flags != 0)
-            return -EINVAL;
-        return stick.removing(below(to), [&] {
-            return ::renameat(stick.folder(), below(from), stick.folder(), below(to));
-        });
-    });
-}
-
 int openPath(const char* path, int flags, mode_t mode, fuse_file_info* file)
 {
     return onMedium([&](Medium& stick) {
@@ -123,16 +80,6 @@ int openPath(const char* path, int flags, mode_t mode, fuse_file_info* file)
     });
 }
 
-int open(const char* path, fuse_file_info* file)
-{
-    return openPath(path, file->flags, 0, file);
-}
-
-int create(const char* path, mode_t mode, fuse_file_info* file)
-{
-    return openPath(path, file->flags | O_CREAT, mode, file);
-}
-
 int truncate(const char* path, off_t size_bytes, fuse_file_info* file)
 {
     if (file != nullptr)
@@ -144,39 +91,6 @@ int truncate(const char* path, off_t size_bytes, fuse_file_info* file)
     const int truncated = medium().truncate(opened.fh, size_bytes);
     medium().close(opened.fh);
     return truncated;
-}
-
-int read(const char* /*path*/, char* buffer, size_t size_bytes, off_t offset, fuse_file_info* file)
-{
-    return onMedium(
-        [&](Medium& stick) { return stick.read(file->fh, buffer, size_bytes, offset); });
-}
-
-int write(const char* /*path*/, const char* data, size_t size_bytes, off_t offset,
-          fuse_file_info* file)
-{
-    return medium().write(file->fh, data, size_bytes, offset);
-}
-
-int release(const char* /*path*/, fuse_file_info* file)
-{
-    medium().close(file->fh);
-    return 0;
-}
-
-int fsync(const char* /*path*/, int /*data_only*/, fuse_file_info* /*file*/)
-{
-    return medium().sync();
-}
-
-int statfs(const char* /*path*/, struct statvfs* space)
-{
-    return onMedium([&](Medium& stick) { return stick.space(*space); });
-}
-
-int opendir(const char* path, fuse_file_info* file)
-{
-    return openPath(path, O_RDONLY | O_DIRECTORY, 0, file);
 }
 
 int readdir(const char* /*path*/, void* buffer, fuse_fill_dir_t fill, off_t /*offset*/,
@@ -194,43 +108,87 @@ int readdir(const char* /*path*/, void* buffer, fuse_fill_dir_t fill, off_t /*of
     });
 }
 
-int utimens(const char* path, const timespec* times, fuse_file_info* /*file*/)
+/// What concerns a name and no open file.
+void addNames(fuse_operations& calls)
 {
-    return onMedium([&](Medium& stick) {
-        return outcome(::utimensat(stick.folder(), below(path), times, AT_SYMLINK_NOFOLLOW));
-    });
+    calls.getattr = getattr;
+    calls.readlink = [](const char* path, char* target, size_t size) {
+        return onMedium([&](Medium& stick) {
+            const ssize_t length = ::readlinkat(stick.folder(), below(path), target, size - 1);
+            if (length < 0)
+                return -errno;
+            target[length] = '\0';
+            return 0;
+        });
+    };
+    calls.mkdir = [](const char* path, mode_t mode) {
+        return onMedium(
+            [&](Medium& stick) { return outcome(::mkdirat(stick.folder(), below(path), mode)); });
+    };
+    calls.unlink = [](const char* path) {
+        return onMedium([&](Medium& stick) {
+            return stick.removing(below(path),
+                                  [&] { return ::unlinkat(stick.folder(), below(path), 0); });
+        });
+    };
+    calls.rmdir = [](const char* path) {
+        return onMedium([&](Medium& stick) {
+            return outcome(::unlinkat(stick.folder(), below(path), AT_REMOVEDIR));
+        });
+    };
+    calls.rename = [](const char* from, const char* to, unsigned int flags) {
+        return onMedium([&](Medium& stick) {
+            if (flags != 0)
+                return -EINVAL;
+            return stick.removing(below(to), [&] {
+                return ::renameat(stick.folder(), below(from), stick.folder(), below(to));
+            });
+        });
+    };
 }
 
-/// Rights and owners are not a stick's to keep.
-int keepNoRights(const char* /*path*/, mode_t /*mode*/, fuse_file_info* /*file*/)
+void addFiles(fuse_operations& calls)
 {
-    return medium().sync();
+    calls.open = [](const char* path, fuse_file_info* file) {
+        return openPath(path, file->flags, 0, file);
+    };
+    calls.create = [](const char* path, mode_t mode, fuse_file_info* file) {
+        return openPath(path, file->flags | O_CREAT, mode, file);
+    };
+    calls.opendir = [](const char* path, fuse_file_info* file) {
+        return openPath(path, O_RDONLY | O_DIRECTORY, 0, file);
+    };
+    calls.read = [](const char*, char* buffer, size_t size, off_t offset, fuse_file_info* file) {
+        return onMedium([&](Medium& stick) { return stick.read(file->fh, buffer, size, offset); });
+    };
+    calls.write = [](const char*, const char* data, size_t size, off_t offset,
+                     fuse_file_info* file) { return medium().write(file->fh, data, size, offset); };
+    calls.truncate = truncate;
+    calls.readdir = readdir;
+    calls.release = calls.releasedir = [](const char*, fuse_file_info* file) {
+        medium().close(file->fh);
+        return 0;
+    };
+    calls.fsync =
+        calls.fsyncdir = [](const char*, int, fuse_file_info*) { return medium().sync(); };
 }
 
 fuse_operations table()
 {
     fuse_operations calls = {};
     calls.init = init;
-    calls.getattr = getattr;
-    calls.readlink = readlink;
-    calls.mkdir = mkdir;
-    calls.unlink = unlink;
-    calls.rmdir = rmdir;
-    calls.rename = rename;
-    calls.chmod = keepNoRights;
-    calls.truncate = truncate;
-    calls.open = open;
-    calls.create = create;
-    calls.read = read;
-    calls.write = write;
-    calls.release = release;
-    calls.fsync = fsync;
-    calls.fsyncdir = fsync;
-    calls.statfs = statfs;
-    calls.opendir = opendir;
-    calls.readdir = readdir;
-    calls.releasedir = release;
-    calls.utimens = utimens;
+    addNames(calls);
+    addFiles(calls);
+    calls.statfs = [](const char*, struct statvfs* space) {
+        return onMedium([&](Medium& stick) { return stick.space(*space); });
+    };
+    calls.utimens = [](const char* path, const timespec* times, fuse_file_info*) {
+        return onMedium([&](Medium& stick) {
+            return outcome(::utimensat(stick.folder(), below(path), times, AT_SYMLINK_NOFOLLOW));
+        });
+    };
+    // Rights and owners are not a stick's to keep.
+    calls.chmod = [](const char*, mode_t, fuse_file_info*) { return medium().sync(); };
     return calls;
 }
 

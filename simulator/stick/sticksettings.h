@@ -19,6 +19,6 @@ struct StickSettings
     /// What is read back is not what was written.
     bool lies() const { return loses_from_byte != 0 || flips_at_byte != 0; }
 
-    QByteArray toText() const;
-    static StickSettings fromText(const QByteArray& text);
+    QByteArray toBytes() const;
+    static StickSettings fromBytes(const QByteArray& bytes);
 };

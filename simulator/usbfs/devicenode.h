@@ -12,10 +12,7 @@ class DeviceNode
 {
 public:
     explicit DeviceNode(const QString& path);
-    DeviceNode(const DeviceNode&) = delete;
-    DeviceNode& operator=(const DeviceNode&) = delete;
-    DeviceNode(DeviceNode&&) = delete;
-    DeviceNode& operator=(DeviceNode&&) = delete;
+    Q_DISABLE_COPY_MOVE(DeviceNode)
     ~DeviceNode();
 
     void setReady(bool ready);

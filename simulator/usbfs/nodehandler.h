@@ -12,10 +12,7 @@ public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
     NodeHandler() = default;
-    NodeHandler(const NodeHandler&) = delete;
-    NodeHandler& operator=(const NodeHandler&) = delete;
-    NodeHandler(NodeHandler&&) = delete;
-    NodeHandler& operator=(NodeHandler&&) = delete;
+    Q_DISABLE_COPY_MOVE(NodeHandler)
     virtual ~NodeHandler() = default;
 
     /// Completes the call before it returns.

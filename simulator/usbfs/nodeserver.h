@@ -19,10 +19,7 @@ class NodeServer
 {
 public:
     explicit NodeServer(const QString& testbed_dir);
-    NodeServer(const NodeServer&) = delete;
-    NodeServer& operator=(const NodeServer&) = delete;
-    NodeServer(NodeServer&&) = delete;
-    NodeServer& operator=(NodeServer&&) = delete;
+    Q_DISABLE_COPY_MOVE(NodeServer)
     ~NodeServer();
 
     /// `node` as in "/dev/i2c-3". Replaces the handler before it for programs that open it later.

@@ -28,8 +28,7 @@ public:
     /// Gives the host its data and status, and at `reaped` the address of this request.
     void handOver(unsigned long reaped) const;
 
-    bool moving = false; ///< its bytes are on the wire until `due`
-    Pacer::TimePoint due;
+    Passage passage;
 
 private:
     /// How the kernel's usbdevfs_urb begins; what follows is the host's alone.

@@ -3,7 +3,6 @@
 #include "usbfs/usbdevice.h"
 
 namespace {
-constexpr int kHubs = 5;
 constexpr int kHighestDeviceNumber = 127;
 } // namespace
 
@@ -13,7 +12,7 @@ UsbBus::UsbBus()
     , m_device_number_used(kHighestDeviceNumber + 1)
 {
     addDevice({{}, nextDeviceNumber()}, UsbDescription::rootHub(), nullptr);
-    for (int hub = 1; hub <= kHubs; ++hub)
+    for (int hub = 1; hub <= UsbAddress::kHubs; ++hub)
         addDevice({UsbAddress::portsOfHub(hub), nextDeviceNumber()}, UsbDescription::sevenPortHub(),
                   nullptr);
 }

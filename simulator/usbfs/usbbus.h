@@ -22,10 +22,7 @@ class UsbBus : public PodBus
 
 public:
     UsbBus();
-    UsbBus(const UsbBus&) = delete;
-    UsbBus& operator=(const UsbBus&) = delete;
-    UsbBus(UsbBus&&) = delete;
-    UsbBus& operator=(UsbBus&&) = delete;
+    Q_DISABLE_COPY_MOVE(UsbBus)
     ~UsbBus() override;
 
     QString testbedDir() const { return m_testbed.dir(); }

@@ -241,18 +241,12 @@ void UsbDevice::advance(Pacer::TimePoint now)
     m_node.setReady(!m_finished.empty());
 }
 
-bool UsbDevice::beginOut(Urb& urb, Pacer::TimePoint now)
-{
-    if (!urb.moving) {
-        urb.due = m_pacer.book(urb.lengthBytes(), now);
-        urb.moving = true;
-    }
-    return urb.due <= now;
-}
-
 void UsbDevice::advanceOut(Pacer::TimePoint now)
 {
-    while (!m_out.empty() && beginOut(m_out.front(), now)) {
+    const auto passed = [&](Urb& urb) {
+        return urb.lengthBytes() == 0 || m_pacer.passed(urb.passage, urb.lengthBytes(), now);
+    };
+    while (!m_out.empty() && passed(m_out.front())) {
         Urb& urb = m_out.front();
         m_pod->receive(QByteArray::fromRawData(urb.buffer(), urb.lengthBytes()));
         if (m_pod->nextTransferBytes(1) > 0)
@@ -261,23 +255,12 @@ void UsbDevice::advanceOut(Pacer::TimePoint now)
     }
 }
 
-bool UsbDevice::beginIn(Urb& urb, Pacer::TimePoint now)
-{
-    const int length_bytes = m_pod->nextTransferBytes(urb.lengthBytes());
-    if (length_bytes == 0) {
-        urb.moving = false;
-        return false;
-    }
-    if (!urb.moving) {
-        urb.due = m_pacer.book(length_bytes, now);
-        urb.moving = true;
-    }
-    return urb.due <= now;
-}
-
 void UsbDevice::advanceIn(Pacer::TimePoint now)
 {
-    while (!m_in.empty() && beginIn(m_in.front(), now)) {
+    const auto passed = [&](Urb& urb) {
+        return m_pacer.passed(urb.passage, m_pod->nextTransferBytes(urb.lengthBytes()), now);
+    };
+    while (!m_in.empty() && passed(m_in.front())) {
         Urb& urb = m_in.front();
         const int length_bytes = m_pod->send(urb.buffer(), urb.lengthBytes());
         if (m_pod->leftInTransfer())
@@ -296,8 +279,8 @@ std::optional<Pacer::TimePoint> UsbDevice::nextDue() const
 {
     std::optional<Pacer::TimePoint> next;
     for (const Urbs* queue : {&m_out, &m_in}) {
-        if (!queue->empty() && queue->front().moving)
-            next = next ? std::min(*next, queue->front().due) : queue->front().due;
+        if (!queue->empty() && queue->front().passage.due)
+            next = std::min(*queue->front().passage.due, next.value_or(Pacer::TimePoint::max()));
     }
     return next;
 }

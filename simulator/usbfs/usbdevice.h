@@ -30,7 +30,6 @@ public:
     /// It leaves the bus: every open request ends, every later one fails, and the pod is free to
     /// come back as another device.
     void disconnect();
-    bool isConnected() const { return m_connected; }
     const UsbDescription& description() const { return m_description; }
     /// How often a host came to reap and found nothing.
     int emptyReaps() const { return m_empty_reaps; }
@@ -61,8 +60,6 @@ private:
 
     using Urbs = std::list<Urb>;
     Interface* interfaceAt(quint32 number);
-    bool beginOut(Urb& urb, TimePoint now);
-    bool beginIn(Urb& urb, TimePoint now);
     void advanceOut(TimePoint now);
     void advanceIn(TimePoint now);
     void finish(Urbs& from, int status, int actual_length_bytes);

@@ -26,7 +26,7 @@ quint16 word(const QByteArray& setup, int at)
     return qFromLittleEndian<quint16>(setup.constData() + at);
 }
 
-UsbDescription adapter()
+UsbDescription description()
 {
     return {QByteArray::fromHex("12 01 1001 00 00 00 08 0304 31C6 0001 01 02 03 01"),
             QByteArray::fromHex("09 02 1200 01 01 00 80 32  09 04 00 00 00 00 00 00 00"),
@@ -37,9 +37,13 @@ UsbDescription adapter()
 
 } // namespace
 
-I2cAdapter::I2cAdapter()
-    : m_description(adapter())
+UsbFunction I2cAdapter::function()
 {
+    const auto control = [adapter = I2cAdapter()](const QByteArray& setup,
+                                                  const QByteArray& data) mutable {
+        return adapter.control(setup, data);
+    };
+    return {description(), control, nullptr};
 }
 
 std::optional<QByteArray> I2cAdapter::control(const QByteArray& setup, const QByteArray& data)
@@ -47,7 +51,7 @@ std::optional<QByteArray> I2cAdapter::control(const QByteArray& setup, const QBy
     const int type = quint8(setup.at(0));
     return type == kToInterface || type == kFromInterface
                ? command(setup, data)
-               : answerControlRequest(m_description, setup);
+               : answerControlRequest(description(), setup);
 }
 
 std::optional<QByteArray> I2cAdapter::command(const QByteArray& setup, const QByteArray& data)

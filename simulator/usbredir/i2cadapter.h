@@ -4,7 +4,7 @@
 #include "usbredir/usbfunction.h"
 
 /// A USB adapter for an I²C bus, of the kind that the kernel's driver i2c-tiny-usb knows, with the
-/// serial-number memory as the only chip on its bus. Lives on the port's thread, owned by the port.
+/// serial-number memory as the only chip on its bus. Not thread-safe; owned by its function.
 ///
 /// | request | wValue | wIndex       | what                                                   |
 /// |---------|--------|--------------|--------------------------------------------------------|
@@ -12,19 +12,18 @@
 /// | 2       | µs     |              | half of the clock's period                             |
 /// | 3       |        |              | reads how the last message went: 1 acknowledged, 2 not |
 /// | 4 to 7  | flags  | chip address | a message; bit 0 begins and bit 1 ends a transaction   |
-class I2cAdapter : public UsbFunction
+class I2cAdapter
 {
 public:
-    I2cAdapter();
+    /// What a port can hold; it has an adapter of its own.
+    static UsbFunction function();
 
-    const UsbDescription& description() const override { return m_description; }
-    std::optional<QByteArray> control(const QByteArray& setup, const QByteArray& data) override;
+    std::optional<QByteArray> control(const QByteArray& setup, const QByteArray& data);
 
 private:
     std::optional<QByteArray> command(const QByteArray& setup, const QByteArray& data);
     QByteArray message(const QByteArray& setup, const QByteArray& data);
 
-    UsbDescription m_description;
     MemoryChip m_chip;
     char m_status = 0;
 };

@@ -6,6 +6,9 @@
 #include <array>
 #include <memory>
 
+/// A pod as a redirected device.
+UsbFunction podFunction(const std::shared_ptr<PodModel>& pod);
+
 /// The places of a machine's station, each a redirected port. Throws BadInput when the sockets
 /// cannot be made, and for a pod that the kernel would have to treat as its fault says.
 class PodPorts : public PodBus
@@ -16,7 +19,8 @@ public:
     /// The sockets are made in this folder.
     explicit PodPorts(const QString& folder);
 
-    QString socketPath(int slot) const { return m_ports.at(std::size_t(slot))->socketPath(); }
+    /// In that folder.
+    static QString socketName(int slot) { return QStringLiteral("pod%1").arg(slot); }
 
 protected:
     void enter(int slot, const std::shared_ptr<PodModel>& pod) override;

@@ -61,106 +61,70 @@ uint8_t* bytesOf(QByteArray& data)
 struct RedirConnection::Callbacks
 {
     static RedirConnection& of(void* self) { return *static_cast<RedirConnection*>(self); }
-    static usbredirparser* parser(void* self) { return of(self).m_parser.get(); }
 
     static QByteArray take(void* self, uint8_t* data, int length_bytes)
     {
         QByteArray bytes(reinterpret_cast<const char*>(data), length_bytes);
-        usbredirparser_free_packet_data(parser(self), data);
+        usbredirparser_free_packet_data(of(self).m_parser.get(), data);
         return bytes;
     }
 
-    static void log(void* /*self*/, int level, const char* message)
-    {
-        if (level <= usbredirparser_warning)
-            qWarning("USB redirection: %s", message);
-    }
-
-    /// 0: nothing more for now.
-    static int read(void* self, uint8_t* out, int length_bytes)
-    {
-        return int(of(self).m_socket->read(reinterpret_cast<char*>(out), length_bytes));
-    }
-
-    static int write(void* self, uint8_t* data, int length_bytes)
-    {
-        return int(of(self).m_socket->write(reinterpret_cast<const char*>(data), length_bytes));
-    }
-
-    static void hello(void* self, usb_redir_hello_header* /*header*/)
-    {
-        of(self).m_greeted = true;
-        of(self).announce();
-    }
-
-    static void reset(void* self) { of(self).reset(); }
-
-    static void setConfiguration(void* self, uint64_t id,
-                                 usb_redir_set_configuration_header* header)
-    {
-        of(self).setConfiguration(id, header->configuration);
-    }
-
-    static void getConfiguration(void* self, uint64_t id)
-    {
-        of(self).tellConfiguration(id, usb_redir_success);
-    }
-
-    static void setAltSetting(void* self, uint64_t id, usb_redir_set_alt_setting_header* header)
-    {
-        of(self).tellAltSetting(id, header->interface, header->alt);
-    }
-
-    static void getAltSetting(void* self, uint64_t id, usb_redir_get_alt_setting_header* header)
-    {
-        of(self).tellAltSetting(id, header->interface, kOnlyAlternative);
-    }
-
     /// No function here has anything to say on its interrupt endpoint.
-    static void startInterrupts(void* self, uint64_t id,
-                                usb_redir_start_interrupt_receiving_header* header)
+    static void answerInterrupts(void* self, uint64_t id, uint8_t endpoint)
     {
-        usb_redir_interrupt_receiving_status_header status{usb_redir_success, header->endpoint};
-        usbredirparser_send_interrupt_receiving_status(parser(self), id, &status);
+        usb_redir_interrupt_receiving_status_header status{usb_redir_success, endpoint};
+        usbredirparser_send_interrupt_receiving_status(of(self).m_parser.get(), id, &status);
     }
 
-    static void stopInterrupts(void* self, uint64_t id,
-                               usb_redir_stop_interrupt_receiving_header* header)
+    static void installLine(usbredirparser& parser)
     {
-        usb_redir_interrupt_receiving_status_header status{usb_redir_success, header->endpoint};
-        usbredirparser_send_interrupt_receiving_status(parser(self), id, &status);
+        parser.log_func = [](void*, int level, const char* message) {
+            if (level <= usbredirparser_warning)
+                qWarning("USB redirection: %s", message);
+        };
+        // 0: nothing more for now.
+        parser.read_func = [](void* self, uint8_t* out, int length_bytes) {
+            return int(of(self).m_socket->read(reinterpret_cast<char*>(out), length_bytes));
+        };
+        parser.write_func = [](void* self, uint8_t* data, int length_bytes) {
+            return int(of(self).m_socket->write(reinterpret_cast<const char*>(data), length_bytes));
+        };
+        parser.hello_func = [](void* self, usb_redir_hello_header*) {
+            of(self).m_greeted = true;
+            of(self).announce();
+        };
     }
 
-    static void cancel(void* self, uint64_t id) { of(self).cancel(id); }
-
-    static void control(void* self, uint64_t id, usb_redir_control_packet_header* header,
-                        uint8_t* data, int length_bytes)
+    static void installRequests(usbredirparser& parser)
     {
-        of(self).control(id, *header, take(self, data, length_bytes));
-    }
-
-    static void bulk(void* self, uint64_t id, usb_redir_bulk_packet_header* header, uint8_t* data,
-                     int length_bytes)
-    {
-        of(self).bulk(id, *header, take(self, data, length_bytes));
-    }
-
-    static void install(usbredirparser& parser)
-    {
-        parser.log_func = log;
-        parser.read_func = read;
-        parser.write_func = write;
-        parser.hello_func = hello;
-        parser.reset_func = reset;
-        parser.set_configuration_func = setConfiguration;
-        parser.get_configuration_func = getConfiguration;
-        parser.set_alt_setting_func = setAltSetting;
-        parser.get_alt_setting_func = getAltSetting;
-        parser.start_interrupt_receiving_func = startInterrupts;
-        parser.stop_interrupt_receiving_func = stopInterrupts;
-        parser.cancel_data_packet_func = cancel;
-        parser.control_packet_func = control;
-        parser.bulk_packet_func = bulk;
+        parser.reset_func = [](void* self) { of(self).reset(); };
+        parser.set_configuration_func = [](void* self, uint64_t id, auto* header) {
+            of(self).setConfiguration(id, header->configuration);
+        };
+        parser.get_configuration_func = [](void* self, uint64_t id) {
+            of(self).tellConfiguration(id, usb_redir_success);
+        };
+        parser.set_alt_setting_func = [](void* self, uint64_t id, auto* header) {
+            of(self).tellAltSetting(id, header->interface, header->alt);
+        };
+        parser.get_alt_setting_func = [](void* self, uint64_t id, auto* header) {
+            of(self).tellAltSetting(id, header->interface, kOnlyAlternative);
+        };
+        parser.start_interrupt_receiving_func = [](void* self, uint64_t id, auto* header) {
+            answerInterrupts(self, id, header->endpoint);
+        };
+        parser.stop_interrupt_receiving_func = [](void* self, uint64_t id, auto* header) {
+            answerInterrupts(self, id, header->endpoint);
+        };
+        parser.cancel_data_packet_func = [](void* self, uint64_t id) { of(self).cancel(id); };
+        parser.control_packet_func = [](void* self, uint64_t id, auto* header, uint8_t* data,
+                                        int length_bytes) {
+            of(self).control(id, *header, take(self, data, length_bytes));
+        };
+        parser.bulk_packet_func = [](void* self, uint64_t id, auto* header, uint8_t* data,
+                                     int length_bytes) {
+            of(self).bulk(id, *header, take(self, data, length_bytes));
+        };
     }
 };
 
@@ -177,7 +141,8 @@ RedirConnection::RedirConnection(QLocalSocket* socket)
     connect(m_socket.get(), &QLocalSocket::disconnected, this, &RedirConnection::disconnected);
 
     m_parser->priv = this;
-    Callbacks::install(*m_parser);
+    Callbacks::installLine(*m_parser);
+    Callbacks::installRequests(*m_parser);
     std::array<uint32_t, USB_REDIR_CAPS_SIZE> capabilities{};
     for (const int capability :
          {usb_redir_cap_connect_device_version, usb_redir_cap_ep_info_max_packet_size,
@@ -194,10 +159,10 @@ RedirConnection::~RedirConnection()
     m_socket->disconnect(this);
 }
 
-void RedirConnection::plug(UsbFunction& function)
+void RedirConnection::plug(const UsbFunction& function)
 {
     m_function = &function;
-    m_pacer = Pacer(function.bytesPerSecond());
+    m_pacer = Pacer(function.pod ? function.pod->settings().bytes_per_second : 0);
     announce();
     flush();
 }
@@ -234,8 +199,8 @@ void RedirConnection::announce()
     if (m_function == nullptr || !m_greeted || m_announced)
         return;
     m_announced = true;
-    RedirLayout layout = redirLayout(m_function->description().configuration);
-    usb_redir_device_connect_header connect = connectHeader(m_function->description());
+    RedirLayout layout = redirLayout(m_function->description.configuration);
+    usb_redir_device_connect_header connect = connectHeader(m_function->description);
     usbredirparser_send_interface_info(m_parser.get(), &layout.interfaces);
     usbredirparser_send_ep_info(m_parser.get(), &layout.endpoints);
     usbredirparser_send_device_connect(m_parser.get(), &connect);
@@ -253,7 +218,7 @@ void RedirConnection::setConfiguration(quint64 id, quint8 configuration)
     if (!m_configuration)
         return;
     const bool known =
-        configuration == 0 || configuration == m_function->description().configurationValue();
+        configuration == 0 || configuration == m_function->description.configurationValue();
     if (known)
         m_configuration = configuration;
     tellConfiguration(id, known ? usb_redir_success : usb_redir_stall);
@@ -272,7 +237,7 @@ void RedirConnection::tellAltSetting(quint64 id, quint8 interface, quint8 altern
     if (!m_configuration)
         return;
     const bool known =
-        interface < m_function->description().interfaces() && alternative == kOnlyAlternative;
+        interface < m_function->description.interfaces() && alternative == kOnlyAlternative;
     usb_redir_alt_setting_status_header header{quint8(known ? usb_redir_success : usb_redir_stall),
                                                interface, kOnlyAlternative};
     usbredirparser_send_alt_setting_status(m_parser.get(), id, &header);
@@ -301,13 +266,13 @@ void RedirConnection::bulk(quint64 id, const usb_redir_bulk_packet_header& heade
 {
     if (!m_configuration)
         return;
-    if (m_function->description().endpointType(header.endpoint) != UsbDescription::kBulk)
+    if (m_function->description.endpointType(header.endpoint) != UsbDescription::kBulk)
         return answerBulk(id, header, usb_redir_inval, 0);
     if ((header.endpoint & kDeviceToHost) != 0) {
-        m_reads.push_back({id, header, lengthBytes(header), false, {}});
+        m_reads.push_back({id, header, lengthBytes(header), {}});
     } else {
         m_pacer.idleUntil(std::chrono::steady_clock::now());
-        m_function->receive(data);
+        m_function->pod->receive(data);
         answerBulk(id, header, usb_redir_success, data.size());
     }
     advance();
@@ -323,38 +288,30 @@ void RedirConnection::cancel(quint64 id)
     m_reads.erase(found);
 }
 
-bool RedirConnection::begin(Read& read, Pacer::TimePoint now)
-{
-    const int length_bytes = m_function->nextTransferBytes(read.length_bytes);
-    if (length_bytes == 0) {
-        read.moving = false;
-        return false;
-    }
-    if (!read.moving) {
-        read.due = m_pacer.book(length_bytes, now);
-        read.moving = true;
-    }
-    return read.due <= now;
-}
-
 /// Answers every read whose bytes have passed by now.
 void RedirConnection::advance()
 {
     const auto now = std::chrono::steady_clock::now();
-    while (m_function != nullptr && !m_reads.empty() && begin(m_reads.front(), now)) {
+    const auto passed = [&](Read& read) {
+        return m_pacer.passed(read.passage, m_function->pod->nextTransferBytes(read.length_bytes),
+                              now);
+    };
+    while (!m_reads.empty() && passed(m_reads.front())) {
         complete(m_reads.front());
         m_reads.pop_front();
     }
-    if (!m_reads.empty() && m_reads.front().moving)
-        m_due.start(std::chrono::ceil<std::chrono::milliseconds>(m_reads.front().due - now));
+    if (!m_reads.empty() && m_reads.front().passage.due)
+        m_due.start(
+            std::chrono::ceil<std::chrono::milliseconds>(*m_reads.front().passage.due - now));
     flush();
 }
 
 void RedirConnection::complete(const Read& read)
 {
-    QByteArray data(m_function->nextTransferBytes(read.length_bytes), Qt::Uninitialized);
-    m_function->send(data.data(), data.size());
-    if (m_function->leftInTransfer())
+    PodModel& pod = *m_function->pod;
+    QByteArray data(pod.nextTransferBytes(read.length_bytes), Qt::Uninitialized);
+    pod.send(data.data(), data.size());
+    if (pod.leftInTransfer())
         return;
     answerBulk(read.id, read.header, usb_redir_success, data.size(), data);
 }

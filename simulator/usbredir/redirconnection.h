@@ -22,14 +22,11 @@ class RedirConnection : public QObject
 public:
     /// Takes the socket over.
     explicit RedirConnection(QLocalSocket* socket);
-    RedirConnection(const RedirConnection&) = delete;
-    RedirConnection& operator=(const RedirConnection&) = delete;
-    RedirConnection(RedirConnection&&) = delete;
-    RedirConnection& operator=(RedirConnection&&) = delete;
+    Q_DISABLE_COPY_MOVE(RedirConnection)
     ~RedirConnection() override;
 
     /// The function must stay until it is unplugged.
-    void plug(UsbFunction& function);
+    void plug(const UsbFunction& function);
     void unplug();
 
 signals:
@@ -47,8 +44,7 @@ private:
         quint64 id = 0;
         usb_redir_bulk_packet_header header{};
         int length_bytes = 0;
-        bool moving = false;
-        Pacer::TimePoint due;
+        Passage passage;
     };
 
     void readSocket();
@@ -61,7 +57,6 @@ private:
     void control(quint64 id, usb_redir_control_packet_header header, const QByteArray& data);
     void bulk(quint64 id, const usb_redir_bulk_packet_header& header, const QByteArray& data);
     void cancel(quint64 id);
-    bool begin(Read& read, Pacer::TimePoint now);
     void advance();
     void complete(const Read& read);
     void answerBulk(quint64 id, usb_redir_bulk_packet_header header, quint8 status,
@@ -69,7 +64,7 @@ private:
 
     std::unique_ptr<usbredirparser, ParserDeleter> m_parser;
     std::unique_ptr<QLocalSocket> m_socket;
-    UsbFunction* m_function = nullptr;
+    const UsbFunction* m_function = nullptr;
     Pacer m_pacer{0};
     std::list<Read> m_reads; ///< in the order in which they came, the first one moving
     QTimer m_due;

@@ -9,7 +9,7 @@ RedirPort::RedirPort(const QString& socket_path)
         throw BadInput(QStringLiteral("%1: %2").arg(socket_path, m_server.errorString()));
 }
 
-void RedirPort::plug(std::unique_ptr<UsbFunction> function)
+void RedirPort::plug(UsbFunction function)
 {
     Q_ASSERT(!plugged());
     m_function = std::move(function);

@@ -13,7 +13,7 @@ const QString kFile = QStringLiteral("strange.json");
 void requireSensible(const PodPlan& plan)
 {
     require(plan.size.min_bytes <= plan.size.max_bytes);
-    require(plan.polls_until_charged >= 0 && plan.restart_time.count() >= 0);
+    require(plan.polls_until_charged >= 0);
     require(!plan.udid || plan.udid->size() == 8);
     require(plan.resume_at_byte.value_or(0) <= kFlashBytes);
 }

@@ -1,7 +1,7 @@
 #include "support/diskstates.h"
 
 #include "common/badinput.h"
-#include "machine/tool.h"
+#include "common/tool.h"
 
 #include <QFile>
 #include <QSet>

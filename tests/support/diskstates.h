@@ -1,6 +1,6 @@
 #pragma once
 
-#include "machine/writelog.h"
+#include "support/writelog.h"
 
 #include <QRandomGenerator>
 #include <QString>

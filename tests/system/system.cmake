@@ -35,7 +35,7 @@ corvane_add_system_test(optdisk)
 corvane_add_system_test(package)
 corvane_add_system_test(powercuts)
 
-corvane_add_system_test(writelog support/diskstates.cpp)
+corvane_add_system_test(writelog support/diskstates.cpp support/writelog.cpp)
 target_compile_definitions(system_writelog
   PRIVATE CORVANE_STORAGE_DRIVER="$<TARGET_FILE:faultystorage_driver>")
 add_dependencies(system_writelog faultystorage_driver)

@@ -1,7 +1,8 @@
 #include "archives/archivecheck.h"
 #include "common/badinput.h"
+#include "common/tool.h"
 #include "machine/computer.h"
-#include "machine/tool.h"
+#include "machine/machinesite.h"
 #include "support/diskstates.h"
 #include "support/machinetest.h"
 
@@ -157,7 +158,7 @@ void WriteLog::archiveTogether(const SlotSet& slot_set)
 {
     const std::size_t all = m_erased.back().size() + slot_set.count();
     for (int slot = 0; slot < kSlotCount; ++slot)
-        if (slot_set.test(slot) && m_bench->rack().plugged(slot))
+        if (slot_set.test(slot) && m_bench->rack().plugged().test(slot))
             m_bench->perform(verb::Unplug{slotSetOf(slot)});
     m_bench->perform(verb::Plug{slot_set, {}});
     while (m_erased.back().size() < all) {

@@ -2,11 +2,12 @@
 
 #include "bench/podrack.h"
 #include "common/badinput.h"
+#include "common/files.h"
 #include "pod/initpacket.h"
 #include "pod/replyforecast.h"
+#include "support/testfiles.h"
 #include "usbfs/usbbus.h"
 
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
@@ -21,13 +22,6 @@ FirmwarePlan planOf(quint32 size_bytes, bool escaped_reply)
     plan.size_bytes = size_bytes;
     plan.escaped_reply = escaped_reply;
     return plan;
-}
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    file.open(QIODevice::ReadOnly);
-    return file.readAll();
 }
 
 bool refused(const FirmwarePlan& plan)
@@ -82,9 +76,7 @@ void BenchFirmwareTest::padsAFileOnlyWhereItMust()
     for (int last = 0; last < 20; ++last) {
         QByteArray image(98304, 'i');
         image[0] = char(last);
-        QFile file(plan.file);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(image) == image.size());
-        file.close();
+        writeFile(plan.file, image);
         const Firmware firmware = makeFirmware(plan, 1);
         QCOMPARE(firmware.name, QStringLiteral("new.image"));
         QCOMPARE(firmware.image, QByteArray(firmware.padding_bytes, '\xFF') + image);
@@ -101,7 +93,7 @@ void BenchFirmwareTest::refusesWhatNoPodHolds()
     missing.file = folder.filePath(QStringLiteral("missing"));
     FirmwarePlan empty;
     empty.file = folder.filePath(QStringLiteral("empty"));
-    QVERIFY(QFile(empty.file).open(QIODevice::WriteOnly));
+    writeFile(empty.file, {});
     QVERIFY(refused(missing) && refused(empty));
     QVERIFY(refused(planOf(0, false)) && refused(planOf(kFlashBytes + 1, false)));
 }
@@ -115,14 +107,16 @@ void BenchFirmwareTest::writesAPackageOfThreeFiles()
     const QStringList files = JlCompress::extractDir(package, folder.path());
     QCOMPARE(files.size(), 3);
     const QJsonObject application =
-        QJsonDocument::fromJson(contentOf(folder.filePath(QStringLiteral("manifest.json"))))
+        QJsonDocument::fromJson(
+            testfiles::contentOf(folder.filePath(QStringLiteral("manifest.json"))))
             .object()
             .value(QStringLiteral("manifest"))
             .toObject()
             .value(QStringLiteral("application"))
             .toObject();
     const auto named = [&](const char* key) {
-        return contentOf(folder.filePath(application.value(QLatin1String(key)).toString()));
+        return testfiles::contentOf(
+            folder.filePath(application.value(QLatin1String(key)).toString()));
     };
     QCOMPARE(named("bin_file"), firmware.image);
     QCOMPARE(named("dat_file"), firmware.init_packet);

@@ -2,6 +2,7 @@
 #include "common/badinput.h"
 #include "scenario/scenarioparser.h"
 #include "scenario/verbparser.h"
+#include "support/testfiles.h"
 
 #include <QtTest>
 
@@ -43,6 +44,34 @@ void row(const char* name, const QByteArray& json, const char* expected)
     QTest::newRow(name) << json << QString::fromLatin1(expected);
 }
 
+/// Names between backticks in the first column of a table of the bench's reference.
+QStringList documented(const QString& head)
+{
+    const QString text =
+        QString::fromUtf8(testfiles::contentOf(QStringLiteral(CORVANE_REFERENCE "/scenarios.md")) +
+                          testfiles::contentOf(QStringLiteral(CORVANE_REFERENCE "/faults.md")));
+    QStringList names;
+    for (int at = text.indexOf(head); at >= 0; at = text.indexOf(head, at + 1)) {
+        const QString table = text.mid(at, text.indexOf(QStringLiteral("\n\n"), at) - at);
+        for (const QString& row : table.split(QLatin1Char('\n')).mid(2)) {
+            const QStringList parts = row.section(QLatin1Char('|'), 1, 1).split(QLatin1Char('`'));
+            for (int part = 1; part < parts.size(); part += 2)
+                names += parts.at(part);
+        }
+    }
+    names.sort();
+    return names;
+}
+
+/// As the parser names them to somebody who wrote "?" in their midst.
+QStringList known(const QByteArray& json)
+{
+    const QString text = complaint([&json] { parse(json); });
+    QStringList names = text.section(QStringLiteral("known are: "), 1).split(QStringLiteral(", "));
+    names.sort();
+    return names;
+}
+
 Options optionsFrom(const char* line)
 {
     return parseOptions(QStringList(QStringLiteral("corvane-sim"))
@@ -58,12 +87,13 @@ class BenchInputTest : public QObject
 
 private slots:
     void readsExpectations();
-    void readsEveryEventOfAStep();
+    void readsEveryCondition();
     void readsWhatStepsDo();
     void namesPlaceAndFaultOfABadScenario_data();
     void namesPlaceAndFaultOfABadScenario();
     void passesNothingOver_data();
     void passesNothingOver();
+    void isDocumented();
     void readsVerbs();
     void refusesVerbs_data();
     void refusesVerbs();
@@ -112,19 +142,24 @@ void BenchInputTest::readsExpectations()
 }
 
 /// A step that waits for less than it says would come too early.
-void BenchInputTest::readsEveryEventOfAStep()
+void BenchInputTest::readsEveryCondition()
 {
-    const Scenario scenario = parse(withSteps(R"({"unplug": 0, "at": 1.5,
-        "after": {"erased": "0,2", "log": "Hash", "times": 3, "panel": -1, "ended": true,
-                  "stick bytes": {"backup.zip": 9}, "stick mounted": true}})"));
-    using Kind = Condition::Kind;
-    QMap<Kind, int> numbers;
+    const Scenario scenario = parse(withSteps(R"({"unplug": 0, "at": 1.5, "after": {
+        "readout begun": 2, "readout completed": 2, "erased": "0,2", "charging": 2, "charged": 3,
+        "vanished": 1, "bootloader": 4, "updating": 4, "updated": 2, "gauge full": "5-6",
+        "gauge empty": 7, "log": ["Hash", "Name"], "times": 3, "run log": "Version:",
+        "panel": -1, "pod threads": 2,
+        "stick bytes": {"backup.zip": 9}, "stick lacks": "x", "stick mounted": true,
+        "station bytes": {"version": 0}, "ended": true}})"));
+    QMap<Condition::Kind, int> numbers;
     for (const Condition& condition : scenario.steps.at(0).conditions)
         numbers.insert(condition.kind, condition.number);
-    const QMap<Kind, int> expected{{Kind::Time, 1500},     {Kind::Erased, 0},     {Kind::Log, 3},
-                                   {Kind::Panel, -1},      {Kind::StickBytes, 9}, {Kind::Ended, 0},
-                                   {Kind::StickMounted, 1}};
-    QCOMPARE(numbers, expected);
+    QCOMPARE(numbers.size(), int(Condition::Kind::Ended) + 1);
+    using Kind = Condition::Kind;
+    for (const auto& [kind, number] :
+         {std::pair(Kind::Time, 1500), std::pair(Kind::Log, 3), std::pair(Kind::Panel, -1),
+          std::pair(Kind::StickBytes, 9), std::pair(Kind::StickMounted, 1)})
+        QCOMPARE(numbers.value(kind), number);
 }
 
 void BenchInputTest::readsWhatStepsDo()
@@ -152,9 +187,9 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario_data()
     row("slot 30", R"({"pods": [{"slots": 30}])" + kTail,
         "demo.json: pods[0].slots: a whole number from 0 to 29 is needed here");
     row("slots in words", R"({"pods": [{"slots": "0-x"}])" + kTail,
-        "demo.json: pods[0].slots: 'x' is no place: places are 0 to 29");
+        "demo.json: pods[0].slots: 'x' is no slot: slots are 0 to 29");
     row("slots backwards", R"({"pods": [{"slots": "5-1"}])" + kTail,
-        "demo.json: pods[0].slots: the places '5-1' run backwards");
+        "demo.json: pods[0].slots: the slots '5-1' run backwards");
     row("size too large", R"({"pods": [{"slots": 1, "size": "4G"}])" + kTail,
         "demo.json: pods[0].size: '4G' is more than a recording can hold (4 GiB)");
     row("fault", R"({"pods": [{"slots": 1, "fault": "tired"}])" + kTail,
@@ -223,11 +258,11 @@ void BenchInputTest::passesNothingOver_data()
     row("file outside", withSteps(R"({"after": {"station bytes": {"../x": 1}}, "plug": 1})"),
         "demo.json: steps[0].after.station bytes.../x: a name below the folder is needed here");
     row("no event", withSteps(R"({"after": {}, "plug": 1})"),
-        "demo.json: steps[0].after: an event is needed here");
+        "demo.json: steps[0].after: a condition is needed here");
     row("times alone", withSteps(R"({"after": {"times": 2}, "plug": 1})"),
         "demo.json: steps[0].after: 'log' is missing");
     row("event", withSteps(R"({"after": {"lunch": 1}, "plug": 1})"),
-        "demo.json: steps[0].after.lunch: unknown event; known are: log, ");
+        "demo.json: steps[0].after: unknown 'lunch'; known are: ");
 }
 
 void BenchInputTest::passesNothingOver()
@@ -241,6 +276,29 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario()
     QFETCH(QString, expected);
     const QString text = complaint([&] { parse(json); });
     QVERIFY2(text.startsWith(expected), qPrintable(text));
+}
+
+void BenchInputTest::isDocumented()
+{
+    QCOMPARE(documented(QStringLiteral("| in the file |")), known(R"({"?": 1})"));
+    QCOMPARE(documented(QStringLiteral("| of a pod")),
+             known(R"({"pods": [{"slots": 1, "?": 1}])" + kTail));
+    QCOMPARE(documented(QStringLiteral("| of a stick")), known(R"({"stick": {"?": 1})" + kTail));
+    QStringList in_steps = known(withSteps(R"({"?": 1})"));
+    QVERIFY(in_steps.removeOne(QStringLiteral("at")));
+    QVERIFY(in_steps.removeOne(QStringLiteral("after")));
+    QCOMPARE(documented(QStringLiteral("| step |")), in_steps);
+    QStringList conditions = documented(QStringLiteral("| condition |"));
+    QVERIFY(conditions.removeOne(QStringLiteral("at")));
+    QVERIFY(conditions.removeOne(QStringLiteral("after")));
+    QCOMPARE(conditions, known(withSteps(R"({"after": {"?": 1}})")));
+    QCOMPARE(documented(QStringLiteral("| expectation |")),
+             known(R"({"name": "t", "steps": [], "expect": {"?": 1}})"));
+    QStringList faults;
+    for (int fault = 1; fault <= int(PodFault::FirmwareAbsent); ++fault)
+        faults += podFaultName(PodFault(fault));
+    faults.sort();
+    QCOMPARE(documented(QStringLiteral("| name | what the pod does |")), faults);
 }
 
 void BenchInputTest::readsVerbs()
@@ -269,10 +327,13 @@ void BenchInputTest::refusesVerbs_data()
     QTest::newRow("dance") << QStringLiteral("unknown 'dance'; try help");
     QTest::newRow("plug") << QStringLiteral("that is not how 'plug' is written; see help");
     QTest::newRow("quit now") << QStringLiteral("that is not how 'quit' is written; see help");
-    QTest::newRow("plug 3 tired") << QStringLiteral("'tired' is no fault of a pod");
-    QTest::newRow("plug 31") << QStringLiteral("'31' is no place: places are 0 to 29");
-    QTest::newRow("stick up") << QStringLiteral("write stick in or stick out");
-    QTest::newRow("touch 480 0") << QStringLiteral("the screen has x 0 to 479 and y 0 to 271");
+    QTest::newRow("plug 3 tired") << QStringLiteral("plug.fault: 'tired' is no fault of a pod");
+    QTest::newRow("plug 31") << QStringLiteral("plug: '31' is no slot: slots are 0 to 29");
+    QTest::newRow("stick up") << QStringLiteral("stick: a stick is \"in\" or \"out\"");
+    QTest::newRow("touch 480 0") << QStringLiteral(
+        "touch[0]: a whole number from 0 to 479 is needed here");
+    QTest::newRow("touch x 0") << QStringLiteral(
+        "touch[0]: a whole number from 0 to 479 is needed here");
 }
 
 void BenchInputTest::refusesVerbs()

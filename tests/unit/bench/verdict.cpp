@@ -6,16 +6,16 @@
 #include "bench/copypromise.h"
 #include "bench/podrack.h"
 #include "common/badinput.h"
+#include "common/files.h"
 #include "privateroot/servedstick.h"
 #include "site/stationlog.h"
+#include "support/zipbytes.h"
 #include "usbfs/usbbus.h"
 
 #include <QCryptographicHash>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
-#include <quazip/quazip.h>
-#include <quazip/quazipfile.h>
 
 namespace {
 
@@ -28,15 +28,10 @@ QByteArray digest(const QByteArray& bytes)
 
 void writeArchive(const QString& path, const Files& files)
 {
-    QuaZip archive(path);
-    QVERIFY(archive.open(QuaZip::mdCreate));
-    for (const auto& [name, bytes] : files) {
-        QuaZipFile file(&archive);
-        QVERIFY(file.open(QIODevice::WriteOnly, QuaZipNewInfo(name), nullptr, 0, 0)); // stored
-        QCOMPARE(file.write(bytes), qint64(bytes.size()));
-        file.close();
-    }
-    archive.close();
+    QVector<zipbytes::Entry> entries;
+    for (const auto& [name, bytes] : files)
+        entries.append({name.toUtf8(), bytes});
+    writeFile(path, zipbytes::archive(entries));
 }
 
 KnownRecording recording(int slot, const QString& name, const QByteArray& bytes)
@@ -77,10 +72,10 @@ void BenchVerdictTest::checksArchives_data()
     QTest::newRow("second of a pod")
         << Files{kInfos, a, {QStringLiteral("B.ozu_0"), "bbbb"}} << QStringList();
     QTest::newRow("missing") << Files{kInfos, a}
-                             << QStringList(QStringLiteral("place 1: B.ozu (4 bytes) is missing"));
+                             << QStringList(QStringLiteral("slot 1: B.ozu (4 bytes) is missing"));
     QTest::newRow("damaged") << Files{kInfos, a, {QStringLiteral("B.ozu"), "bbbc"}}
                              << QStringList{
-                                    QStringLiteral("place 1: B.ozu (4 bytes) is damaged"),
+                                    QStringLiteral("slot 1: B.ozu (4 bytes) is damaged"),
                                     QStringLiteral("B.ozu is no recording that belongs there")};
     QTest::newRow("extra") << Files{kInfos, a, b, {QStringLiteral("C.ozu"), "cc"}}
                            << QStringList(
@@ -298,7 +293,7 @@ void BenchVerdictTest::looksAtEveryStick()
         recordings.push_back(recording(0, QString::fromLatin1(letter) + QStringLiteral(".ozu"),
                                        QByteArray(letter).toLower().repeated(4)));
     QCOMPARE(undelivered(recordings, readSticks(stick.folders())),
-             QStringList(QStringLiteral("D.ozu of place 0 is on no stick")));
+             QStringList(QStringLiteral("D.ozu of slot 0 is on no stick")));
 
     bool at_work = false;
     CopyPromise promise(folder, stick, [&] {
@@ -339,9 +334,9 @@ void BenchVerdictTest::judgesEveryRunOfTheStation()
     QVERIFY(problems.contains(
         QStringLiteral("a run of the station before the last ended with exit code 1")));
     QVERIFY(problems.contains(QStringLiteral("lsusb was run")));
-    QVERIFY(problems.contains(QStringLiteral("place 3 never had a pod")));
+    QVERIFY(problems.contains(QStringLiteral("slot 3 never had a pod")));
     QVERIFY(problems.contains(QStringLiteral("the station holds 'version'")));
-    QVERIFY(problems.contains(QStringLiteral("places never erased: 4")));
+    QVERIFY(problems.contains(QStringLiteral("slots never erased: 4")));
     QVERIFY(problems.contains(QStringLiteral("the stick's 'photo' is not what it was")));
 }
 

@@ -40,7 +40,7 @@ void ExplorePlayerTest::reportsEveryDay()
     // The seed is the bench's last argument.
     DayPlayer player(shell(QStringLiteral("for last; do :; done; test -s \"$3\" || exit 9\n"
                                           "echo >$TMPDIR/left; [ $last = 1 ] && kill -9 $$\n"
-                                          "[ $last = 2 ] && echo 'MISMATCH: LOST: place 3'; "
+                                          "[ $last = 2 ] && echo 'MISMATCH: LOST: slot 3'; "
                                           "exit $last"),
                            2));
     QMap<std::size_t, QStringList> problems;
@@ -52,18 +52,18 @@ void ExplorePlayerTest::reportsEveryDay()
     QCOMPARE(good.values(), (QList<bool>{true, false, false}));
     QCOMPARE(problems[0], QStringList());
     QVERIFY(problems[1].value(0).startsWith(QLatin1String("the bench ended without a verdict")));
-    QCOMPARE(problems[2], QStringList(QStringLiteral("LOST: place 3")));
+    QCOMPARE(problems[2], QStringList(QStringLiteral("LOST: slot 3")));
 }
 
 void ExplorePlayerTest::tellsRulesFromNumbers()
 {
     DayResult one;
-    one.problems = QStringList{QStringLiteral("place 3 waited 41.5 s, more than 40 s"),
-                               QStringLiteral("LOST: place 3 was erased and C0FFEE12.ozu is gone")};
+    one.problems = QStringList{QStringLiteral("slot 3 waited 41.5 s, more than 40 s"),
+                               QStringLiteral("LOST: slot 3 was erased and C0FFEE12.ozu is gone")};
     DayResult other;
-    other.problems = QStringList{QStringLiteral("place 12 waited 71.25 s, more than 70 s"),
-                                 QStringLiteral("place 2 waited 71.25 s, more than 70 s"),
-                                 QStringLiteral("LOST: place 0 was erased and 5A5A.ozu is gone")};
+    other.problems = QStringList{QStringLiteral("slot 12 waited 71.25 s, more than 70 s"),
+                                 QStringLiteral("slot 2 waited 71.25 s, more than 70 s"),
+                                 QStringLiteral("LOST: slot 0 was erased and 5A5A.ozu is gone")};
     QCOMPARE(one.rules(), other.rules());
     QCOMPARE(one.rules().size(), 2);
 }

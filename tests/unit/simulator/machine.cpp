@@ -1,5 +1,6 @@
 #include "common/badinput.h"
 #include "common/dependentprocess.h"
+#include "common/files.h"
 #include "common/neededprograms.h"
 #include "machine/computer.h"
 #include "machine/machinearguments.h"
@@ -26,9 +27,7 @@ namespace {
 void write(const QString& path, const QByteArray& content)
 {
     QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), qint64(content.size()));
+    writeFile(path, content);
 }
 
 /// The machine's end of a socket.
@@ -74,12 +73,14 @@ public:
     }
 };
 
-QStringList argumentsWith(const QString& station, const QString& image)
+QString argumentsOf(const Computer& computer, const QString& station = {},
+                    const QString& image = {})
 {
-    MachineParts parts;
-    parts.station_program = station;
-    parts.opt_image = image;
-    return machineArguments(Computer::desk(), parts);
+    MachineSettings settings;
+    settings.computer = computer;
+    settings.station_program = station;
+    settings.opt_image = image;
+    return machineArguments(settings, {}, {}).join(QLatin1Char('\n'));
 }
 
 } // namespace
@@ -141,7 +142,7 @@ void SimulatorMachineTest::namesThePackageOfAMissingProgram()
     qputenv("PATH", QFile::encodeName(m_folder->path()));
     QString complaint;
     try {
-        needPrograms(false);
+        needProgram(QStringLiteral("bwrap"), QStringLiteral("bubblewrap"));
     } catch (const BadInput& bad) {
         complaint = bad.text();
     }
@@ -245,20 +246,20 @@ void SimulatorMachineTest::takesTheNewestKernelWithAllDrivers()
 
 void SimulatorMachineTest::quotesPaths()
 {
-    const QString all =
-        argumentsWith(QStringLiteral("/home/my work/corvane"), QStringLiteral("/tmp/a,b/opt.img"))
-            .join(QLatin1Char('\n'));
+    const QString all = argumentsOf(Computer::desk(), QStringLiteral("/home/my work/corvane"),
+                                    QStringLiteral("/tmp/a,b/opt.img"));
     QVERIFY(all.contains(QLatin1String("station=\"/home/my work/corvane\"")));
     QVERIFY(all.contains(QLatin1String("file=/tmp/a,,b/opt.img")));
 }
 
 void SimulatorMachineTest::refusesPaths()
 {
-    QVERIFY_EXCEPTION_THROWN(argumentsWith(QStringLiteral("/home/\"desk\"/corvane"), {}), BadInput);
+    QVERIFY_EXCEPTION_THROWN(
+        argumentsOf(Computer::desk(), QStringLiteral("/home/\"desk\"/corvane")), BadInput);
     QVERIFY_EXCEPTION_THROWN(Computer::desk().pathOf(QStringLiteral("/proc/version")), BadInput);
     Computer computer = Computer::desk();
     computer.root = QStringLiteral("/home/a:b");
-    QVERIFY_EXCEPTION_THROWN(machineArguments(computer, {}), BadInput);
+    QVERIFY_EXCEPTION_THROWN(argumentsOf(computer), BadInput);
 }
 
 void SimulatorMachineTest::findsFilesInItsLayers()
@@ -276,7 +277,7 @@ void SimulatorMachineTest::findsFilesInItsLayers()
     QVERIFY_EXCEPTION_THROWN(board.pathOf(m_folder->filePath(QStringLiteral("other"))), BadInput);
     const QString layers = QStringLiteral("layers=\"/host%1/program:/host%1/tree\"")
                                .arg(QFileInfo(m_folder->path()).canonicalFilePath());
-    QVERIFY(machineArguments(board, {}).join(QLatin1Char('\n')).contains(layers));
+    QVERIFY(argumentsOf(board).contains(layers));
 }
 
 QTEST_GUILESS_MAIN(SimulatorMachineTest)

@@ -1,6 +1,5 @@
 #include "bus/memorychip.h"
 #include "usbredir/i2cadapter.h"
-#include "usbredir/podfunction.h"
 #include "usbredir/podports.h"
 
 #include <QLocalSocket>
@@ -209,7 +208,7 @@ void SimulatorUsbRedir::readWaitsForDataOrIsCancelled()
 {
     PodPorts ports(m_folder.path());
     ports.plug(0, smallPod());
-    Machine machine(ports.socketPath(0));
+    Machine machine(m_folder.filePath(PodPorts::socketName(0)));
     QTRY_COMPARE(machine.connected, 0x5203);
 
     machine.read(1, 64);
@@ -239,7 +238,7 @@ void SimulatorUsbRedir::pulledPodAnswersNothingMore()
     PodPorts ports(m_folder.path());
     QSignalSpy vanished(&ports, &PodPorts::podVanished);
     ports.plug(29, leaving);
-    Machine machine(ports.socketPath(29));
+    Machine machine(m_folder.filePath(PodPorts::socketName(29)));
     QTRY_COMPARE(machine.connected, 0x5203);
     machine.write(1, 0x31);
     for (const quint64 id : {2, 3, 4})
@@ -255,8 +254,10 @@ void SimulatorUsbRedir::whatWasMeantForTheLastPodReachesNoOther()
 {
     PodPorts ports(m_folder.path());
     ports.plug(5, smallPod());
-    Machine machine(ports.socketPath(5));
+    Machine machine(m_folder.filePath(PodPorts::socketName(5)));
     QTRY_COMPARE(machine.connected, 0x5203);
+    machine.getConfiguration(); // answered when the reset of the first one has been read
+    QTRY_COMPARE(machine.answers, 1);
     machine.control(0x21, 0x22, 3, 0, 0);
     machine.write(1, 0x31);
     machine.write(2, 0x41);
@@ -266,7 +267,7 @@ void SimulatorUsbRedir::whatWasMeantForTheLastPodReachesNoOther()
     machine.write(3, 0x11);
     machine.read(4, 64);
     QTRY_COMPARE(machine.last_id, quint64(4));
-    QCOMPARE(machine.answers, 2);
+    QCOMPARE(machine.answers, 3);
     QVERIFY(!ports.report(5).erased);
     QCOMPARE(ports.report(5).readouts_begun, 0);
     QCOMPARE(ports.report(5).line.state, -1);
@@ -333,7 +334,7 @@ void SimulatorUsbRedir::answersRequests()
     QFETCH(QByteArray, content);
     const auto pod = std::make_shared<PodModel>(smallPod());
     RedirPort port(m_folder.filePath(QStringLiteral("port")));
-    port.plug(std::make_unique<PodFunction>(pod));
+    port.plug(podFunction(pod));
     Machine machine(port.socketPath());
     QTRY_COMPARE(machine.connected, 0x5203);
     ask(machine);

@@ -1,4 +1,4 @@
-#include "machine/writelog.h"
+#include "support/writelog.h"
 
 #include "common/badinput.h"
 
