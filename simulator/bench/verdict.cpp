@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int kLastLines = 20;
+constexpr int kLastLines = 100;
 const QString kExport = QStringLiteral("QVX_DATAS.cvx");
 const QString kBackup = QStringLiteral("backup.zip");
 

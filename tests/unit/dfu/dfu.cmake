@@ -6,5 +6,5 @@ corvane_add_test(dfu_package
 foreach(name IN ITEMS session road)
   corvane_add_test(dfu_${name} SANDBOXED
     SOURCES unit/dfu/${name}.cpp LIBRARIES corvane_tests_rig)
-  set_property(TEST dfu_${name} APPEND PROPERTY ENVIRONMENT "LD_PRELOAD=${preload}")
+  set_property(TEST dfu_${name} APPEND PROPERTY ENVIRONMENT ${simulated_devices})
 endforeach()

@@ -16,7 +16,9 @@ if(CORVANE_SANITIZER)
     OUTPUT_VARIABLE runtime OUTPUT_STRIP_TRAILING_WHITESPACE)
   string(PREPEND preload "${runtime}:")
 endif()
-set_property(TEST simulator_usbbus APPEND PROPERTY ENVIRONMENT "LD_PRELOAD=${preload}")
+# The second as in the private root's start-station.
+set(simulated_devices "LD_PRELOAD=${preload}" SYSTEMD_DEVICE_VERIFY_SYSFS=0)
+set_property(TEST simulator_usbbus APPEND PROPERTY ENVIRONMENT ${simulated_devices})
 
 corvane_add_test(simulator_usbredir
   SOURCES unit/simulator/usbredir.cpp

@@ -10,8 +10,10 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <sys/vfs.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <memory>
@@ -133,6 +135,7 @@ private slots:
     void init();
     void cleanup();
 
+    void everyDeviceIsFoundBesideABusyThread();
     void deviceNumbersAreFreshAndWrap();
     void aTimeoutTakesItsRequestBack();
     void unpluggedDuringATransfer();
@@ -204,6 +207,33 @@ Handle SimulatorUsbBus::openSlot(int slot)
     Handle handle;
     const int result = openPod(findPod(slot).get(), handle);
     return result == 0 ? std::move(handle) : Handle();
+}
+
+/// As the station's is, which reads its fonts while libusb looks for devices.
+void SimulatorUsbBus::everyDeviceIsFoundBesideABusyThread()
+{
+    constexpr int kHubs = 6;
+    for (int slot = 0; slot < UsbBus::kSlotCount; ++slot)
+        m_bus->plug(slot, podOf(slot));
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        const UniqueFd folder(::open("/", O_RDONLY | O_CLOEXEC));
+        struct statfs info = {};
+        while (!done)
+            ::fstatfs(folder.get(), &info);
+    });
+    std::set<ssize_t> counts;
+    for (int start = 0; start < 10; ++start) {
+        libusb_context* context = nullptr;
+        libusb_init(&context);
+        const std::unique_ptr<libusb_context, ContextExit> owner(context);
+        libusb_device** list = nullptr;
+        counts.insert(libusb_get_device_list(context, &list));
+        libusb_free_device_list(list, 1);
+    }
+    done = true;
+    reader.join();
+    QCOMPARE(counts, std::set<ssize_t>{kHubs + UsbBus::kSlotCount});
 }
 
 void SimulatorUsbBus::deviceNumbersAreFreshAndWrap()
