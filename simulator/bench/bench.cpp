@@ -14,6 +14,7 @@ namespace {
 
 // In the middle of the screen's hidden quit area.
 constexpr QPoint kQuitCorner(15, 15);
+const QString kPackage = QStringLiteral("app.zip");
 
 /// Makes the firmware and puts its package onto the stick.
 std::optional<Firmware> bringFirmware(const std::optional<FirmwarePlan>& plan, quint64 seed,
@@ -22,7 +23,7 @@ std::optional<Firmware> bringFirmware(const std::optional<FirmwarePlan>& plan, q
     if (!plan)
         return std::nullopt;
     Firmware firmware = makeFirmware(*plan, seed);
-    writePackage(firmware, stick.path(QStringLiteral("app.zip")));
+    writePackage(firmware, stick.path(kPackage));
     return firmware;
 }
 
@@ -108,13 +109,22 @@ QString Bench::act(const verb::Stick& stick)
         throw BadInput(stick.inserted ? QStringLiteral("the stick is in already")
                                       : QStringLiteral("the stick is out already"));
     if (stick.other)
-        m_site->stick().replace(*stick.other);
+        replaceStick(*stick.other);
     m_site->stick().setInserted(stick.inserted);
     if (stick.inserted)
         noteEraseCommand();
     else if (m_site->foldersAreCurrent())
         m_promise.noteDelivered();
     return {};
+}
+
+void Bench::replaceStick(const StickPlan& plan)
+{
+    if (plan.package && !m_firmware)
+        throw BadInput(QStringLiteral("there is no firmware for a package here"));
+    m_site->stick().replace(plan);
+    if (plan.package)
+        writePackage(*m_firmware, stick().path(kPackage));
 }
 
 QString Bench::act(const verb::GrowArchive& grow)
@@ -185,6 +195,12 @@ QString Bench::act(const verb::MeasureStation& /*measure*/)
 {
     if (const auto holdings = station().holdings())
         m_measurements.push_back(*holdings);
+    return {};
+}
+
+QString Bench::act(const verb::SetClock& clock)
+{
+    m_site->station().setClock(clock.time);
     return {};
 }
 

@@ -103,9 +103,11 @@ private:
     QString act(const verb::KillStation& kill);
     QString act(const verb::RestartStation& restart);
     QString act(const verb::MeasureStation& measure);
+    QString act(const verb::SetClock& clock);
     QString act(const verb::Status& status);
     QString act(const verb::Help& help);
 
+    void replaceStick(const StickPlan& plan);
     void startStation();
     void noteLog();
     void notePodEvent(int slot, PodEvent event);
