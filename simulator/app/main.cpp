@@ -83,13 +83,9 @@ void tellOfFirmware(const std::optional<Firmware>& firmware)
 /// Played to its end and judged; the exit code says how it came out.
 int playOnce(Bench& bench, const Scenario& scenario)
 {
-    ScenarioRunner runner(bench, scenario, ScenarioRunner::Mode::Unattended);
-    QObject::connect(&runner, &ScenarioRunner::finished, qApp, &QCoreApplication::quit,
-                     Qt::QueuedConnection);
-    runner.start();
-    QCoreApplication::exec();
+    const QStringList problems = ScenarioRunner::playToItsEnd(bench, scenario);
     Verdict verdict = judge(bench, scenario.expect);
-    verdict.problems = runner.problems() + verdict.problems;
+    verdict.problems = problems + verdict.problems;
     QTextStream(stdout) << summary(bench, verdict);
     return verdict.good() ? 0 : 1;
 }

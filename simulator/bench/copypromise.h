@@ -30,9 +30,9 @@ public:
         ++m_completed;
         m_ever_completed = true;
     }
-    /// The panel says "copied", or not. What the first such picture gives reason to doubt is a lie
-    /// when the next one says so still, or when none comes: of a pod that was read while the
-    /// controller copied, the panel tells right after the copy.
+    /// The panel says "copied", or not. What is missing at the first such picture is only a doubt:
+    /// of a pod that was read while the controller copied, the panel tells right after the copy. It
+    /// is a lie when the next picture still says "copied", or when none comes.
     void pictureSeen(bool copied, bool stick_mounted);
     /// The station has ended, and "copied" was the last that the panel said.
     void endedAsCopied();

@@ -2,6 +2,8 @@
 
 #include "common/badinput.h"
 
+#include <QEventLoop>
+
 #include <algorithm>
 
 namespace {
@@ -25,6 +27,16 @@ ScenarioRunner::ScenarioRunner(Bench& bench, const Scenario& scenario, Mode mode
     connect(&m_look_again, &QTimer::timeout, this, &ScenarioRunner::advance);
     // Queued: a step may itself change what is waited for.
     connect(&bench, &Bench::changed, this, &ScenarioRunner::advance, Qt::QueuedConnection);
+}
+
+QStringList ScenarioRunner::playToItsEnd(Bench& bench, const Scenario& scenario)
+{
+    ScenarioRunner runner(bench, scenario, Mode::Unattended);
+    QEventLoop loop;
+    connect(&runner, &ScenarioRunner::finished, &loop, &QEventLoop::quit, Qt::QueuedConnection);
+    runner.start();
+    loop.exec();
+    return runner.problems();
 }
 
 void ScenarioRunner::start()

@@ -20,6 +20,9 @@ public:
     };
     ScenarioRunner(Bench& bench, const Scenario& scenario, Mode mode);
 
+    /// Plays it unattended; the event loop runs meanwhile. The problems.
+    static QStringList playToItsEnd(Bench& bench, const Scenario& scenario);
+
     void start();
     const QStringList& problems() const { return m_problems; }
 

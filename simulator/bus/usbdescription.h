@@ -31,8 +31,7 @@ struct UsbDescription
     bool isHub() const { return ports > 0; }
     int interfaces() const;
     quint8 configurationValue() const { return quint8(configuration.at(5)); }
-    /// Transfer type of the endpoint with this address, endpoint 0 included; none if it has no
-    /// such.
+    /// Transfer type of the endpoint with this address, endpoint 0 included; none if there is none.
     std::optional<int> endpointType(int address) const;
     quint16 vendorId() const { return word(8); }
     quint16 productId() const { return word(10); }

@@ -12,7 +12,7 @@
 /// One pod of a day: always the same, wherever it is plugged in.
 struct DayPod
 {
-    int number = 0; ///< of the thirty, its home place
+    int number = 0; ///< of the thirty, its home slot
     int size_bytes = 0;
     int speed = 0;     ///< bytes a second; 0: no limit
     QString udid;      ///< empty: one of its own
@@ -34,7 +34,7 @@ struct Episode
 struct Day
 {
     quint64 seed = 0;
-    bool machine = false; ///< for a computer of its own, which can less
+    bool machine = false; ///< for a virtual machine, where less is possible
     QJsonObject stick;    ///< that is there in the morning
     QJsonObject settings; ///< of the scenario: download space, archives of earlier days, firmware
     std::vector<DayPod> pods;

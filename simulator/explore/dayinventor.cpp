@@ -118,13 +118,13 @@ void Inventor::inventPods()
         m_day.pods.front().size_bytes = 16384;
     if (m_dice.chance(20))
         shareNames();
-    // Nobody need be where he was; and low places are served sooner.
-    std::vector<int> places;
-    for (int place = 0; place < std::max(count, 12); ++place)
-        places.insert(places.begin() + m_dice.number(0, place), place);
+    // Nobody need be where he was; and low slots are served sooner.
+    std::vector<int> slot_list;
+    for (int slot = 0; slot < std::max(count, 12); ++slot)
+        slot_list.insert(slot_list.begin() + m_dice.number(0, slot), slot);
     for (DayPod& pod : m_day.pods) {
-        pod.calm_slot = places.back();
-        places.pop_back();
+        pod.calm_slot = slot_list.back();
+        slot_list.pop_back();
     }
 }
 

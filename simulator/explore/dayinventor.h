@@ -6,7 +6,7 @@
 struct DayLimits
 {
     int most_episodes = 16;
-    bool machine = false; ///< only of what a computer of its own can do
+    bool machine = false; ///< only what a virtual machine can do
 };
 
 /// The day that follows from seed and limits, and from them alone.

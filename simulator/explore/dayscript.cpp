@@ -1,5 +1,6 @@
 #include "explore/dayscript.h"
 
+#include "common/panelcode.h"
 #include "common/slotset.h"
 #include "explore/json.h"
 
@@ -13,18 +14,17 @@ using json::with;
 namespace {
 
 constexpr int kTimeLimit = 1200;
-constexpr int kCopied = 0;
 
 QJsonObject after(std::initializer_list<std::pair<const char*, json::Value>> events)
 {
     return object({{"after", object(events)}});
 }
 
-QString slotsText(const std::vector<int>& places)
+QString slotsText(const std::vector<int>& slot_list)
 {
     SlotSet set;
-    for (const int place : places)
-        set.set(static_cast<std::size_t>(place));
+    for (const int slot : slot_list)
+        set.set(static_cast<std::size_t>(slot));
     return slotSetToText(set);
 }
 
@@ -78,15 +78,21 @@ QJsonObject calmPlug(const DayPod& pod)
     return object({{"plug", plan}});
 }
 
-/// The places in which a pod may be after this day.
-std::vector<int> placesOf(const Day& day)
+/// In which a pod may be after this day.
+SlotSet slotsOf(const Day& day)
 {
-    std::vector<int> places;
+    SlotSet slot_set;
     for (const QJsonObject& plug : plugsOf(day))
-        places.push_back(plug[QStringLiteral("slots")].toInt());
-    std::sort(places.begin(), places.end());
-    places.erase(std::unique(places.begin(), places.end()), places.end());
-    return places;
+        slot_set.set(static_cast<std::size_t>(plug[QStringLiteral("slots")].toInt()));
+    return slot_set;
+}
+
+std::vector<int> calmSlots(const Day& day)
+{
+    std::vector<int> all;
+    for (const DayPod& pod : day.pods)
+        all.push_back(pod.calm_slot);
+    return all;
 }
 
 /// Pods may be in their bootloader, or stuck on the way from or to it: all are given the firmware.
@@ -97,11 +103,9 @@ void addUpdate(const Day& day, QJsonArray& steps)
     steps += with(idle, object({{"stick", object({{"package", true}})}}));
     steps += object({{"station", "stop"}});
     steps += restart;
-    std::vector<int> all;
-    for (const DayPod& pod : day.pods) {
+    for (const DayPod& pod : day.pods)
         steps += calmPlug(pod);
-        all.push_back(pod.calm_slot);
-    }
+    const std::vector<int> all = calmSlots(day);
     QJsonObject done = after({{"updated", slotsText(all)}, {"charged", slotsText(all)}});
     for (const int slot : all) {
         steps += with(done, object({{"unplug", slot}}));
@@ -114,8 +118,8 @@ void addUpdate(const Day& day, QJsonArray& steps)
 
 void addHealing(const Day& day, QJsonArray& steps)
 {
-    for (const int place : placesOf(day))
-        steps += ifPossible(object({{"unplug", place}}));
+    for (const int slot : slotsIn(slotsOf(day)))
+        steps += ifPossible(object({{"unplug", slot}}));
     if (!day.machine)
         steps += ifPossible(object({{"stick", "out"}}));
     if (day.firmware())
@@ -142,7 +146,7 @@ void addService(const Day& day, const std::vector<DayPod>& pods, QJsonArray& ste
     QJsonObject done = after({{"charged", slotsText(all)},
                               {"gauge full", slotsText(all)},
                               {"erased", slotsText(recorded)},
-                              {"panel", kCopied}});
+                              {"panel", kPanelCopied}});
     for (const int slot : all) {
         steps += with(done, object({{"unplug", slot}}));
         done = {};
@@ -192,30 +196,26 @@ QJsonArray explainedWarnings(const Day& day)
     return texts;
 }
 
-/// Places that only ever had healthy pods with recordings under names of their own.
-std::vector<int> punctualPlaces(const Day& day)
+/// Those that only ever had healthy pods with recordings under names of their own.
+SlotSet punctualSlots(const Day& day)
 {
-    SlotSet places;
+    SlotSet used;
     SlotSet excused;
     auto plugs = plugsOf(day);
     for (const DayPod& pod : day.pods)
         plugs.push_back(calmPlug(pod)[QStringLiteral("plug")].toObject());
     for (const QJsonObject& plug : plugs) {
-        const auto place = static_cast<std::size_t>(plug[QStringLiteral("slots")].toInt());
+        const auto slot = static_cast<std::size_t>(plug[QStringLiteral("slots")].toInt());
         const int size_bytes = plug[QStringLiteral("size")].toInt();
-        places.set(place);
+        used.set(slot);
         if (plug.contains(QStringLiteral("fault")) || plug.contains(QStringLiteral("udid")) ||
             size_bytes == 0 || size_bytes == 512)
-            excused.set(place);
+            excused.set(slot);
     }
-    std::vector<int> list;
-    for (int place = 0; place < kSlotCount; ++place)
-        if ((places & ~excused).test(static_cast<std::size_t>(place)))
-            list.push_back(place);
-    return list;
+    return used & ~excused;
 }
 
-/// The work that all places share, twice, and some for a busy computer: every recording is read and
+/// The work that all slots share, twice, and some for a busy computer: every recording is read and
 /// archived, and each plugging may lead to a copy of all there is at the slowest stick's speed.
 int punctualSeconds(const Day& day)
 {
@@ -248,18 +248,13 @@ QJsonObject expectationsOf(const Day& day)
                                  {"station lacks", list({"backup.zip", "tmp_back"})},
                                  {"log lacks", list({"Unknown exception"})},
                                  {"warnings", explainedWarnings(day)}});
-    const auto punctual = punctualPlaces(day);
     // Pods that are updated are not read.
-    if (!punctual.empty() && !day.firmware() &&
-        !day.settings.contains(QStringLiteral("download space")))
-        expect.insert(QStringLiteral("punctual"),
-                      object({{"slots", slotsText(punctual)}, {"seconds", punctualSeconds(day)}}));
-    if (day.firmware()) {
-        std::vector<int> all;
-        for (const DayPod& pod : day.pods)
-            all.push_back(pod.calm_slot);
-        expect.insert(QStringLiteral("updated"), slotsText(all));
-    }
+    const SlotSet punctual = day.firmware() ? SlotSet() : punctualSlots(day);
+    if (punctual.any() && !day.settings.contains(QStringLiteral("download space")))
+        expect.insert(QStringLiteral("punctual"), object({{"slots", slotSetToText(punctual)},
+                                                          {"seconds", punctualSeconds(day)}}));
+    if (day.firmware())
+        expect.insert(QStringLiteral("updated"), slotsText(calmSlots(day)));
     if (anyStickHolds(day, "cmd_erase_datas.txt"))
         expect.insert(QStringLiteral("erased archives"), earlierNames(day));
     return expect;

@@ -4,8 +4,8 @@
 
 class Dice;
 
-/// Sticks as people bring them, with what people have on them. machine: only such as a computer of
-/// its own can have.
+/// Sticks as people bring them, with what people have on them. machine: only such as a virtual
+/// machine can have.
 class StickInventor
 {
 public:

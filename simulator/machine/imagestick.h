@@ -7,9 +7,9 @@
 class MachineReport;
 class VirtualMachine;
 
-/// A stick that is a mass-storage device of the machine. Its image is made when it is first put in
-/// or left out, from what its folder holds by then. What its folder holds is brought up to
-/// date from the image whenever it is looked at and no station has it mounted.
+/// A stick that is a mass-storage device of the machine. Its image is made from its folder's
+/// content when the stick is first put in or left out. The folder is brought up to date from the
+/// image whenever somebody looks at it and no station has the stick mounted.
 class ImageStick : public BenchStick
 {
 public:

@@ -11,8 +11,8 @@
 class MachineShell;
 
 /// How things stand in the machine, asked through its shell for as long as somebody wants to know.
-/// Lives on the bench's thread, owned by the site. Whoever has to wait for the first answer is told
-/// so by std::nullopt: what nobody has looked at is neither so nor otherwise.
+/// Lives on the bench's thread, owned by the site. Every answer is std::nullopt until the machine
+/// has given its first one.
 class MachineReport : public QObject
 {
     Q_OBJECT
@@ -25,7 +25,7 @@ public:
     std::optional<bool> mounted(const QString& folder) const;
     /// -1 for what is not there.
     std::optional<qint64> bytesOf(const QString& path) const;
-    /// What is known is of a machine that is gone.
+    /// For the end of a machine: of the next one nothing is known.
     void forget();
 
 private:

@@ -9,8 +9,7 @@ class BenchFolder;
 class OptDisk
 {
 public:
-    /// The image is made now, from the folder's content; of what it may hold, it takes what is
-    /// written.
+    /// The image is made now, from the folder's content. It takes no more room than is written.
     OptDisk(const BenchFolder& folder, QString image, quint64 size_bytes = kUsualBytes);
 
     static constexpr quint64 kUsualBytes = quint64(2) << 30;

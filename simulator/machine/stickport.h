@@ -15,10 +15,9 @@ public:
     /// The monitor must outlive it.
     explicit StickPort(QmpClient& monitor);
 
-    /// Of a machine that has just been started, which has no stick yet: gives it the one that is to
-    /// be there.
+    /// The machine has just been started and has no stick: it gets the one that is to be there.
     void powerOn();
-    /// What is asked for after that is only noted.
+    /// The machine is off: from now on what is asked for is only noted.
     void powerOff();
     void setInserted(bool inserted);
     /// As asked for, unless the machine refused that.

@@ -14,7 +14,7 @@ class SandboxStation : public Station
     Q_OBJECT
 
 public:
-    /// testbed: with the simulated devices.
+    /// testbed: the folder with the simulated devices.
     SandboxStation(const BenchSettings& settings, const BenchFolder& folder, const QString& testbed,
                    qint64 download_space_bytes);
     Q_DISABLE_COPY_MOVE(SandboxStation)

@@ -22,7 +22,7 @@ public:
 
     void requestUpdate(bool only_changes);
     void pointer(QPoint at, bool pressed);
-    /// An empty text, of which a server sees that its viewer is there, and nobody else anything.
+    /// Sends an empty text. It tells the server that its viewer is there, and changes nothing.
     void showPresence();
 
     bool established() const { return m_established; }

@@ -24,7 +24,7 @@ public:
     /// A stick whose plan has a byte at which it is pulled leaves by itself.
     virtual bool inserted() const = 0;
     /// A stick that is pulled while it is mounted leaves its mount, as on the station, and every
-    /// access fails from then on. The plan's byte is one of its first insertion.
+    /// access fails from then on. The plan's byte counts in its first insertion alone.
     virtual void setInserted(bool inserted) = 0;
     /// Another stick from now on; the one before must be out, and stays as it is in a folder of its
     /// own. Throws BadInput where there can be only one.

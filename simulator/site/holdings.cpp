@@ -4,8 +4,6 @@ namespace {
 
 /// The pipes of the child that the station may just be waiting for.
 constexpr int kChildDescriptors = 4;
-/// Of a station that has had thirty pods at once, against one that has had one.
-constexpr int kMemorySlackKib = 48 * 1024;
 /// A sanitizer keeps freed memory and history of its own; its leak check sees what matters.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kMemoryTells = false;
@@ -23,10 +21,10 @@ QString Holdings::text() const
         .arg(memory_kib);
 }
 
-QString leftBehind(const Holdings& idle, const Holdings& after)
+QString leftBehind(const Holdings& idle, const Holdings& after, int memory_slack_kib)
 {
     const bool more = after.threads > idle.threads ||
                       after.descriptors > idle.descriptors + kChildDescriptors ||
-                      (kMemoryTells && after.memory_kib > idle.memory_kib + kMemorySlackKib);
+                      (kMemoryTells && after.memory_kib > idle.memory_kib + memory_slack_kib);
     return more ? QStringLiteral("%1, and idle %2").arg(after.text(), idle.text()) : QString();
 }

@@ -12,7 +12,11 @@ struct Holdings
     QString text() const;
 };
 
-/// What more there is in `after` than an idle station's coming and going explains, a text; empty
-/// when all is well. The child that it may just be waiting for, its pipes and the allocator's slack
-/// count as coming and going.
-QString leftBehind(const Holdings& idle, const Holdings& after);
+/// Of the allocator, for a station that has had thirty pods at once, against one that has had one.
+constexpr int kMemorySlackKib = 48 * 1024;
+
+/// What `after` holds beyond an idle station's coming and going, as a text; empty when all is well.
+/// The child that it may just be waiting for, its pipes and the allocator's slack count as coming
+/// and going.
+QString leftBehind(const Holdings& idle, const Holdings& after,
+                   int memory_slack_kib = kMemorySlackKib);

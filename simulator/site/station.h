@@ -38,7 +38,6 @@ public:
     virtual qint64 bytesOf(const QString& name) const = 0;
     /// Of its process here; 0 while there is none, and always when its computer is another one.
     virtual qint64 stationPid() const { return 0; }
-
     /// Of its process; std::nullopt while there is none, and where it cannot be seen.
     virtual std::optional<Holdings> holdings() const { return std::nullopt; }
 

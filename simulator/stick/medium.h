@@ -32,8 +32,8 @@ public:
     int truncate(quint64 file, off_t size_bytes);
     int sync() const;
 
-    /// Runs what takes the name away from a file, which makes room once that is done: open files
-    /// without a name take none.
+    /// Runs `remove`, which takes a file's name away. That makes room: an open file without a name
+    /// takes none.
     template <typename Remove>
     int removing(const char* path, Remove remove)
     {

@@ -9,7 +9,7 @@ struct StickSettings
 {
     quint64 size_bytes = 0;       ///< 0: as much as the folder's disk has
     quint32 bytes_per_second = 0; ///< 0: no limit
-    quint64 pull_at_byte = 0;     ///< of what is written while it is mounted once; 0: never
+    quint64 pull_at_byte = 0;     ///< of what is written during one mount; 0: never
     /// Of each file, what is written from this byte on is taken, synced and gone: the stick says
     /// that it is larger than it is. 0: never.
     quint64 loses_from_byte = 0;

@@ -5,9 +5,8 @@
 #include <QString>
 
 /// The device node of one USB device: a FIFO, because a host polls the node until it may reap and a
-/// plain file is always ready. Everybody who has it open sees it writable exactly while it is
-/// ready. Not thread-safe; it belongs to its device. Ends the program
-/// when the node cannot be made.
+/// plain file is always ready. Whoever has it open sees it writable exactly while it is ready. Not
+/// thread-safe; it belongs to its device. Ends the program when the node cannot be made.
 class DeviceNode
 {
 public:

@@ -10,7 +10,7 @@
 UsbFunction podFunction(const std::shared_ptr<PodModel>& pod);
 
 /// The places of a machine's station, each a redirected port. Throws BadInput when the sockets
-/// cannot be made, and for a pod that the kernel would have to treat as its fault says.
+/// cannot be made, and for a fault that a real kernel cannot be made to have.
 class PodPorts : public PodBus
 {
     Q_OBJECT

@@ -15,12 +15,6 @@ const QString kCommand = QStringLiteral("cmd_erase_datas.txt");
 constexpr int kArchives = 3;
 constexpr int kMostDigits = 32;
 
-void write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    require(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-}
-
 QStringList archives()
 {
     return QDir(stationpaths::kArchives).entryList(QDir::Files, QDir::Name);
@@ -30,7 +24,7 @@ void makeStation()
 {
     require(QDir().mkpath(stationpaths::kArchives));
     for (int i = 0; i < kArchives; ++i)
-        write(QStringLiteral("%1/%2.cvx").arg(stationpaths::kArchives).arg(i), {});
+        fuzzing::write(QStringLiteral("%1/%2.cvx").arg(stationpaths::kArchives).arg(i), {});
 }
 
 /// All of them, unless the text is a number above 0.
@@ -43,19 +37,12 @@ int toErase(const QByteArray& text)
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
-{
-    fuzzing::silence();
-    fuzzing::enterNewFolder();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size_bytes)
 {
     const QByteArray text = fuzzing::bytesOf(data, size_bytes);
     makeStation();
     const QStringList before = archives();
-    write(kCommand, text);
+    fuzzing::write(kCommand, text);
     UsbCmdUtils().cmdEraseDatas(kCommand);
     require(!QFile::exists(kCommand));
     // The number of a text with a zero byte in it ends there, or not, as its length has it.

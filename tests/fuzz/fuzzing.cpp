@@ -1,6 +1,7 @@
 #include "fuzz/fuzzing.h"
 
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <cstdlib>
@@ -13,15 +14,17 @@ void require(bool condition)
         std::abort();
 }
 
-void silence()
+void write(const QString& path, const QByteArray& content)
 {
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    QFile file(path);
+    require(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
 }
 
-void enterNewFolder()
+QByteArray contentOf(const QString& path)
 {
-    static const QTemporaryDir folder;
-    require(folder.isValid() && QDir::setCurrent(folder.path()));
+    QFile file(path);
+    require(file.open(QIODevice::ReadOnly));
+    return file.readAll();
 }
 
 QByteArray bytesOf(const uint8_t* data, size_t size_bytes)
@@ -30,3 +33,12 @@ QByteArray bytesOf(const uint8_t* data, size_t size_bytes)
 }
 
 } // namespace fuzzing
+
+/// Millions of refusals are of no interest, and what a target writes goes with its process.
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
+{
+    static const QTemporaryDir folder;
+    fuzzing::require(folder.isValid() && QDir::setCurrent(folder.path()));
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    return 0;
+}

@@ -5,17 +5,15 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What the fuzz targets share. For the one thread that a target has.
+/// What the fuzz targets share, for the one thread that a target has. Each works in a new empty
+/// folder, and nothing is logged.
 namespace fuzzing {
 
 /// Where it is false, the input is a find.
 void require(bool condition);
 
-/// From now on nothing is logged: millions of refusals are of no interest.
-void silence();
-
-/// Makes a new empty folder the working one; it goes with the process.
-void enterNewFolder();
+void write(const QString& path, const QByteArray& content);
+QByteArray contentOf(const QString& path);
 
 QByteArray bytesOf(const uint8_t* data, size_t size_bytes);
 

@@ -65,9 +65,7 @@ void requireHandedOver(const Pod& pod, const Outcome& outcome)
 {
     static const QRegularExpression name(QStringLiteral("^tmp/[0-9A-F]{15}\\.ozu$"));
     require(name.match(outcome.path).hasMatch());
-    QFile file(outcome.path);
-    require(file.open(QIODevice::ReadOnly));
-    const QByteArray content = file.readAll();
+    const QByteArray content = fuzzing::contentOf(outcome.path);
     const scriptedbus::Readout& readout = scriptedbus::readout();
     require(content == readout.data && quint32(content.size()) == readout.announced_bytes);
     const auto* bytes = reinterpret_cast<const Bytef*>(content.constData());
@@ -97,19 +95,12 @@ void answer(Pod& pod, bool added)
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
-{
-    fuzzing::silence();
-    fuzzing::enterNewFolder();
-    require(QDir().mkdir(stationpaths::kWork));
-    return 0;
-}
-
 /// The first byte is the controller's answer, the rest the bus's script.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size_bytes)
 {
     if (size_bytes < 2)
         return 0;
+    require(QDir().mkpath(stationpaths::kWork));
     scriptedbus::begin(fuzzing::bytesOf(data + 1, size_bytes - 1));
     UIBackEnd screen;
     {

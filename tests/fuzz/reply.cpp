@@ -29,12 +29,6 @@ void judge(const std::vector<uint8_t>& frame, uint8_t operation)
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
-{
-    fuzzing::silence();
-    return 0;
-}
-
 /// The first byte is the operation that was asked for, the rest the frame that answers it.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size_bytes)
 {

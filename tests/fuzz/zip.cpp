@@ -6,7 +6,6 @@
 #include "system/storagefile.h"
 
 #include <QDir>
-#include <QDirIterator>
 
 #include <fcntl.h>
 #include <zlib.h>
@@ -17,20 +16,6 @@ namespace {
 
 const QString kArchive = QStringLiteral("app.zip");
 const QString kTarget = QStringLiteral("station/dfu");
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    require(file.open(QIODevice::ReadOnly));
-    return file.readAll();
-}
-
-void writeArchive(const QByteArray& bytes)
-{
-    QFile file(kArchive);
-    require(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    require(file.write(bytes) == bytes.size());
-}
 
 QVector<ZipEntry> directory()
 {
@@ -48,7 +33,7 @@ qint64 requireUnpacked(const ZipEntry& entry)
         require(QFileInfo(path).isDir());
         return 0;
     }
-    const QByteArray content = contentOf(path);
+    const QByteArray content = fuzzing::contentOf(path);
     const auto* bytes = reinterpret_cast<const Bytef*>(content.constData());
     require(crc32_z(0, bytes, size_t(content.size())) == entry.crc32);
     require(quint64(content.size()) == entry.unpacked_bytes);
@@ -63,38 +48,25 @@ void requireAllUnpacked()
     require(total_bytes <= ZipExtraction::kMaxUnpackedBytes);
 }
 
-void requireNothingBelow(const QString& folder)
+int entriesIn(const QString& folder)
 {
-    constexpr auto kAll = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
-    require(QDir(folder).entryList(kAll).isEmpty());
-}
-
-/// Neither beside the target nor above it.
-void requireNothingElsewhere()
-{
-    constexpr auto kAll = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
-    require(QDir().entryList(kAll).size() == 2); // the archive and the station
-    require(QDir(QStringLiteral("station")).entryList(kAll).size() <= 1);
+    return QDir(folder)
+        .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)
+        .size();
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
-{
-    fuzzing::silence();
-    fuzzing::enterNewFolder();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size_bytes)
 {
-    writeArchive(fuzzing::bytesOf(data, size_bytes));
+    fuzzing::write(kArchive, fuzzing::bytesOf(data, size_bytes));
     require(QDir().mkdir(QStringLiteral("station")));
     if (ZipExtraction(kTarget).run(kArchive))
         requireAllUnpacked();
     else
-        requireNothingBelow(kTarget);
-    requireNothingElsewhere();
+        require(entriesIn(kTarget) == 0);
+    require(entriesIn(QStringLiteral(".")) == 2); // the archive and the station
+    require(entriesIn(QStringLiteral("station")) <= 1);
     require(QDir(QStringLiteral("station")).removeRecursively());
     return 0;
 }

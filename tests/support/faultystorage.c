@@ -416,10 +416,7 @@ int fsync(int fd)
     return 0; /* no power is lost here but by die() */
 }
 
-int fdatasync(int fd)
-{
-    return fsync(fd);
-}
+int fdatasync(int fd) __attribute__((alias("fsync")));
 
 int rename(const char* from, const char* to)
 {
@@ -559,14 +556,7 @@ int open(const char* path, int flags, ...)
     return open_any(path, flags, mode);
 }
 
-int open64(const char* path, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = (flags & O_CREAT) ? va_arg(arguments, mode_t) : 0;
-    va_end(arguments);
-    return open_any(path, flags, mode);
-}
+int open64(const char* path, int flags, ...) __attribute__((alias("open")));
 
 /*
  * NOLINTEND(readability-inconsistent-declaration-parameter-name)

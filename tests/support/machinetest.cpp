@@ -62,7 +62,7 @@ bool isGood(const Bench& bench, const Expectations& expect)
     return verdict.good();
 }
 
-Scenario quickPods(quint32 least_bytes, quint32 most_bytes)
+Scenario quickPods(quint32 least_bytes, quint32 most_bytes, bool stick)
 {
     Scenario scenario;
     PodPlan plan;
@@ -70,6 +70,7 @@ Scenario quickPods(quint32 least_bytes, quint32 most_bytes)
     plan.bytes_per_second = 0;
     plan.polls_until_charged = 0;
     scenario.plans.fill(plan);
+    scenario.stick.inserted = stick;
     return scenario;
 }
 

@@ -35,7 +35,8 @@ std::unique_ptr<Bench> benchOf(const Computer& computer, const MachineExtras& ex
 /// would be cut.
 bool isGood(const Bench& bench, const Expectations& expect);
 
-/// Pods that are soon read out, for each place; none is plugged. Nothing is on the stick.
-Scenario quickPods(quint32 least_bytes, quint32 most_bytes);
+/// Pods that are soon read out, for each place; none is plugged. Nothing is on the stick, which is
+/// in or out.
+Scenario quickPods(quint32 least_bytes, quint32 most_bytes, bool stick = true);
 
 } // namespace machinetest

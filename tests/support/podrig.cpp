@@ -34,13 +34,6 @@ PodRig::PodRig()
     m_context = std::make_shared<UsbContext>();
 }
 
-QByteArray PodRig::randomBytes(std::mt19937& random, int size_bytes)
-{
-    QByteArray bytes(size_bytes, '\0');
-    std::generate(bytes.begin(), bytes.end(), [&random] { return char(random()); });
-    return bytes;
-}
-
 QByteArray PodRig::word(quint32 value)
 {
     QByteArray bytes(4, '\0');
@@ -60,8 +53,7 @@ bool PodRig::aReplyHoldsEscape(const Package& package, const BootloaderSettings&
 PodRig::Package PodRig::plainPackage(const BootloaderSettings& bootloader, int image_bytes)
 {
     for (unsigned seed = 1; seed <= kMostTries; ++seed) {
-        std::mt19937 random(seed);
-        const QByteArray image = randomBytes(random, image_bytes);
+        const QByteArray image = testfiles::noise(seed, image_bytes);
         Package package{image, InitPacket::describing(image).toBytes()};
         if (!aReplyHoldsEscape(package, bootloader))
             return package;

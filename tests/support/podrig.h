@@ -8,7 +8,6 @@
 #include <QTemporaryDir>
 
 #include <memory>
-#include <random>
 
 /// What pods need around them: the simulated bus under the real libusb of this process, and a
 /// working directory, which an update's package is unpacked to. Made anew for each test, on the
@@ -26,7 +25,6 @@ public:
     Q_DISABLE_COPY_MOVE(PodRig)
     ~PodRig() = default;
 
-    static QByteArray randomBytes(std::mt19937& random, int size_bytes);
     /// Little-endian.
     static QByteArray word(quint32 value);
     /// A byte 0xDB, after which the station deliberately gives an update up.
@@ -37,6 +35,8 @@ public:
     static PodSettings podInBootloader(PodFault fault = PodFault::None);
 
     UsbBus& bus() { return m_bus; }
+    /// Of this process, whose devices these are.
+    libusb_context* context() const { return m_context->get(); }
     UIBackEnd& screen() { return m_screen; }
     /// Waits until libusb has it, or has it no more; no device when that takes too long.
     UsbDeviceRef plug(int slot, const PodSettings& settings);

@@ -48,13 +48,6 @@ const QString kRefusal = QStringLiteral("Not archived:");
 const QString kChangeByte = QStringLiteral("5 corrupt_bio_byte 1000 w 165 0");
 const QString kDrop = QStringLiteral("1 drop_writes");
 
-Scenario scenario()
-{
-    Scenario scenario = quickPods(64 * 1024, 512 * 1024);
-    scenario.stick.inserted = false;
-    return scenario;
-}
-
 QString segment(qint64 from, qint64 to, const QString& target, const QString& how)
 {
     return QStringLiteral("%1 %2 %3 /dev/vda %1 %4")
@@ -71,7 +64,7 @@ void LyingDisk::start()
     MachineExtras extras;
     extras.disk_bytes = kDiskBytes;
     extras.disk_mapped = true;
-    m_bench = benchOf(Computer::desk(), extras, scenario(), m_site);
+    m_bench = benchOf(Computer::desk(), extras, quickPods(64 * 1024, 512 * 1024, false), m_site);
     m_bench->start();
 }
 

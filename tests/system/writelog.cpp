@@ -80,9 +80,7 @@ const QString kDisk = QStringLiteral("disk.img");
 /// Without a stick, which could take what was to be found on the disk.
 Scenario scenario()
 {
-    Scenario scenario = quickPods(16 * 1024, 512 * 1024);
-    scenario.stick.inserted = false;
-    return scenario;
+    return quickPods(16 * 1024, 512 * 1024, false);
 }
 
 BenchSettings benchSettings()

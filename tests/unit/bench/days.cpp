@@ -5,11 +5,11 @@
 #include "bench/servicetimes.h"
 #include "bench/verdict.h"
 #include "common/badinput.h"
+#include "common/files.h"
 #include "privateroot/servedstick.h"
 #include "scenario/scenarioparser.h"
 #include "usbfs/usbbus.h"
 
-#include <QEventLoop>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -28,12 +28,6 @@ Scenario parse(const QByteArray& json)
     return parseScenario(json, QStringLiteral("day.json"), PodPlan());
 }
 
-bool write(const QString& path, const QByteArray& text)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
-}
-
 /// Of a scenario that is played with a program that ends at once in the station's place: nothing is
 /// logged, and no step can touch the screen.
 QStringList problemsOf(const QByteArray& json)
@@ -42,13 +36,7 @@ QStringList problemsOf(const QByteArray& json)
     BenchSettings settings;
     settings.station_program = QStringLiteral("/bin/false");
     Bench bench(settings, scenario);
-    ScenarioRunner runner(bench, scenario, ScenarioRunner::Mode::Unattended);
-    QEventLoop loop;
-    QObject::connect(&runner, &ScenarioRunner::finished, &loop, &QEventLoop::quit,
-                     Qt::QueuedConnection);
-    runner.start();
-    loop.exec();
-    return runner.problems();
+    return ScenarioRunner::playToItsEnd(bench, scenario);
 }
 
 /// Its pods are told by hand what a station would tell them.
@@ -90,6 +78,8 @@ void BenchDaysTest::takesAPodsRecordingAlong()
     rack.setPlan(3, planOfPod(9));
     rack.setPlan(5, planOfPod(9));
     rack.plug(slotSetOf(3));
+    QVERIFY_EXCEPTION_THROWN(rack.plug(slotSetOf(3)), BadInput);
+    QVERIFY_EXCEPTION_THROWN(rack.unplug(slotSetOf(2)), BadInput);
     const KnownRecording first = rack.recordings(slotSetOf(3)).front();
     QVERIFY_EXCEPTION_THROWN(rack.plug(slotSetOf(5)), BadInput); // it is in slot 3
     rack.unplug(slotSetOf(3));
@@ -149,11 +139,11 @@ void BenchDaysTest::looksAtWhatIsNotTheStations()
             {QLatin1String(name), StickItem::Kind::Text, QStringLiteral("mine"), 0});
     ServedStick stick(folder.stick(), folder.control(), plan);
     QVERIFY(QFile::remove(stick.path(QStringLiteral("cmd_gen_backup.txt"))));
-    QVERIFY(write(stick.path(QStringLiteral("QVX_DATAS.cvx")), "new"));
+    writeFile(stick.path(QStringLiteral("QVX_DATAS.cvx")), "new");
     QCOMPARE(stick.disturbed(), QStringList());
     QVERIFY(QFile::remove(stick.path(QStringLiteral("QVX_DATAS_1.cvx"))));
     stick.replace(plan);
-    QVERIFY(write(stick.path(QStringLiteral("photo")), "min"));
+    writeFile(stick.path(QStringLiteral("photo")), "min");
     QStringList disturbed = stick.disturbed();
     disturbed.sort();
     QCOMPARE(disturbed, (QStringList{QStringLiteral("QVX_DATAS_1.cvx"), QStringLiteral("photo")}));

@@ -5,14 +5,10 @@
 #include "common/files.h"
 #include "pod/initpacket.h"
 #include "pod/replyforecast.h"
-#include "support/testfiles.h"
 #include "usbfs/usbbus.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QtTest>
-#include <quazip/JlCompress.h>
 
 namespace {
 
@@ -45,8 +41,6 @@ private slots:
     void makesUpImagesWithTheRepliesWanted();
     void padsAFileOnlyWhereItMust();
     void refusesWhatNoPodHolds();
-    void writesAPackageOfThreeFiles();
-    void preparesPodsToResume_data();
     void preparesPodsToResume();
     void podsKeepTheirFirmware();
 };
@@ -98,54 +92,21 @@ void BenchFirmwareTest::refusesWhatNoPodHolds()
     QVERIFY(refused(planOf(0, false)) && refused(planOf(kFlashBytes + 1, false)));
 }
 
-void BenchFirmwareTest::writesAPackageOfThreeFiles()
-{
-    const QTemporaryDir folder;
-    const QString package = folder.filePath(QStringLiteral("app.zip"));
-    const Firmware firmware = makeFirmware(planOf(9000, false), 1);
-    writePackage(firmware, package);
-    const QStringList files = JlCompress::extractDir(package, folder.path());
-    QCOMPARE(files.size(), 3);
-    const QJsonObject application =
-        QJsonDocument::fromJson(
-            testfiles::contentOf(folder.filePath(QStringLiteral("manifest.json"))))
-            .object()
-            .value(QStringLiteral("manifest"))
-            .toObject()
-            .value(QStringLiteral("application"))
-            .toObject();
-    const auto named = [&](const char* key) {
-        return testfiles::contentOf(
-            folder.filePath(application.value(QLatin1String(key)).toString()));
-    };
-    QCOMPARE(named("bin_file"), firmware.image);
-    QCOMPARE(named("dat_file"), firmware.init_packet);
-    QVERIFY_EXCEPTION_THROWN(writePackage(firmware, QStringLiteral("/proc/app.zip")), BadInput);
-}
-
-void BenchFirmwareTest::preparesPodsToResume_data()
-{
-    QTest::addColumn<int>("at_byte");
-    QTest::addColumn<int>("executed_bytes"); // the rest is half an object
-    QTest::newRow("nothing") << 0 << 0;
-    QTest::newRow("first object") << 1 << 0;
-    QTest::newRow("at an end") << 8192 << 8192;
-    QTest::newRow("behind it") << 8193 << 8192;
-    QTest::newRow("everything") << 16384 << 12288;
-}
-
 void BenchFirmwareTest::preparesPodsToResume()
 {
-    QFETCH(int, at_byte);
-    QFETCH(int, executed_bytes);
-    PodPlan plan;
-    plan.resume_at_byte = quint32(at_byte);
-    PodSettings pod;
     const Firmware firmware = makeFirmware(planOf(16384, false), 1);
-    prepareBootloader(pod, plan, firmware);
-    QVERIFY(pod.flash.in_bootloader);
-    QCOMPARE(pod.flash.image, firmware.image.left(executed_bytes));
-    QCOMPARE(pod.flash.image + pod.bootloader.half_received, firmware.image.left(at_byte));
+    PodPlan plan;
+    PodSettings pod;
+    // Of what has arrived, only whole objects were executed.
+    for (const auto& [at_byte, executed_bytes] :
+         {std::pair(0, 0), {1, 0}, {8192, 8192}, {8193, 8192}, {16384, 12288}}) {
+        plan.resume_at_byte = quint32(at_byte);
+        pod = {};
+        prepareBootloader(pod, plan, firmware);
+        QVERIFY(pod.flash.in_bootloader);
+        QCOMPARE(pod.flash.image, firmware.image.left(executed_bytes));
+        QCOMPARE(pod.flash.image + pod.bootloader.half_received, firmware.image.left(at_byte));
+    }
     QVERIFY_EXCEPTION_THROWN(prepareBootloader(pod, plan, std::nullopt), BadInput);
     plan.resume_at_byte = 16385;
     QVERIFY_EXCEPTION_THROWN(prepareBootloader(pod, plan, firmware), BadInput);

@@ -4,18 +4,19 @@
 #include "archives/backupcheck.h"
 #include "archives/stickcheck.h"
 #include "bench/copypromise.h"
-#include "bench/podrack.h"
 #include "common/badinput.h"
 #include "common/files.h"
 #include "privateroot/servedstick.h"
 #include "site/stationlog.h"
+#include "support/testfiles.h"
 #include "support/zipbytes.h"
-#include "usbfs/usbbus.h"
 
 #include <QCryptographicHash>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
+
+using testfiles::contentOf;
 
 namespace {
 
@@ -49,56 +50,42 @@ class BenchVerdictTest : public QObject
     Q_OBJECT
 
 private slots:
-    void checksArchives_data();
     void checksArchives();
     void seesDamageInsideAnArchive();
     void missesNoEarlierArchive();
     void comparesTheBackup();
     void comparesThePanel();
     void findsUnexpectedLines();
-    void keepsAccountOfPods();
     void holdsThePanelToItsWord();
     void looksAtEveryStick();
     void judgesEveryRunOfTheStation();
 };
 
-void BenchVerdictTest::checksArchives_data()
-{
-    QTest::addColumn<Files>("files");
-    QTest::addColumn<QStringList>("expected");
-    const QPair<QString, QByteArray> a{QStringLiteral("A.ozu"), "aaaa"};
-    const QPair<QString, QByteArray> b{QStringLiteral("B.ozu"), "bbbb"};
-    QTest::newRow("right") << Files{kInfos, b, a} << QStringList();
-    QTest::newRow("second of a pod")
-        << Files{kInfos, a, {QStringLiteral("B.ozu_0"), "bbbb"}} << QStringList();
-    QTest::newRow("missing") << Files{kInfos, a}
-                             << QStringList(QStringLiteral("slot 1: B.ozu (4 bytes) is missing"));
-    QTest::newRow("damaged") << Files{kInfos, a, {QStringLiteral("B.ozu"), "bbbc"}}
-                             << QStringList{
-                                    QStringLiteral("slot 1: B.ozu (4 bytes) is damaged"),
-                                    QStringLiteral("B.ozu is no recording that belongs there")};
-    QTest::newRow("extra") << Files{kInfos, a, b, {QStringLiteral("C.ozu"), "cc"}}
-                           << QStringList(
-                                  QStringLiteral("C.ozu is no recording that belongs there"));
-    QTest::newRow("order") << Files{a, kInfos, b}
-                           << QStringList{
-                                  QStringLiteral("the information file is not the first entry"),
-                                  QStringLiteral("infos.log is no recording that belongs there")};
-}
-
 void BenchVerdictTest::checksArchives()
 {
-    QFETCH(Files, files);
-    QFETCH(QStringList, expected);
+    const QPair<QString, QByteArray> a{QStringLiteral("A.ozu"), "aaaa"};
+    const QPair<QString, QByteArray> b{QStringLiteral("B.ozu"), "bbbb"};
+    const std::vector<KnownRecording> known{recording(0, a.first, a.second),
+                                            recording(1, b.first, b.second)};
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("a.cvx"));
-    writeArchive(path, files);
-    QStringList problems;
-    const auto entries = readArchive(path, problems);
-    QCOMPARE(problems, QStringList());
-    const std::vector<KnownRecording> known{recording(0, QStringLiteral("A.ozu"), "aaaa"),
-                                            recording(1, QStringLiteral("B.ozu"), "bbbb")};
-    QCOMPARE(checkArchive(entries, known, known), expected);
+    const auto check = [&](const Files& files, const char* expected) {
+        writeArchive(path, files);
+        QStringList problems;
+        const auto entries = readArchive(path, problems);
+        QCOMPARE(problems, QStringList());
+        QCOMPARE(checkArchive(entries, known, known).join(u';'), QString::fromLatin1(expected));
+    };
+    check({kInfos, b, a}, "");
+    check({kInfos, a, {QStringLiteral("B.ozu_0"), "bbbb"}}, "");
+    check({kInfos, a}, "slot 1: B.ozu (4 bytes) is missing");
+    check({kInfos, a, {QStringLiteral("B.ozu"), "bbbc"}},
+          "slot 1: B.ozu (4 bytes) is damaged;B.ozu is no recording that belongs there");
+    check({kInfos, a, b, {QStringLiteral("C.ozu"), "cc"}},
+          "C.ozu is no recording that belongs there");
+    check(
+        {a, kInfos, b},
+        "the information file is not the first entry;infos.log is no recording that belongs there");
 }
 
 void BenchVerdictTest::seesDamageInsideAnArchive()
@@ -113,12 +100,8 @@ void BenchVerdictTest::seesDamageInsideAnArchive()
     QCOMPARE(problems.size(), 1);
 
     writeArchive(path, {kInfos, {QStringLiteral("A.ozu"), "recorded"}});
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QByteArray bytes = file.readAll();
-    bytes.replace("recorded", "recorDed"); // the checksum now tells otherwise
-    QVERIFY(file.seek(0) && file.write(bytes) == bytes.size());
-    file.close();
+    // The checksum now tells otherwise.
+    writeFile(path, contentOf(path).replace("recorded", "recorDed"));
     problems.clear();
     const auto entries = readArchive(path, problems);
     QCOMPARE(entries.size(), std::size_t(2));
@@ -169,9 +152,8 @@ void BenchVerdictTest::comparesTheBackup()
     QCOMPARE(checkBackup({{newest.name, {}}, oldest}, one_new, earlier).size(), 1);
 
     const QString backup = folder.filePath(QStringLiteral("backup.zip"));
-    QFile inner(folder.filePath(earlier[0].name));
-    QVERIFY(inner.open(QIODevice::ReadOnly));
-    writeArchive(backup, {{QStringLiteral("datas_1.cvx"), inner.readAll()}});
+    writeArchive(backup,
+                 {{QStringLiteral("datas_1.cvx"), contentOf(folder.filePath(earlier[0].name))}});
     const auto inside = readBackedUpArchives(backup);
     QCOMPARE(inside.size(), std::size_t(2));
     QCOMPARE(inside[1].name, QStringLiteral("EA0000000000000.ozu"));
@@ -201,24 +183,6 @@ void BenchVerdictTest::findsUnexpectedLines()
                                QStringLiteral("==9==ERROR: AddressSanitizer: leak")};
     QCOMPARE(log.unexpected({QStringLiteral("Download exception"), QStringLiteral("LibUsb")}),
              expected);
-}
-
-void BenchVerdictTest::keepsAccountOfPods()
-{
-    UsbBus bus;
-    PodRack rack(bus, 7);
-    rack.plug(firstSlots(2));
-    QVERIFY_EXCEPTION_THROWN(rack.plug(slotSetOf(1)), BadInput);
-    QVERIFY_EXCEPTION_THROWN(rack.unplug(slotSetOf(2)), BadInput);
-    const auto before = rack.recordings(firstSlots(2));
-    QCOMPARE(before.size(), std::size_t(2));
-    QVERIFY(before[0].name != before[1].name);
-    QVERIFY(before[0].sha256 != before[1].sha256);
-
-    rack.unplug(slotSetOf(1));
-    rack.plug(slotSetOf(1)); // never erased: the same pod with the same recording
-    QCOMPARE(rack.recordings(firstSlots(2))[1].sha256, before[1].sha256);
-    QVERIFY(rack.erasedRecordings().empty());
 }
 
 void BenchVerdictTest::holdsThePanelToItsWord()
@@ -282,10 +246,8 @@ void BenchVerdictTest::looksAtEveryStick()
                  {kInfos, {QStringLiteral("B.ozu"), "bbbb"}});
     const QString inner = kept.filePath(QStringLiteral("inner"));
     writeArchive(inner, {kInfos, {QStringLiteral("C.ozu"), "cccc"}});
-    QFile backed_up(inner);
-    QVERIFY(backed_up.open(QIODevice::ReadOnly));
     writeArchive(stick.path(QStringLiteral("backup.zip")),
-                 {{QStringLiteral("datas_1.cvx"), backed_up.readAll()}});
+                 {{QStringLiteral("datas_1.cvx"), contentOf(inner)}});
     stick.replace({});
     QVERIFY(!stick.keeps(QStringLiteral("mine.txt")));
     std::vector<KnownRecording> recordings;
@@ -327,9 +289,7 @@ void BenchVerdictTest::judgesEveryRunOfTheStation()
     expect.station_lacks = QStringList(QStringLiteral("version"));
     expect.exit_code = 1;
     expect.never_run = QStringList(QStringLiteral("lsusb"));
-    QFile tools(bench.folder().control() + QStringLiteral("/tools.log"));
-    QVERIFY(tools.open(QIODevice::WriteOnly) && tools.write("blkid \nlsusb -v\n") > 0);
-    tools.close();
+    writeFile(bench.folder().control() + QStringLiteral("/tools.log"), "blkid \nlsusb -v\n");
     const QStringList problems = judge(bench, expect).problems;
     QVERIFY(problems.contains(
         QStringLiteral("a run of the station before the last ended with exit code 1")));

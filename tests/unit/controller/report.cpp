@@ -19,7 +19,6 @@
 
 using testfiles::contentOf;
 using testfiles::write;
-using testfiles::writeTool;
 
 namespace {
 
@@ -75,15 +74,13 @@ private:
 
 void ControllerReport::initTestCase()
 {
-    QVERIFY(QDir().mkpath(QStringLiteral("/opt/tools")));
-    QVERIFY(writeTool(QStringLiteral("/opt/tools/blkid"), "echo /dev/sda1: TYPE=vfat"));
-    QVERIFY(
-        writeTool(QStringLiteral("/opt/tools/mount"), "exec /bin/mount --bind /opt/stick \"$2\""));
-    QVERIFY(writeTool(QStringLiteral("/opt/tools/umount"), "exec /bin/umount \"$1\""));
-    QVERIFY(writeTool(QStringLiteral("/opt/tools/lsusb"), "echo tree of buses $*"));
-    QVERIFY(writeTool(QStringLiteral("/opt/tools/dmesg"),
-                      "echo 'usb 1-1: new full-speed USB device'; echo 'audit: nothing of ours'"));
-    qputenv("PATH", "/opt/tools:" + qgetenv("PATH"));
+    QVERIFY(testfiles::useTools(
+        QStringLiteral("/opt/tools"),
+        {{"blkid", "echo /dev/sda1: TYPE=vfat"},
+         {"mount", "exec /bin/mount --bind /opt/stick \"$2\""},
+         {"umount", "exec /bin/umount \"$1\""},
+         {"lsusb", "echo tree of buses $*"},
+         {"dmesg", "echo 'usb 1-1: new full-speed USB device'; echo 'audit: nothing of ours'"}}));
 }
 
 void ControllerReport::init()

@@ -67,7 +67,6 @@ private slots:
     void init();
     void cleanupTestCase();
 
-    void isTakenOrLeft_data();
     void isTakenOrLeft();
     void isNoLinkAndNoFolder();
     void noStick();
@@ -99,41 +98,32 @@ void DfuPackage::init()
     g_said.clear();
 }
 
-void DfuPackage::isTakenOrLeft_data()
-{
-    QTest::addColumn<QByteArray>("package");
-    QTest::addColumn<QStringList>("said");
-    const QString none = QStringLiteral("No new firmware");
-    const QStringList invalid{QStringLiteral("Invalid update package"), none};
-    const QStringList not_unzipped{QStringLiteral("Failed to unzip firmware"), none};
-    QTest::newRow("good") << goodPackage() << QStringList(QStringLiteral("New firmware on usbkey"));
-    QTest::newRow("an extra file")
-        << packageOf({"manifest.json", "app.bin", "app.dat", "readme.txt"}) << invalid;
-    QTest::newRow("an extra file, hidden")
-        << packageOf({"manifest.json", "app.bin", "app.dat", ".readme"}) << invalid;
-    QTest::newRow("a folder besides")
-        << packageOf({"manifest.json", "app.bin", "app.dat", "notes/readme.txt"})
-        << QStringList(QStringLiteral("New firmware on usbkey"));
-    QTest::newRow("a file missing") << packageOf({"manifest.json", "app.bin"}) << invalid;
-    QTest::newRow("no manifest") << packageOf({"a", "app.bin", "app.dat"}) << invalid;
-    QTest::newRow("nothing in it") << packageOf({}) << invalid;
-    QTest::newRow("damaged") << goodPackage().chopped(10) << not_unzipped;
-    QTest::newRow("out of its folder")
-        << packageOf({"manifest.json", "app.bin", "../app.dat"}) << not_unzipped;
-}
-
 void DfuPackage::isTakenOrLeft()
 {
-    QFETCH(QByteArray, package);
-    QFETCH(QStringList, said);
-    QVERIFY(write(kPackage, package));
-    const bool taken = said.size() == 1;
-    QCOMPARE(takeFirmware(), taken);
-    QCOMPARE(g_said, said);
-    QCOMPARE(QFile::exists(kPackage), !taken);
-    QCOMPARE(QDir(QStringLiteral("dfu")).entryList(QDir::Files).size(), taken ? 3 : 0);
-    QVERIFY(!QFile::exists(QStringLiteral("app.dat")));
-    QVERIFY(QDir(QStringLiteral("/media/usbkey")).isEmpty());
+    const auto check = [this](const QByteArray& package, const QStringList& said) {
+        init();
+        QVERIFY(write(kPackage, package));
+        const bool taken = said.size() == 1;
+        QCOMPARE(takeFirmware(), taken);
+        QCOMPARE(g_said, said);
+        QCOMPARE(QFile::exists(kPackage), !taken);
+        QCOMPARE(QDir(QStringLiteral("dfu")).entryList(QDir::Files).size(), taken ? 3 : 0);
+        QVERIFY(!QFile::exists(QStringLiteral("app.dat")));
+        QVERIFY(QDir(QStringLiteral("/media/usbkey")).isEmpty());
+    };
+    const QString none = QStringLiteral("No new firmware");
+    const QStringList taken(QStringLiteral("New firmware on usbkey"));
+    const QStringList invalid{QStringLiteral("Invalid update package"), none};
+    const QStringList not_unzipped{QStringLiteral("Failed to unzip firmware"), none};
+    check(goodPackage(), taken);
+    check(packageOf({"manifest.json", "app.bin", "app.dat", "readme.txt"}), invalid);
+    check(packageOf({"manifest.json", "app.bin", "app.dat", ".readme"}), invalid);
+    check(packageOf({"manifest.json", "app.bin", "app.dat", "notes/readme.txt"}), taken);
+    check(packageOf({"manifest.json", "app.bin"}), invalid);
+    check(packageOf({"a", "app.bin", "app.dat"}), invalid);
+    check(packageOf({}), invalid);
+    check(goodPackage().chopped(10), not_unzipped);
+    check(packageOf({"manifest.json", "app.bin", "../app.dat"}), not_unzipped);
 }
 
 void DfuPackage::isNoLinkAndNoFolder()

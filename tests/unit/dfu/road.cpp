@@ -179,8 +179,6 @@ private slots:
 
     void updatedPodComesBackAndCharges();
     void podThatLeavesAndReturns();
-    void updateThatFailsAtOnce();
-    void neverSeenAgain();
     void placeWaitsForTheWorker();
     void silentWorkerIsOverruled();
     void limitOfRestarts();
@@ -252,30 +250,6 @@ void DfuRoad::podThatLeavesAndReturns()
     QCOMPARE(m_rig->bus().report(0).bootloader.resumed_at_byte, 8192U);
     QCOMPARE(m_seen->connection.takeFirst(), QVariantList({0, false}));
     QCOMPARE(station.podsConnected(), 1);
-}
-
-void DfuRoad::updateThatFailsAtOnce()
-{
-    const Station station(m_rig->screen());
-    // The second one in that place must be seen to fail, too.
-    for (int round = 1; round <= 2; ++round) {
-        m_rig->bus().plug(2, PodRig::podInBootloader(PodFault::MtuTiny));
-        QTRY_COMPARE_WITH_TIMEOUT(m_seen->progress.size(), round, kPatientMs);
-        QCOMPARE(m_seen->progress.last(), QVariantList({2, -2}));
-        m_rig->bus().unplug(2);
-        QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), round, kPatientMs);
-        QCOMPARE(m_seen->connection.last(), QVariantList({2, false}));
-    }
-}
-
-void DfuRoad::neverSeenAgain()
-{
-    const Station station(m_rig->screen(), kShortLimit);
-    m_rig->bus().plug(1, PodRig::podInBootloader(PodFault::FirmwareAbsent));
-    QTRY_COMPARE_WITH_TIMEOUT(m_seen->connection.size(), 1, kPatientMs);
-    QCOMPARE(m_seen->connection.last(), QVariantList({1, false}));
-    QVERIFY(m_rig->updated(1, m_package));
-    QCOMPARE(station.podsConnected(), 0);
 }
 
 /// A pod in its bootloader, which has failed when this returns: its worker is idle. Another device

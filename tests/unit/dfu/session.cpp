@@ -3,6 +3,7 @@
 #include "main/pod.h"
 #include "pod/initpacket.h"
 #include "support/podrig.h"
+#include "support/testfiles.h"
 #include "utils/libusbutils.h"
 
 #include <QDir>
@@ -58,8 +59,8 @@ class DfuSession : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { m_rig = std::make_unique<PodRig>(); }
+    void cleanup() { m_rig.reset(); }
 
     void anyImageArrivesWhole();
     void longestWriteFitsTheMtu();
@@ -67,38 +68,28 @@ private slots:
     void faultyBootloaders();
     void resumes_data();
     void resumes();
-    void cannotResume_data();
     void cannotResume();
     void halfAnInitPacketIsSentAgainInFull();
-    void foreignInitPacketsAreReplaced_data();
     void foreignInitPacketsAreReplaced();
     void largeFilesAreNotHeldInMemory_data();
     void largeFilesAreNotHeldInMemory();
     void packagesWithoutAnImage_data();
     void packagesWithoutAnImage();
+    void stopRequestEndsAnUpdate_data();
     void stopRequestEndsAnUpdate();
-    void stopRequestEndsAReplyInDrops();
     void updatesLeaveNothingOpen();
 
 private:
-    static QByteArray
-    update(Pod& pod, std::chrono::milliseconds reply_limit = DfuTransportSerial::kReplyLimit);
+    using Limit = std::chrono::milliseconds;
+    static QByteArray update(Pod& pod, Limit reply_limit = DfuTransportSerial::kReplyLimit);
+    QByteArray update(const PodSettings& settings, const PodRig::Package& package,
+                      Limit reply_limit = DfuTransportSerial::kReplyLimit);
 
     std::unique_ptr<PodRig> m_rig;
 };
 
-void DfuSession::init()
-{
-    m_rig = std::make_unique<PodRig>();
-}
-
-void DfuSession::cleanup()
-{
-    m_rig.reset();
-}
-
 /// The text of its failure; empty when it went well.
-QByteArray DfuSession::update(Pod& pod, std::chrono::milliseconds reply_limit)
+QByteArray DfuSession::update(Pod& pod, Limit reply_limit)
 {
     UsbHandle handle;
     LibUsbUtils().configACM(pod.getDev(), handle.receive());
@@ -116,6 +107,15 @@ QByteArray DfuSession::update(Pod& pod, std::chrono::milliseconds reply_limit)
     return {};
 }
 
+/// The same of a pod that is plugged in now.
+QByteArray DfuSession::update(const PodSettings& settings, const PodRig::Package& package,
+                              Limit reply_limit)
+{
+    PodRig::unpack(package);
+    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
+    return update(pod, reply_limit);
+}
+
 void DfuSession::anyImageArrivesWhole()
 {
     constexpr int kCases = 300;
@@ -129,15 +129,13 @@ void DfuSession::anyImageArrivesWhole()
         const int chunk_bytes = (settings.bootloader.mtu_bytes - 1) / 2 - 1;
         const int most_bytes =
             std::min(chunk_bytes * 25, int(settings.bootloader.limits.data_bytes) * 6);
-        PodRig::Package package{PodRig::randomBytes(random, upTo(most_bytes)), {}};
+        PodRig::Package package{testfiles::noise(quint32(random()), upTo(most_bytes)), {}};
         package.init =
-            InitPacket::describing(package.image, PodRig::randomBytes(random, upTo(400))).toBytes();
-        PodRig::unpack(package);
+            InitPacket::describing(package.image, testfiles::noise(quint32(random()), upTo(400)))
+                .toBytes();
         const bool escaped = PodRig::aReplyHoldsEscape(package, settings.bootloader);
-
-        Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
         const QByteArray failure =
-            update(pod, escaped ? kShortWait : DfuTransportSerial::kReplyLimit);
+            update(settings, package, escaped ? kShortWait : DfuTransportSerial::kReplyLimit);
         QVERIFY2(failure.isEmpty() != escaped, failure);
         QCOMPARE(m_rig->updated(kSlot, package), !escaped);
         QCOMPARE(escaped ? 0 : m_rig->refusals(kSlot), 0);
@@ -155,9 +153,7 @@ void DfuSession::longestWriteFitsTheMtu()
     PodRig::Package package{QByteArray(300, '\xC0'), {}};
     package.init = InitPacket::describing(package.image).toBytes();
     QVERIFY(!PodRig::aReplyHoldsEscape(package, settings.bootloader));
-    PodRig::unpack(package);
-    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
-    QCOMPARE(update(pod), QByteArray());
+    QCOMPARE(update(settings, package), QByteArray());
     QVERIFY(m_rig->updated(kSlot, package));
     QCOMPARE(m_rig->refusals(kSlot), 0);
     // 115200 bits a second, 8 data bits, no parity, 1 stop bit; DTR and RTS.
@@ -196,10 +192,9 @@ void DfuSession::faultyBootloaders()
     if (fault == PodFault::ObjectSizeOdd)
         effective.limits.data_bytes = 1000;
     const PodRig::Package package = PodRig::plainPackage(effective);
-    PodRig::unpack(package);
-    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
     const bool unending = fault == PodFault::ReplyLost || fault == PodFault::ReplyInDrops;
-    QCOMPARE(update(pod, unending ? kShortWait : DfuTransportSerial::kReplyLimit), failure);
+    QCOMPARE(update(settings, package, unending ? kShortWait : DfuTransportSerial::kReplyLimit),
+             failure);
     // Of a pod that leaves unheard the station cannot know that it has everything.
     QCOMPARE(m_rig->updated(kSlot, package), failure.isEmpty() || fault == PodFault::LeavesUnheard);
 }
@@ -247,35 +242,27 @@ void DfuSession::resumes()
     QCOMPARE(m_rig->refusals(kSlot), 0);
 }
 
-void DfuSession::cannotResume_data()
-{
-    QTest::addColumn<int>("executed_bytes");
-    QTest::addColumn<int>("half_bytes");
-    QTest::addColumn<int>("image_bytes");
-    // The rule goes on at the remainder itself, where the bootloader is not.
-    QTest::newRow("other bytes") << 4096 << 1000 << 20'000;
-    QTest::newRow("other bytes, whole objects") << 8192 << 0 << 20'000;
-    // And when the remainder is the whole image, there is nothing to go on with.
-    QTest::newRow("as many bytes of another image") << 0 << 1000 << 1000;
-    QTest::newRow("an empty image") << 0 << 0 << 0;
-}
-
 void DfuSession::cannotResume()
 {
-    QFETCH(int, executed_bytes);
-    QFETCH(int, half_bytes);
-    QFETCH(int, image_bytes);
-    PodSettings settings = PodRig::podInBootloader();
-    PodRig::Package package = PodRig::plainPackage(settings.bootloader, std::max(image_bytes, 1));
-    settings.flash.init_packet = package.init;
-    settings.flash.image = QByteArray(executed_bytes, 'g');
-    settings.bootloader.half_received = QByteArray(half_bytes, 'g');
-    package.image.truncate(image_bytes);
-    PodRig::unpack(package);
-
-    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
-    QCOMPARE(update(pod), QByteArray("Failed to send firmware"));
-    QVERIFY(!m_rig->updated(kSlot, package));
+    const auto check = [this](const char* what, int executed_bytes, int half_bytes,
+                              int image_bytes) {
+        PodSettings settings = PodRig::podInBootloader();
+        PodRig::Package package =
+            PodRig::plainPackage(settings.bootloader, std::max(image_bytes, 1));
+        settings.flash.init_packet = package.init;
+        settings.flash.image = QByteArray(executed_bytes, 'g');
+        settings.bootloader.half_received = QByteArray(half_bytes, 'g');
+        package.image.truncate(image_bytes);
+        QVERIFY2(update(settings, package) == "Failed to send firmware", what);
+        QVERIFY2(!m_rig->updated(kSlot, package), what);
+        m_rig->unplug(kSlot);
+    };
+    // The rule goes on at the remainder itself, where the bootloader is not.
+    check("other bytes", 4096, 1000, 20'000);
+    check("other bytes, whole objects", 8192, 0, 20'000);
+    // And when the remainder is the whole image, there is nothing to go on with.
+    check("as many bytes of another image", 0, 1000, 1000);
+    check("an empty image", 0, 0, 0);
 }
 
 void DfuSession::halfAnInitPacketIsSentAgainInFull()
@@ -306,25 +293,17 @@ void DfuSession::halfAnInitPacketIsSentAgainInFull()
     QVERIFY(m_rig->refusals(kSlot) > 0);
 }
 
-void DfuSession::foreignInitPacketsAreReplaced_data()
-{
-    QTest::addColumn<int>("more_bytes"); // than the package's, in the pod
-    QTest::newRow("as long") << 0;
-    QTest::newRow("shorter") << -5;
-    QTest::newRow("longer") << 5;
-}
-
 void DfuSession::foreignInitPacketsAreReplaced()
 {
-    QFETCH(int, more_bytes);
-    PodSettings settings = PodRig::podInBootloader();
-    PodRig::Package package = PodRig::plainPackage(settings.bootloader);
-    package.init = InitPacket::describing(package.image, "version 2").toBytes();
-    settings.flash.init_packet = QByteArray(package.init.size() + more_bytes, 'f');
-    PodRig::unpack(package);
-    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
-    QCOMPARE(update(pod), QByteArray());
-    QVERIFY(m_rig->updated(kSlot, package));
+    for (const int more_bytes : {0, -5, 5}) { // than the package's, in the pod
+        PodSettings settings = PodRig::podInBootloader();
+        PodRig::Package package = PodRig::plainPackage(settings.bootloader);
+        package.init = InitPacket::describing(package.image, "version 2").toBytes();
+        settings.flash.init_packet = QByteArray(package.init.size() + more_bytes, 'f');
+        QCOMPARE(update(settings, package), QByteArray());
+        QVERIFY(m_rig->updated(kSlot, package));
+        m_rig->unplug(kSlot);
+    }
 }
 
 void DfuSession::largeFilesAreNotHeldInMemory_data()
@@ -379,36 +358,34 @@ void DfuSession::packagesWithoutAnImage()
     QCOMPARE(shown.size(), 1);
 }
 
+void DfuSession::stopRequestEndsAnUpdate_data()
+{
+    QTest::addColumn<PodFault>("fault");
+    QTest::newRow("before it begins") << PodFault::None;
+    QTest::newRow("within a reply in drops") << PodFault::ReplyInDrops;
+}
+
 void DfuSession::stopRequestEndsAnUpdate()
 {
-    const PodSettings settings = PodRig::podInBootloader();
+    QFETCH(PodFault, fault);
+    const bool at_once = fault == PodFault::None;
+    const PodSettings settings = PodRig::podInBootloader(fault);
     PodRig::unpack(PodRig::plainPackage(settings.bootloader));
     Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
     QByteArray failure;
     const std::unique_ptr<QThread> worker(QThread::create([&] {
-        QThread::currentThread()->requestInterruption();
+        if (at_once)
+            QThread::currentThread()->requestInterruption();
         failure = update(pod);
     }));
     worker->start();
-    QVERIFY(worker->wait());
-    QCOMPARE(failure, QByteArray("Update interrupted"));
-    QCOMPARE(m_rig->bus().report(kSlot).bootloader.bus_bytes, quint64(0));
-}
-
-void DfuSession::stopRequestEndsAReplyInDrops()
-{
-    const PodSettings settings = PodRig::podInBootloader(PodFault::ReplyInDrops);
-    PodRig::unpack(PodRig::plainPackage(settings.bootloader));
-    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
-    QByteArray failure;
-    const std::unique_ptr<QThread> worker(QThread::create([&] { failure = update(pod); }));
-    worker->start();
-    // Its first request is out: what it does next is to read.
-    while (m_rig->bus().report(kSlot).bootloader.bus_bytes == 0)
+    // Once its first request is out, what it does next is to read.
+    while (!at_once && m_rig->bus().report(kSlot).bootloader.bus_bytes == 0)
         QThread::yieldCurrentThread();
     worker->requestInterruption();
     QVERIFY(worker->wait());
     QCOMPARE(failure, QByteArray("Update interrupted"));
+    QCOMPARE(m_rig->bus().report(kSlot).bootloader.bus_bytes == 0, at_once);
 }
 
 void DfuSession::updatesLeaveNothingOpen()

@@ -60,9 +60,7 @@ class HandoverTest : public QObject
 private slots:
     void init();
     void flushesWhatItLeaves();
-    void files_data();
     void files();
-    void stepFails_data();
     void stepFails();
 
 private:
@@ -102,67 +100,52 @@ void HandoverTest::flushesWhatItLeaves()
     QCOMPARE(handover.flushed, QStringList({kAside, kPending, QString()}));
 }
 
-void HandoverTest::files_data()
-{
-    QTest::addColumn<Files>("before");
-    QTest::addColumn<Files>("after");
-
-    const QString current;
-    QTest::newRow("nothing pending") << Files{{current, "1"}} << Files{{current, "1"}};
-    QTest::newRow("nothing pending, a safety copy lies about")
-        << Files{{current, "1"}, {kAside, "0"}} << Files{{current, "1"}, {kAside, "0"}};
-    QTest::newRow("empty directory") << Files{} << Files{};
-    QTest::newRow("pending") << Files{{current, "1"}, {kPending, "2"}} << Files{{current, "2"}};
-    QTest::newRow("pending after a hand-over that was cut short")
-        << Files{{current, "1"}, {kPending, "2"}, {kAside, "0"}} << Files{{current, "2"}};
-    QTest::newRow("no launcher to set aside") << Files{{kPending, "2"}} << Files{{kPending, "2"}};
-    QTest::newRow("cut short between the removal and the rename")
-        << Files{{kPending, "2"}, {kAside, "1"}} << Files{{current, "2"}};
-}
-
 void HandoverTest::files()
 {
-    QFETCH(Files, before);
-    place(before);
-
-    LauncherHandover(path()).run();
-
-    QTEST(found(), "after");
-}
-
-void HandoverTest::stepFails_data()
-{
-    QTest::addColumn<QString>("step");
-    QTest::addColumn<Files>("after");
-
+    const auto check = [this](const char* what, const Files& before, const Files& after) {
+        init();
+        place(before);
+        LauncherHandover(path()).run();
+        QVERIFY2(found() == after, what);
+    };
     const QString current;
-    const Files all{{current, "1"}, {kPending, "2"}, {kAside, "1"}};
-    QTest::newRow("copy aside") << "copy" << Files{{current, "1"}, {kPending, "2"}};
-    QTest::newRow("flush of the safety copy") << kAside << all;
-    QTest::newRow("flush of the new launcher") << kPending << all;
-    QTest::newRow("remove") << "remove" << all;
-    QTest::newRow("rename") << "rename" << all;
-    QTest::newRow("rename, and the restoring copy at first") << "restore" << all;
+    check("nothing pending", {{current, "1"}}, {{current, "1"}});
+    check("nothing pending, a safety copy lies about", {{current, "1"}, {kAside, "0"}},
+          {{current, "1"}, {kAside, "0"}});
+    check("empty directory", {}, {});
+    check("pending", {{current, "1"}, {kPending, "2"}}, {{current, "2"}});
+    check("pending after a hand-over that was cut short",
+          {{current, "1"}, {kPending, "2"}, {kAside, "0"}}, {{current, "2"}});
+    check("no launcher to set aside", {{kPending, "2"}}, {{kPending, "2"}});
+    check("cut short between the removal and the rename", {{kPending, "2"}, {kAside, "1"}},
+          {{current, "2"}});
 }
 
 void HandoverTest::stepFails()
 {
-    QFETCH(QString, step);
-    place({{QString(), "1"}, {kPending, "2"}});
-    FailingHandover handover(path());
-    handover.copy_aside_fails = step == QLatin1String("copy");
-    handover.remove_fails = step == QLatin1String("remove");
-    handover.rename_fails = step == QLatin1String("rename") || step == QLatin1String("restore");
-    if (step == kAside || step == kPending)
-        handover.failing_flush = step;
-    handover.failing_restores = step == QLatin1String("restore") ? 1000 : 0;
+    const QString current;
+    const Files all{{current, "1"}, {kPending, "2"}, {kAside, "1"}};
+    for (const QString& step : {QStringLiteral("copy"), kAside, kPending, QStringLiteral("remove"),
+                                QStringLiteral("rename"), QStringLiteral("restore")}) {
+        init();
+        place({{current, "1"}, {kPending, "2"}});
+        FailingHandover handover(path());
+        handover.copy_aside_fails = step == QLatin1String("copy");
+        handover.remove_fails = step == QLatin1String("remove");
+        handover.rename_fails = step == QLatin1String("rename") || step == QLatin1String("restore");
+        if (step == kAside || step == kPending)
+            handover.failing_flush = step;
+        handover.failing_restores = step == QLatin1String("restore") ? 1000 : 0;
 
-    handover.run();
-    QTEST(found(), "after");
+        handover.run();
+        const Files expected =
+            handover.copy_aside_fails ? Files{{current, "1"}, {kPending, "2"}} : all;
+        QVERIFY2(found() == expected, qPrintable(step));
 
-    // Whatever failed, the next start completes the replacement.
-    LauncherHandover(path()).run();
-    QCOMPARE(found(), (Files{{QString(), "2"}}));
+        // Whatever failed, the next start completes the replacement.
+        LauncherHandover(path()).run();
+        QCOMPARE(found(), (Files{{current, "2"}}));
+    }
 }
 
 QTEST_APPLESS_MAIN(HandoverTest)

@@ -29,6 +29,8 @@ QByteArray outputOf(const std::function<void()>& write)
     return file.readAll();
 }
 
+const QMessageLogContext kNowhere;
+
 } // namespace
 
 class LoggerTest : public QObject
@@ -36,46 +38,28 @@ class LoggerTest : public QObject
     Q_OBJECT
 
 private slots:
-    void line_data();
     void line();
     void linesOfManyThreadsStayWhole();
 };
 
-void LoggerTest::line_data()
-{
-    QTest::addColumn<int>("type");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QByteArray>("written");
-
-    const QString text = QStringLiteral("Pods to sync: 3");
-    QTest::newRow("debug") << int(QtDebugMsg) << text << QByteArray("[DEBUG]: Pods to sync: 3\n");
-    QTest::newRow("info") << int(QtInfoMsg) << text << QByteArray("[INFO]: Pods to sync: 3\n");
-    QTest::newRow("warning") << int(QtWarningMsg) << text
-                             << QByteArray("[WARNING]: Pods to sync: 3\n");
-    QTest::newRow("critical") << int(QtCriticalMsg) << text
-                              << QByteArray("[CRITICAL]: Pods to sync: 3\n");
-    QTest::newRow("fatal returns")
-        << int(QtFatalMsg) << text << QByteArray("[FATAL]: Pods to sync: 3\n");
-    QTest::newRow("unknown type") << 5 << text << QByteArray();
-    QTest::newRow("empty message") << int(QtInfoMsg) << QString() << QByteArray("[INFO]: \n");
-    QTest::newRow("UTF-8") << int(QtDebugMsg) << QStringLiteral(u"cl\u00e9 %1")
-                           << QByteArray("[DEBUG]: cl\xc3\xa9 %1\n");
-}
-
 void LoggerTest::line()
 {
-    QFETCH(int, type);
-    QFETCH(QString, message);
-
-    const QByteArray plain = outputOf(
-        [&] { corvaneLogger(static_cast<QtMsgType>(type), QMessageLogContext(), message); });
-    const QByteArray located = outputOf([&] {
-        const QMessageLogContext context("pod.cpp", 12, "void Pod::tasks()", "default");
-        corvaneLogger(static_cast<QtMsgType>(type), context, message);
-    });
-
-    QTEST(plain, "written");
-    QTEST(located, "written");
+    const QMessageLogContext located("pod.cpp", 12, "void Pod::tasks()", "default");
+    const auto written = [&located](int type, const char* message, const char* expected) {
+        for (const QMessageLogContext* context : {&kNowhere, &located})
+            QCOMPARE(outputOf([&] {
+                         corvaneLogger(QtMsgType(type), *context, QString::fromUtf8(message));
+                     }),
+                     QByteArray(expected));
+    };
+    written(QtDebugMsg, "Pods to sync: 3", "[DEBUG]: Pods to sync: 3\n");
+    written(QtInfoMsg, "Pods to sync: 3", "[INFO]: Pods to sync: 3\n");
+    written(QtWarningMsg, "Pods to sync: 3", "[WARNING]: Pods to sync: 3\n");
+    written(QtCriticalMsg, "Pods to sync: 3", "[CRITICAL]: Pods to sync: 3\n");
+    written(QtFatalMsg, "it returns", "[FATAL]: it returns\n");
+    written(5, "of no type", "");
+    written(QtInfoMsg, "", "[INFO]: \n");
+    written(QtDebugMsg, "cl\xc3\xa9 %1", "[DEBUG]: cl\xc3\xa9 %1\n");
 }
 
 void LoggerTest::linesOfManyThreadsStayWhole()

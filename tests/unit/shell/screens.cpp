@@ -44,15 +44,11 @@ private slots:
 
     void startUp();
     void gaugesStandRowByRow();
-    void gauge_data();
     void gauge();
     void chargedPodStopsPulsing();
     void drawsAtItsPaceAndOnlyChanges();
-    void unpluggedPlaceEmpties_data();
     void unpluggedPlaceEmpties();
-    void nextPodIsNotPaintedOver_data();
     void nextPodIsNotPaintedOver();
-    void panel_data();
     void panel();
     void updateCodesShowNothing();
     void hiddenAreaQuits();
@@ -177,62 +173,51 @@ void ScreensTest::gaugesStandRowByRow()
     }
 }
 
-void ScreensTest::gauge_data()
+void ScreensTest::gauge()
 {
-    QTest::addColumn<QByteArray>("setter");
-    QTest::addColumn<int>("value");
-    QTest::addColumn<QColor>("fill");
-    QTest::addColumn<double>("val");
-    QTest::addColumn<int>("rows");
-
     const QByteArray sync("setPodSyncProgress");
     const QByteArray update("setPodUpdateProgress");
     const QByteArray charge("setChargingState");
     const QColor none(Qt::white);
     const QColor too_little;
-    QTest::newRow("sync 0") << sync << 0 << kDownloading << 0.1 << 3;
-    QTest::newRow("sync 5") << sync << 5 << kDownloading << 0.1 << 3;
-    QTest::newRow("sync 50") << sync << 50 << kDownloading << 0.5 << 16;
-    QTest::newRow("sync 100") << sync << 100 << kDownloading << 1.0 << 31;
-    QTest::newRow("sync done") << sync << 101 << kDone << 1.0 << 31;
-    QTest::newRow("digest wrong") << sync << -1 << kDownloading << 0.1 << 3;
-    QTest::newRow("failure") << sync << -2 << kDownloading << 0.1 << 3;
-    QTest::newRow("update 0") << update << 0 << none << 0.0 << 0;
-    QTest::newRow("update 5") << update << 5 << too_little << 0.05 << 1;
-    QTest::newRow("update 50") << update << 50 << kUpdating << 0.5 << 16;
-    QTest::newRow("update done") << update << 101 << kDone << 1.0 << 31;
-    QTest::newRow("charged") << charge << 2 << kDone << 1.0 << 31;
-}
+    int idx = -1;
+    const auto check = [&](const QByteArray& setter, int value, const QColor& fill, double val,
+                           int rows) {
+        ++idx; // A fresh place for each.
+        QMap<int, QVariantList> others;
+        for (int other = 0; other < kGaugeCount; ++other)
+            if (other != idx)
+                others.insert(other, state(other));
 
-void ScreensTest::gauge()
-{
-    QFETCH(QByteArray, setter);
-    QFETCH(int, value);
-    QFETCH(QColor, fill);
-    QFETCH(double, val);
-    QFETCH(int, rows);
-    static int next_idx = 0;
-    const int idx = next_idx++; // A fresh place for each row.
-    QMap<int, QVariantList> others;
-    for (int other = 0; other < kGaugeCount; ++other)
-        if (other != idx)
-            others.insert(other, state(other));
+        m_back_end.setPodConnection(idx, true);
+        QCOMPARE(look(idx).border, kPluggedBorder);
+        QCOMPARE(look(idx).filled_rows, 0);
+        QMetaObject::invokeMethod(&m_back_end, setter.constData(), Q_ARG(int, idx),
+                                  Q_ARG(int, value));
 
-    m_back_end.setPodConnection(idx, true);
-    QCOMPARE(look(idx).border, kPluggedBorder);
-    QCOMPARE(look(idx).filled_rows, 0);
-    QMetaObject::invokeMethod(&m_back_end, setter.constData(), Q_ARG(int, idx), Q_ARG(int, value));
-
-    const Look seen = look(idx);
-    QCOMPARE(m_gauges[idx]->property("border_color").toString(), QStringLiteral("dark"));
-    QCOMPARE(m_gauges[idx]->property("val").toDouble(), val);
-    QCOMPARE(seen.border, kPluggedBorder);
-    QVERIFY2(qAbs(seen.filled_rows - rows) <= 1, QByteArray::number(seen.filled_rows));
-    if (fill.isValid())
-        QCOMPARE(seen.fill, fill);
-    QVERIFY(!seen.bolt);
-    for (auto it = others.cbegin(); it != others.cend(); ++it)
-        QCOMPARE(state(it.key()), it.value());
+        const Look seen = look(idx);
+        QCOMPARE(m_gauges[idx]->property("border_color").toString(), QStringLiteral("dark"));
+        QCOMPARE(m_gauges[idx]->property("val").toDouble(), val);
+        QCOMPARE(seen.border, kPluggedBorder);
+        QVERIFY2(qAbs(seen.filled_rows - rows) <= 1, setter + QByteArray::number(value));
+        if (fill.isValid())
+            QCOMPARE(seen.fill, fill);
+        QVERIFY(!seen.bolt);
+        for (auto it = others.cbegin(); it != others.cend(); ++it)
+            QCOMPARE(state(it.key()), it.value());
+    };
+    check(sync, 0, kDownloading, 0.1, 3);
+    check(sync, 5, kDownloading, 0.1, 3);
+    check(sync, 50, kDownloading, 0.5, 16);
+    check(sync, 100, kDownloading, 1.0, 31);
+    check(sync, 101, kDone, 1.0, 31);
+    check(sync, -1, kDownloading, 0.1, 3);
+    check(sync, -2, kDownloading, 0.1, 3);
+    check(update, 0, none, 0.0, 0);
+    check(update, 5, too_little, 0.05, 1);
+    check(update, 50, kUpdating, 0.5, 16);
+    check(update, 101, kDone, 1.0, 31);
+    check(charge, 2, kDone, 1.0, 31);
 }
 
 void ScreensTest::chargedPodStopsPulsing()
@@ -280,109 +265,85 @@ void ScreensTest::drawsAtItsPaceAndOnlyChanges()
     QTRY_VERIFY_WITH_TIMEOUT(!m_clock.isRunning(), kAnimationLimitMs);
 }
 
-void ScreensTest::unpluggedPlaceEmpties_data()
-{
-    QTest::addColumn<int>("idx");
-    QTest::addColumn<bool>("charging");
-    QTest::newRow("while downloading") << 21 << false;
-    QTest::newRow("while charging") << 22 << true;
-}
-
 void ScreensTest::unpluggedPlaceEmpties()
 {
-    QFETCH(int, idx);
-    QFETCH(bool, charging);
     const QVariantList never_used = state(29);
-    if (charging)
-        plugAndCharge(idx);
-    m_back_end.setPodConnection(idx, true);
-    m_back_end.setPodSyncProgress(idx, 70);
+    for (const auto& [idx, charging] : {std::pair(21, false), {22, true}}) {
+        if (charging)
+            plugAndCharge(idx);
+        m_back_end.setPodConnection(idx, true);
+        m_back_end.setPodSyncProgress(idx, 70);
 
-    unplugAndAwaitEmptying(idx);
+        unplugAndAwaitEmptying(idx);
 
-    const Look seen = look(idx);
-    QCOMPARE(seen.border, kEmptyBorder);
-    QCOMPARE(seen.filled_rows, 0);
-    QVERIFY(!seen.bolt);
-    QCOMPARE(state(idx), never_used);
+        const Look seen = look(idx);
+        QCOMPARE(seen.border, kEmptyBorder);
+        QCOMPARE(seen.filled_rows, 0);
+        QVERIFY(!seen.bolt);
+        QCOMPARE(state(idx), never_used);
 
-    // The next pod in the place starts from nothing.
-    m_back_end.setPodConnection(idx, true);
-    QCOMPARE(look(idx).filled_rows, 0);
-    m_back_end.setPodSyncProgress(idx, 30);
-    QCOMPARE(look(idx).fill, kDownloading);
-}
-
-void ScreensTest::nextPodIsNotPaintedOver_data()
-{
-    QTest::addColumn<int>("idx");
-    QTest::addColumn<bool>("charging");
-    QTest::addColumn<bool>("fading");
-    QTest::newRow("downloading, swapped at once") << 23 << false << false;
-    QTest::newRow("downloading, swapped while fading") << 24 << false << true;
-    QTest::newRow("charging, swapped at once") << 25 << true << false;
-    QTest::newRow("charging, swapped while fading") << 26 << true << true;
+        // The next pod in the place starts from nothing.
+        m_back_end.setPodConnection(idx, true);
+        QCOMPARE(look(idx).filled_rows, 0);
+        m_back_end.setPodSyncProgress(idx, 30);
+        QCOMPARE(look(idx).fill, kDownloading);
+    }
 }
 
 void ScreensTest::nextPodIsNotPaintedOver()
 {
-    QFETCH(int, idx);
-    QFETCH(bool, charging);
-    QFETCH(bool, fading);
-    if (charging)
-        plugAndCharge(idx);
-    m_back_end.setPodConnection(idx, true);
-    m_back_end.setPodSyncProgress(idx, 60);
-    QSignalSpy faded(m_gauges[idx], SIGNAL(border_colorChanged()));
-    m_back_end.setPodConnection(idx, false);
-    if (fading)
-        QTRY_VERIFY_WITH_TIMEOUT(faded.size() >= 2, kAnimationLimitMs);
+    int idx = 23;
+    // Swapped at once, and while its gauge fades.
+    for (const auto& [charging, fading] :
+         {std::pair(false, false), {false, true}, {true, false}, {true, true}}) {
+        if (charging)
+            plugAndCharge(idx);
+        m_back_end.setPodConnection(idx, true);
+        m_back_end.setPodSyncProgress(idx, 60);
+        QSignalSpy faded(m_gauges[idx], SIGNAL(border_colorChanged()));
+        m_back_end.setPodConnection(idx, false);
+        if (fading)
+            QTRY_VERIFY_WITH_TIMEOUT(faded.size() >= 2, kAnimationLimitMs);
 
-    m_back_end.setPodConnection(idx, true);
-    m_back_end.setPodSyncProgress(idx, 40);
+        m_back_end.setPodConnection(idx, true);
+        m_back_end.setPodSyncProgress(idx, 40);
 
-    for (const char* animation : {"emptying", "pulse"})
-        QVERIFY(!m_gauges[idx]
-                     ->findChild<QObject*>(QLatin1String(animation))
-                     ->property("running")
-                     .toBool());
-    const Look seen = look(idx);
-    QCOMPARE(seen.border, kPluggedBorder);
-    QCOMPARE(seen.fill, kDownloading);
-    QVERIFY(qAbs(seen.filled_rows - 12) <= 1);
-    QVERIFY(!seen.bolt);
-}
-
-void ScreensTest::panel_data()
-{
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("picture");
-    // In this order no code equals the one before; the back end starts with 0.
-    QTest::newRow("unknown at start") << 7 << "addpod";
-    QTest::newRow("copied") << 0 << "syncOK";
-    QTest::newRow("synchronising") << -1 << "sync";
-    QTest::newRow("no stick") << 1 << "plugUSB";
-    QTest::newRow("copy failed") << -2 << "cross_mark";
-    QTest::newRow("copied, other code") << 3 << "syncOK";
-    QTest::newRow("waiting") << 2 << "addpod";
-    QTest::newRow("unknown") << 8 << "addpod";
+        for (const char* animation : {"emptying", "pulse"})
+            QVERIFY(!m_gauges[idx]
+                         ->findChild<QObject*>(QLatin1String(animation))
+                         ->property("running")
+                         .toBool());
+        const Look seen = look(idx++);
+        QCOMPARE(seen.border, kPluggedBorder);
+        QCOMPARE(seen.fill, kDownloading);
+        QVERIFY(qAbs(seen.filled_rows - 12) <= 1);
+        QVERIFY(!seen.bolt);
+    }
 }
 
 void ScreensTest::panel()
 {
-    QFETCH(int, code);
-    QFETCH(QString, picture);
-    m_back_end.setSyncDone(code);
-
     QQuickItem* shown = itemNamed(m_window->contentItem(), "picture");
-    QCOMPARE(shown->property("source").toUrl().path(), QStringLiteral("/img/%1.png").arg(picture));
-    const QRect area = shown->mapRectToScene(shown->boundingRect()).toRect();
-    QImage expected(QStringLiteral(":/img/%1.png").arg(picture));
-    QCOMPARE(expected.size(), area.size());
-    QImage on_white(area.size(), QImage::Format_RGB32);
-    on_white.fill(Qt::white);
-    QPainter(&on_white).drawImage(0, 0, expected);
-    QCOMPARE(shot().copy(area), on_white);
+    // In this order no code equals the one before; the back end starts with 0.
+    for (const auto& [code, picture] : {std::pair(7, "addpod"),
+                                        {0, "syncOK"},
+                                        {-1, "sync"},
+                                        {1, "plugUSB"},
+                                        {-2, "cross_mark"},
+                                        {3, "syncOK"},
+                                        {2, "addpod"},
+                                        {8, "addpod"}}) {
+        m_back_end.setSyncDone(code);
+        const QString path = QStringLiteral("/img/%1.png").arg(QLatin1String(picture));
+        QCOMPARE(shown->property("source").toUrl().path(), path);
+        const QRect area = shown->mapRectToScene(shown->boundingRect()).toRect();
+        QImage expected(QLatin1Char(':') + path);
+        QCOMPARE(expected.size(), area.size());
+        QImage on_white(area.size(), QImage::Format_RGB32);
+        on_white.fill(Qt::white);
+        QPainter(&on_white).drawImage(0, 0, expected);
+        QCOMPARE(shot().copy(area), on_white);
+    }
 }
 
 void ScreensTest::updateCodesShowNothing()

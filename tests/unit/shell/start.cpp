@@ -53,25 +53,16 @@ void Start::init()
 
 void Start::start(const QString& folder, const char* platform, QStringList command)
 {
-    const QString at = QStringLiteral("/opt/") + folder;
     m_station.setProcessChannelMode(QProcess::MergedChannels);
-    command += {QStringLiteral("bwrap"),
-                QStringLiteral("--unshare-user"),
-                QStringLiteral("--unshare-pid"),
-                QStringLiteral("--die-with-parent"),
-                QStringLiteral("--ro-bind"),
-                QStringLiteral("/"),
-                QStringLiteral("/"),
-                QStringLiteral("--tmpfs"),
-                QStringLiteral("/media"),
+    command += QStringLiteral("bwrap --unshare-user --unshare-pid --die-with-parent "
+                              "--ro-bind / / --tmpfs /media --setenv QT_QPA_PLATFORM")
+                   .split(u' ');
+    command += {QLatin1String(platform),
                 QStringLiteral("--bind"),
                 m_opt->path(),
                 QStringLiteral("/opt"),
                 QStringLiteral("--chdir"),
-                at,
-                QStringLiteral("--setenv"),
-                QStringLiteral("QT_QPA_PLATFORM"),
-                QLatin1String(platform),
+                QStringLiteral("/opt/") + folder,
                 QStringLiteral(CORVANE_STATION_PROGRAM)};
     const QString program = command.takeFirst();
     m_station.start(program, command);

@@ -7,48 +7,36 @@ class UIBackEndTest : public QObject
     Q_OBJECT
 
 private slots:
-    void slotValueIsEmittedOnChange_data();
     void slotValueIsEmittedOnChange();
     void connectionIsEmittedOnChange();
     void codesAreEmittedOnChange();
 };
 
-void UIBackEndTest::slotValueIsEmittedOnChange_data()
-{
-    QTest::addColumn<QByteArray>("setter");
-    QTest::addColumn<QByteArray>("changed");
-
-    QTest::newRow("sync") << QByteArray("setPodSyncProgress")
-                          << QByteArray(SIGNAL(podSyncProgressChanged(int, int)));
-    QTest::newRow("update") << QByteArray("setPodUpdateProgress")
-                            << QByteArray(SIGNAL(podUpdateProgressChanged(int, int)));
-    QTest::newRow("charging") << QByteArray("setChargingState")
-                              << QByteArray(SIGNAL(chargingStateChanged(int, int)));
-}
-
 void UIBackEndTest::slotValueIsEmittedOnChange()
 {
-    QFETCH(QByteArray, setter);
-    QFETCH(QByteArray, changed);
-    UIBackEnd back_end;
-    QSignalSpy spy(&back_end, changed.constData());
-
-    const auto set = [&](int idx, int value) {
-        spy.clear();
-        QMetaObject::invokeMethod(&back_end, setter.constData(), Q_ARG(int, idx),
-                                  Q_ARG(int, value));
-        return spy.isEmpty() ? QVariantList() : spy.takeFirst();
-    };
-
-    // Whatever comes first is shown, in every slot, 0 and the failure codes included.
-    for (int idx = 0; idx < UIBackEnd::kSlotCount; ++idx) {
-        const int first = idx % 4 - 2;
-        QCOMPARE(set(idx, first), (QVariantList{idx, first}));
-        QCOMPARE(set(idx, first), QVariantList());
+    const QList<QPair<QByteArray, QByteArray>> values{
+        {"setPodSyncProgress", SIGNAL(podSyncProgressChanged(int, int))},
+        {"setPodUpdateProgress", SIGNAL(podUpdateProgressChanged(int, int))},
+        {"setChargingState", SIGNAL(chargingStateChanged(int, int))}};
+    for (const auto& [setter, changed] : values) {
+        UIBackEnd back_end;
+        QSignalSpy spy(&back_end, changed.constData());
+        const auto set = [&, &of = setter](int idx, int value) {
+            spy.clear();
+            QMetaObject::invokeMethod(&back_end, of.constData(), Q_ARG(int, idx),
+                                      Q_ARG(int, value));
+            return spy.isEmpty() ? QVariantList() : spy.takeFirst();
+        };
+        // Whatever comes first is shown, in every slot, 0 and the failure codes included.
+        for (int idx = 0; idx < UIBackEnd::kSlotCount; ++idx) {
+            const int first = idx % 4 - 2;
+            QCOMPARE(set(idx, first), (QVariantList{idx, first}));
+            QCOMPARE(set(idx, first), QVariantList());
+        }
+        QCOMPARE(set(29, 101), (QVariantList{29, 101}));
+        QCOMPARE(set(28, 101), (QVariantList{28, 101}));
+        QCOMPARE(set(29, 101), QVariantList());
     }
-    QCOMPARE(set(29, 101), (QVariantList{29, 101}));
-    QCOMPARE(set(28, 101), (QVariantList{28, 101}));
-    QCOMPARE(set(29, 101), QVariantList());
 }
 
 void UIBackEndTest::connectionIsEmittedOnChange()

@@ -1,8 +1,6 @@
 #include "pod/initpacket.h"
 #include "pod/podmodel.h"
-#include "pod/replyforecast.h"
 
-#include <QCryptographicHash>
 #include <QtEndian>
 #include <QtTest>
 
@@ -20,11 +18,6 @@ QByteArray imageOf(int size_bytes)
     QByteArray image(size_bytes, '\0');
     Recording(5, quint32(size_bytes)).read(0, image.data(), size_bytes);
     return image;
-}
-
-QByteArray sha256(const QByteArray& bytes)
-{
-    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
 }
 
 QByteArray word(quint32 value)
@@ -78,7 +71,6 @@ public:
     {
         std::array<char, 64> bytes{};
         const int length = m_device.send(bytes.data(), int(bytes.size()));
-        m_heard.append(bytes.data(), length);
         const auto frames = decoded({bytes.data(), length});
         if (frames.isEmpty())
             return {};
@@ -96,13 +88,14 @@ public:
     bool sendInit(const QByteArray& init) { return sendObject(1, init, init); }
 
     /// False at the first reply that is not as it should be.
-    bool sendImage(const QByteArray& image, int object_bytes = 4096)
+    bool sendImage(const QByteArray& image)
     {
+        constexpr int kObjectBytes = 4096;
         if (ask(kSelectData).isEmpty())
             return false;
         bool good = true;
-        for (int from = 0; good && from < image.size(); from += object_bytes)
-            good = sendObject(2, image.mid(from, object_bytes), image.left(from + object_bytes));
+        for (int from = 0; good && from < image.size(); from += kObjectBytes)
+            good = sendObject(2, image.mid(from, kObjectBytes), image.left(from + kObjectBytes));
         return good;
     }
 
@@ -110,9 +103,6 @@ public:
     {
         return sendInit(InitPacket::describing(image).toBytes()) && sendImage(image);
     }
-
-    /// Every byte of every reply.
-    const QByteArray& heard() const { return m_heard; }
 
 private:
     bool sendObject(char type, const QByteArray& object, const QByteArray& sent_by_then)
@@ -126,7 +116,6 @@ private:
     }
 
     Device& m_device;
-    QByteArray m_heard;
 };
 
 PodFlash inBootloader()
@@ -144,13 +133,11 @@ class SimulatorBootloader : public QObject
 
 private slots:
     void dropsBrokenFrames();
-    void refuses_data();
     void refuses();
     void refusesAnImageThatIsNotTheAnnouncedOne();
     void sendsReceipts();
-    void forecastsEscapedReplies();
     void keepsOrDropsTheImageByItsInitPacket();
-    void thePodStaysAway();
+    void restartsThoughNobodyHears();
 };
 
 void SimulatorBootloader::dropsBrokenFrames()
@@ -167,59 +154,49 @@ void SimulatorBootloader::dropsBrokenFrames()
     QVERIFY(decoded(QByteArray(1'000'000, 'x') + '\xC0').at(0).payload.size() < 200'000);
 }
 
-void SimulatorBootloader::refuses_data()
+void SimulatorBootloader::refuses()
 {
     using Requests = QVector<QByteArray>;
-    QTest::addColumn<Requests>("requests"); // the last one is refused
-    QTest::addColumn<QByteArray>("result");
-    QTest::addColumn<QString>("kind");
-    const auto row = [](const char* kind, const Requests& requests, const char* result) {
-        QTest::addRow("%s %s", kind, requests.last().left(6).toHex().constData())
-            << requests << QByteArray(result) << QStringLiteral("1 x ") + QLatin1String(kind);
+    // The last request, with this result.
+    const auto refused = [](const char* kind, Requests requests, const char* result) {
+        Bootloader bootloader({}, inBootloader());
+        Host host(bootloader);
+        const QByteArray last = requests.takeLast();
+        for (const QByteArray& request : qAsConst(requests))
+            QCOMPARE(host.ask(request).left(1), request.at(0) == '\x08' ? QByteArray() : kOk);
+        QVERIFY2(host.ask(last) == result, last.left(6).toHex());
+        QCOMPARE(refusalText(bootloader.report().refusals),
+                 QStringLiteral("1 x ") + QLatin1String(kind));
+        QVERIFY(host.update(imageOf(9000)));
     };
     const QByteArray init = InitPacket::describing(imageOf(9000)).toBytes();
     const Requests ready{create(1, init.size()), write(init), kExecute};
     const auto then = [&ready](const Requests& more) { return ready + more; };
 
-    row("write above the MTU", {create(1, 200), write(QByteArray(130, 'x'))}, "\x03");
-    row("write above the MTU", {create(1, 200), write(QByteArray(65, '\xC0'))}, "\x03");
-    row("write beyond its object", {create(1, 4), write("1234"), write("5")}, "\x04");
-    row("write beyond its object", then({create(2, 100), write(QByteArray(101, 'x'))}), "\x04");
-    row("write without an object", {write("1")}, "\x08");
-    row("write without an object", then({kSelectData, write("1")}), "\x08");
-    row("object too large", {create(1, 513)}, "\x04");
-    row("object too large", {create(1, 0)}, "\x04");
-    row("object too large", then({create(2, 4097)}), "\x04");
-    row("data before the init packet", {create(2, 100)}, "\x08");
-    row("execute of an unfinished object", {create(1, 4), write("123"), kExecute}, "\x08");
-    row("execute of nothing", {kExecute}, "\x08");
-    row("execute of nothing", then({kSelectData, kExecute}), "\x08");
-    row("init packet too short", {create(1, 4), write("1234"), kExecute}, "\x0B\x04");
-    row("image of an impossible size", {create(1, 36), write(QByteArray(36, '\0')), kExecute},
-        "\x0A");
-    row("image of an impossible size", {create(1, 36), write(QByteArray(36, '\x7F')), kExecute},
-        "\x0A");
-    row("unknown request", {"\x09\x01"}, "\x02");
-    row("unknown object", {"\x06\x03"}, "\x07");
-    row("unknown object", {create(3, 1)}, "\x07");
-    row("malformed request", {"\x06"}, "\x03");
-    row("malformed request", {"\x01\x01"}, "\x03");
-    row("malformed request", {"\x02\x01"}, "\x03");
-}
-
-void SimulatorBootloader::refuses()
-{
-    QFETCH(QVector<QByteArray>, requests);
-    QFETCH(QByteArray, result);
-    QFETCH(QString, kind);
-    Bootloader bootloader({}, inBootloader());
-    Host host(bootloader);
-    const QByteArray refused = requests.takeLast();
-    for (const QByteArray& request : requests)
-        QCOMPARE(host.ask(request).left(1), request.at(0) == '\x08' ? QByteArray() : kOk);
-    QCOMPARE(host.ask(refused), result);
-    QCOMPARE(refusalText(bootloader.report().refusals), kind);
-    QVERIFY(host.update(imageOf(9000)));
+    refused("write above the MTU", {create(1, 200), write(QByteArray(130, 'x'))}, "\x03");
+    refused("write above the MTU", {create(1, 200), write(QByteArray(65, '\xC0'))}, "\x03");
+    refused("write beyond its object", {create(1, 4), write("1234"), write("5")}, "\x04");
+    refused("write beyond its object", then({create(2, 100), write(QByteArray(101, 'x'))}), "\x04");
+    refused("write without an object", {write("1")}, "\x08");
+    refused("write without an object", then({kSelectData, write("1")}), "\x08");
+    refused("object too large", {create(1, 513)}, "\x04");
+    refused("object too large", {create(1, 0)}, "\x04");
+    refused("object too large", then({create(2, 4097)}), "\x04");
+    refused("data before the init packet", {create(2, 100)}, "\x08");
+    refused("execute of an unfinished object", {create(1, 4), write("123"), kExecute}, "\x08");
+    refused("execute of nothing", {kExecute}, "\x08");
+    refused("execute of nothing", then({kSelectData, kExecute}), "\x08");
+    refused("init packet too short", {create(1, 4), write("1234"), kExecute}, "\x0B\x04");
+    refused("image of an impossible size", {create(1, 36), write(QByteArray(36, '\0')), kExecute},
+            "\x0A");
+    refused("image of an impossible size", {create(1, 36), write(QByteArray(36, '\x7F')), kExecute},
+            "\x0A");
+    refused("unknown request", {"\x09\x01"}, "\x02");
+    refused("unknown object", {"\x06\x03"}, "\x07");
+    refused("unknown object", {create(3, 1)}, "\x07");
+    refused("malformed request", {"\x06"}, "\x03");
+    refused("malformed request", {"\x01\x01"}, "\x03");
+    refused("malformed request", {"\x02\x01"}, "\x03");
 }
 
 void SimulatorBootloader::refusesAnImageThatIsNotTheAnnouncedOne()
@@ -252,25 +229,6 @@ void SimulatorBootloader::sendsReceipts()
     QCOMPARE(host.hear('\x03'), QByteArray());
 }
 
-void SimulatorBootloader::forecastsEscapedReplies()
-{
-    BootloaderSettings settings;
-    settings.limits.data_bytes = 100;
-    int escaped = 0;
-    for (int size_bytes = 3000; size_bytes < 3050; ++size_bytes) {
-        const QByteArray image = imageOf(size_bytes);
-        const QByteArray init = InitPacket::describing(image).toBytes();
-        Bootloader bootloader(settings, inBootloader());
-        Host host(bootloader);
-        QVERIFY(host.sendInit(init) && host.sendImage(image, 100));
-        const bool heard = host.heard().contains("\xDB\xDD");
-        QCOMPARE(repliesHoldEscape(init, image, settings.limits), heard);
-        escaped += heard ? 1 : 0;
-    }
-    QVERIFY(escaped > 0 && escaped < 50);
-    QVERIFY(holdsEscape({0x00DB0000, 0}) && holdsEscape({0, 0xDB}) && !holdsEscape({1, 0xDA}));
-}
-
 void SimulatorBootloader::keepsOrDropsTheImageByItsInitPacket()
 {
     const QByteArray image = imageOf(10'000);
@@ -290,42 +248,17 @@ void SimulatorBootloader::keepsOrDropsTheImageByItsInitPacket()
     QVERIFY(host.sendImage(image));
 }
 
-void SimulatorBootloader::thePodStaysAway()
+void SimulatorBootloader::restartsThoughNobodyHears()
 {
-    const auto podWith = [](PodFault fault, bool in_bootloader) {
-        PodSettings settings;
-        settings.fault = fault;
-        settings.flash.in_bootloader = in_bootloader;
-        return PodModel(settings);
-    };
-    PodModel bootloader_absent = podWith(PodFault::BootloaderAbsent, false);
-    bootloader_absent.receive("\x12");
-    QVERIFY(bootloader_absent.vanished());
-
-    PodModel firmware_absent = podWith(PodFault::FirmwareAbsent, true);
-    QVERIFY(Host(firmware_absent).update(imageOf(100)));
-    QVERIFY(firmware_absent.vanished());
-    QCOMPARE(firmware_absent.flash().firmware_sha256, sha256(imageOf(100)));
-
-    PodModel disconnects = podWith(PodFault::DisconnectAtByte, true);
-    QVERIFY(!Host(disconnects).update(imageOf(10'000)));
-    QVERIFY(disconnects.vanished());
-    QCOMPARE(disconnects.flash().image, imageOf(10'000).left(4096));
-
-    PodModel leaves_unheard = podWith(PodFault::LeavesUnheard, true);
-    QVERIFY(!Host(leaves_unheard).update(imageOf(100)));
-    QVERIFY(!leaves_unheard.onBus() && !leaves_unheard.vanished());
-    leaves_unheard.restart();
-    QVERIFY(isUpdated(leaves_unheard.report()));
-    QCOMPARE(leaves_unheard.flash().firmware_sha256, sha256(imageOf(100)));
-
-    // A host that does not take the last reply does not keep it from restarting.
-    PodModel unheard = podWith(PodFault::ReplyLost, true);
-    QVERIFY(!Host(unheard).update(imageOf(100)));
-    unheard.receive(slipEncoded(kExecute));
-    QVERIFY(unheard.onBus());
-    unheard.receive(slipEncoded(kChecksum));
-    QVERIFY(!unheard.onBus() && !unheard.vanished());
+    PodSettings settings;
+    settings.fault = PodFault::ReplyLost;
+    settings.flash.in_bootloader = true;
+    PodModel pod(settings);
+    QVERIFY(!Host(pod).update(imageOf(100)));
+    pod.receive(slipEncoded(kExecute));
+    QVERIFY(pod.onBus());
+    pod.receive(slipEncoded(kChecksum));
+    QVERIFY(!pod.onBus() && !pod.vanished());
 }
 
 QTEST_GUILESS_MAIN(SimulatorBootloader)

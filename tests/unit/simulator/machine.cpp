@@ -1,7 +1,6 @@
 #include "common/badinput.h"
 #include "common/dependentprocess.h"
 #include "common/files.h"
-#include "common/neededprograms.h"
 #include "machine/computer.h"
 #include "machine/machinearguments.h"
 #include "machine/machinekernel.h"
@@ -93,7 +92,6 @@ class SimulatorMachineTest : public QObject
 private slots:
     void init();
     void leavesNoProcessBehind();
-    void namesThePackageOfAMissingProgram();
     void knowsNothingBeforeAnAnswer();
     void waitsForTheStickToBeGone();
     void keepsTheStickThatTheMachineKeeps();
@@ -134,20 +132,6 @@ void SimulatorMachineTest::leavesNoProcessBehind()
     QVERIFY(::getsid(pid_t(process->processId())) != ::getsid(0));
     process->kill();
     QVERIFY(process->waitForFinished());
-}
-
-void SimulatorMachineTest::namesThePackageOfAMissingProgram()
-{
-    const QByteArray path = qgetenv("PATH");
-    qputenv("PATH", QFile::encodeName(m_folder->path()));
-    QString complaint;
-    try {
-        needProgram(QStringLiteral("bwrap"), QStringLiteral("bubblewrap"));
-    } catch (const BadInput& bad) {
-        complaint = bad.text();
-    }
-    qputenv("PATH", path);
-    QVERIFY2(complaint.contains(QLatin1String("bubblewrap")), qPrintable(complaint));
 }
 
 void SimulatorMachineTest::knowsNothingBeforeAnAnswer()

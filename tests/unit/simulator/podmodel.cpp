@@ -11,11 +11,9 @@
 namespace {
 
 constexpr char kAck = 0x0A;
-constexpr char kNak = 0x15;
 const QByteArray kReadUdid(1, '\x11');
 const QByteArray kReadCharge(1, '\x14');
 const QByteArray kReadData(1, '\x31');
-const QByteArray kErase(1, '\x41');
 
 PodSettings healthyPod(quint32 size_bytes)
 {
@@ -83,13 +81,9 @@ class SimulatorPodModel : public QObject
 
 private slots:
     void recordingIsTheSameFromEveryOffset();
-    void faultNamesGoBothWays();
     void readoutIsTheSameInEverySplit();
     void fieldsNeverShareATransfer();
-    void emptyAnswersComeInOneTransfer();
     void aCommandDropsTheAnswerBeforeIt();
-    void refusals();
-    void silences();
     void shortRead();
     void unplugsItselfAtItsByte();
     void paceHoldsWhenTimersAreLate();
@@ -117,14 +111,6 @@ void SimulatorPodModel::recordingIsTheSameFromEveryOffset()
     QByteArray last(1, '\0');
     Recording(7, largest).read(largest - 1, last.data(), 1);
     QCOMPARE(last, tail.right(1));
-}
-
-void SimulatorPodModel::faultNamesGoBothWays()
-{
-    QCOMPARE(podFaultFromName(QStringLiteral("unplugged at byte")), PodFault::UnpluggedAtByte);
-    QVERIFY(!podFaultFromName(QStringLiteral("No Answer")));
-    for (int fault = int(PodFault::None); fault <= int(PodFault::FirmwareAbsent); ++fault)
-        QCOMPARE(podFaultFromName(podFaultName(PodFault(fault))), PodFault(fault));
 }
 
 void SimulatorPodModel::readoutIsTheSameInEverySplit()
@@ -155,19 +141,6 @@ void SimulatorPodModel::fieldsNeverShareATransfer()
     QCOMPARE(transfer(pod, 64).size(), 8);
 }
 
-void SimulatorPodModel::emptyAnswersComeInOneTransfer()
-{
-    for (const quint32 size_bytes : {0U, 512U}) { // 512 bytes count as nothing
-        PodModel pod(healthyPod(size_bytes));
-        const QByteArray data = bytesOf(Recording(42, size_bytes));
-        pod.receive(kReadData);
-        transfer(pod, 1);
-        transfer(pod, 4);
-        QCOMPARE(transfer(pod, int(size_bytes) + 32), data + sha256(data));
-        QCOMPARE(pod.nextTransferBytes(1), 0);
-    }
-}
-
 void SimulatorPodModel::aCommandDropsTheAnswerBeforeIt()
 {
     PodModel pod(healthyPod(1000));
@@ -178,49 +151,6 @@ void SimulatorPodModel::aCommandDropsTheAnswerBeforeIt()
     QCOMPARE(ask(pod, kReadCharge + kReadUdid), kAck + QByteArray::fromHex("0123456789ABCDEF"));
     QCOMPARE(pod.report().readouts_begun, 2);
     QCOMPARE(pod.report().readouts_completed, 1);
-}
-
-void SimulatorPodModel::refusals()
-{
-    PodModel wrong_ack(faultyPod(PodFault::WrongAck, 100));
-    QCOMPARE(ask(wrong_ack, kReadData), QByteArray(1, kNak));
-    QCOMPARE(wrong_ack.report().readouts_begun, 0);
-
-    PodModel erase_refused(faultyPod(PodFault::EraseRefused, 100));
-    QCOMPARE(ask(erase_refused, kErase), QByteArray(1, kNak));
-    QVERIFY(!erase_refused.report().erased);
-    QCOMPARE(ask(erase_refused, kReadData), readoutOf(bytesOf(Recording(42, 100))));
-
-    PodModel claim_busy(faultyPod(PodFault::ClaimBusy, 100));
-    QVERIFY(!claim_busy.claim());
-    QVERIFY(!claim_busy.report().opened);
-    QVERIFY(!PodModel(faultyPod(PodFault::DriverBusy, 100)).driverDetaches());
-
-    PodModel healthy(healthyPod(100));
-    QVERIFY(healthy.claim() && healthy.report().opened && healthy.driverDetaches());
-}
-
-void SimulatorPodModel::silences()
-{
-    PodModel no_answer(faultyPod(PodFault::NoAnswer, 100));
-    for (const QByteArray& command : {kReadUdid, kReadCharge, kReadData, kErase})
-        QCOMPARE(ask(no_answer, command), QByteArray());
-    QVERIFY(!no_answer.report().erased);
-    PodModel erase_unanswered(faultyPod(PodFault::EraseUnanswered, 100));
-    QCOMPARE(ask(erase_unanswered, kReadUdid).size(), 9);
-    QCOMPARE(ask(erase_unanswered, kErase), QByteArray());
-    QVERIFY(erase_unanswered.report().erased);
-
-    const QByteArray whole = readoutOf(bytesOf(Recording(42, 101)));
-    PodModel cut(faultyPod(PodFault::CutHalfWay, 101));
-    QCOMPARE(ask(cut, kReadUdid).size(), 9);
-    QCOMPARE(ask(cut, kReadData), whole.left(5 + 50));
-    QCOMPARE(ask(cut, kReadUdid), QByteArray());
-
-    PodModel absurd(faultyPod(PodFault::SizeAbsurd, 101));
-    QCOMPARE(ask(absurd, kReadData), "\x0A\xFF\xFF\xFF\xFF" + whole.mid(5, 101));
-    QCOMPARE(ask(absurd, kReadData), QByteArray());
-    QCOMPARE(absurd.report().readouts_completed, 0);
 }
 
 void SimulatorPodModel::shortRead()

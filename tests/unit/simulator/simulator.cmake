@@ -8,7 +8,7 @@ corvane_add_test(simulator_podmodel
 # Real libusb against the simulated bus, in one process; a sanitizer's runtime must come first.
 corvane_add_test(simulator_usbbus
   SOURCES unit/simulator/usbbus.cpp
-  LIBRARIES corvane_sim_hardware PkgConfig::LIBUSB)
+  LIBRARIES corvane_tests_rig)
 set(preload libumockdev-preload.so.0)
 if(CORVANE_SANITIZER)
   string(SUBSTRING ${CORVANE_SANITIZER} 0 1 initial)

@@ -1,5 +1,6 @@
 #include "usbfs/usbbus.h"
 
+#include "support/podrig.h"
 #include "system/uniquefd.h"
 #include "usbfs/serialnumbermemory.h"
 
@@ -23,39 +24,15 @@
 
 namespace {
 
-constexpr int kPodVendor = 0x1915;
-constexpr int kPodProduct = 0x5203;
 constexpr int kBootloaderProduct = 0x521F;
 constexpr unsigned kPatientMs = 10000;
 
-struct ContextExit
-{
-    void operator()(libusb_context* context) const { libusb_exit(context); }
-};
+/// Without a word to the device, as of a program that ends.
 struct HandleClose
 {
     void operator()(libusb_device_handle* handle) const { libusb_close(handle); }
 };
-struct DeviceUnref
-{
-    void operator()(libusb_device* device) const { libusb_unref_device(device); }
-};
-using Device = std::unique_ptr<libusb_device, DeviceUnref>;
 using Handle = std::unique_ptr<libusb_device_handle, HandleClose>;
-
-int slotOf(libusb_device* device)
-{
-    std::array<uint8_t, 8> ports{};
-    const int depth = libusb_get_port_numbers(device, ports.data(), int(ports.size()));
-    return 6 * (6 - depth) + 6 - libusb_get_port_number(device);
-}
-
-bool isPod(libusb_device* device, int product)
-{
-    libusb_device_descriptor descriptor{};
-    return libusb_get_device_descriptor(device, &descriptor) == 0 &&
-           descriptor.idVendor == kPodVendor && descriptor.idProduct == product;
-}
 
 QByteArray udidOf(int slot)
 {
@@ -69,13 +46,6 @@ PodSettings podOf(int slot, quint32 size_bytes = 100'000)
     settings.seed = quint64(slot);
     settings.size_bytes = size_bytes;
     settings.bytes_per_second = 0;
-    return settings;
-}
-
-PodSettings faultyPodOf(int slot, PodFault fault)
-{
-    PodSettings settings = podOf(slot);
-    settings.fault = fault;
     return settings;
 }
 
@@ -132,80 +102,30 @@ class SimulatorUsbBus : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init() { m_rig = std::make_unique<PodRig>(); }
+    void cleanup() { m_rig.reset(); }
 
     void everyDeviceIsFoundBesideABusyThread();
     void deviceNumbersAreFreshAndWrap();
     void aTimeoutTakesItsRequestBack();
     void unpluggedDuringATransfer();
     void unpluggedWhileRestarting();
-    void refusesTheInterface();
     void giveBackWhenAHostCloses();
     void idleHostsAreNotWoken();
     void monitorsOutliveTheirNames();
     void serialNumberMemory();
 
 private:
-    Device findPod(int slot, int product = kPodProduct);
-    Handle openSlot(int slot);
-    void countLeavers();
+    /// Null when it cannot be opened.
+    Handle plugAndOpen(int slot);
 
-    std::unique_ptr<UsbBus> m_bus;
-    std::unique_ptr<libusb_context, ContextExit> m_context;
-    int m_left = 0; ///< pods, since countLeavers()
+    std::unique_ptr<PodRig> m_rig;
 };
 
-void SimulatorUsbBus::init()
-{
-    m_left = 0;
-    m_bus = std::make_unique<UsbBus>();
-    qputenv("UMOCKDEV_DIR", m_bus->testbedDir().toLocal8Bit());
-    libusb_context* context = nullptr;
-    QCOMPARE(libusb_init(&context), 0);
-    m_context.reset(context);
-}
-
-void SimulatorUsbBus::cleanup()
-{
-    m_context.reset();
-    m_bus.reset();
-}
-
-void SimulatorUsbBus::countLeavers()
-{
-    const auto callback = [](libusb_context*, libusb_device*, libusb_hotplug_event, void* test) {
-        ++static_cast<SimulatorUsbBus*>(test)->m_left;
-        return 0;
-    };
-    QCOMPARE(libusb_hotplug_register_callback(m_context.get(), LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT, 0,
-                                              kPodVendor, kPodProduct, LIBUSB_HOTPLUG_MATCH_ANY,
-                                              callback, this, nullptr),
-             0);
-}
-
-/// Waits for the event: libusb learns of a pod on a thread of its own.
-Device SimulatorUsbBus::findPod(int slot, int product)
-{
-    for (;;) {
-        libusb_device** list = nullptr;
-        const ssize_t count = libusb_get_device_list(m_context.get(), &list);
-        Device found;
-        for (ssize_t at = 0; at < count; ++at) {
-            if (isPod(list[at], product) && slotOf(list[at]) == slot)
-                found.reset(libusb_ref_device(list[at]));
-        }
-        libusb_free_device_list(list, 1);
-        if (found)
-            return found;
-        std::this_thread::yield();
-    }
-}
-
-Handle SimulatorUsbBus::openSlot(int slot)
+Handle SimulatorUsbBus::plugAndOpen(int slot)
 {
     Handle handle;
-    const int result = openPod(findPod(slot).get(), handle);
+    const int result = openPod(m_rig->plug(slot, podOf(slot)).get(), handle);
     return result == 0 ? std::move(handle) : Handle();
 }
 
@@ -214,7 +134,7 @@ void SimulatorUsbBus::everyDeviceIsFoundBesideABusyThread()
 {
     constexpr int kHubs = 6;
     for (int slot = 0; slot < UsbBus::kSlotCount; ++slot)
-        m_bus->plug(slot, podOf(slot));
+        m_rig->bus().plug(slot, podOf(slot));
     std::atomic<bool> done{false};
     std::thread reader([&] {
         const UniqueFd folder(::open("/", O_RDONLY | O_CLOEXEC));
@@ -224,11 +144,9 @@ void SimulatorUsbBus::everyDeviceIsFoundBesideABusyThread()
     });
     std::set<ssize_t> counts;
     for (int start = 0; start < 10; ++start) {
-        libusb_context* context = nullptr;
-        libusb_init(&context);
-        const std::unique_ptr<libusb_context, ContextExit> owner(context);
+        const UsbContext context;
         libusb_device** list = nullptr;
-        counts.insert(libusb_get_device_list(context, &list));
+        counts.insert(libusb_get_device_list(context.get(), &list));
         libusb_free_device_list(list, 1);
     }
     done = true;
@@ -238,28 +156,21 @@ void SimulatorUsbBus::everyDeviceIsFoundBesideABusyThread()
 
 void SimulatorUsbBus::deviceNumbersAreFreshAndWrap()
 {
-    m_bus->plug(0, podOf(0));
-    const int stays = libusb_get_device_address(findPod(0).get());
-    countLeavers();
+    const int stays = libusb_get_device_address(m_rig->plug(0, podOf(0)).get());
     std::set<int> numbers;
     for (int round = 1; round <= 127 - 7; ++round) {
-        m_bus->plug(1, podOf(1));
-        numbers.insert(libusb_get_device_address(findPod(1).get()));
-        m_bus->unplug(1);
-        while (m_left < round)
-            libusb_handle_events(m_context.get());
+        numbers.insert(libusb_get_device_address(m_rig->plug(1, podOf(1)).get()));
+        m_rig->unplug(1);
     }
     // Six hubs and the pod that stays keep theirs; every other number has been used once.
     QCOMPARE(int(numbers.size()), 127 - 7);
     QVERIFY(numbers.count(stays) == 0);
-    m_bus->plug(1, podOf(1));
-    QCOMPARE(libusb_get_device_address(findPod(1).get()), uint8_t(stays + 1));
+    QCOMPARE(libusb_get_device_address(m_rig->plug(1, podOf(1)).get()), uint8_t(stays + 1));
 }
 
 void SimulatorUsbBus::aTimeoutTakesItsRequestBack()
 {
-    m_bus->plug(3, podOf(3));
-    const Handle handle = openSlot(3);
+    const Handle handle = plugAndOpen(3);
     QCOMPARE(read(handle, 8, 20).error, int(LIBUSB_ERROR_TIMEOUT));
     // A request left behind would swallow the answer.
     QCOMPARE(command(handle, 0x11), 0);
@@ -269,8 +180,7 @@ void SimulatorUsbBus::aTimeoutTakesItsRequestBack()
 
 void SimulatorUsbBus::unpluggedDuringATransfer()
 {
-    m_bus->plug(3, podOf(3));
-    const Handle handle = openSlot(3);
+    const Handle handle = plugAndOpen(3);
     std::array<unsigned char, 64> buffer{};
     int completed = 0;
     const auto finish = [](libusb_transfer* done) { *static_cast<int*>(done->user_data) = 1; };
@@ -278,9 +188,9 @@ void SimulatorUsbBus::unpluggedDuringATransfer()
     libusb_fill_bulk_transfer(transfer, handle.get(), 0x81, buffer.data(), int(buffer.size()),
                               finish, &completed, 0);
     QCOMPARE(libusb_submit_transfer(transfer), 0);
-    m_bus->unplug(3);
+    m_rig->bus().unplug(3);
     while (completed == 0)
-        libusb_handle_events_completed(m_context.get(), &completed);
+        libusb_handle_events_completed(m_rig->context(), &completed);
     QCOMPARE(transfer->status, LIBUSB_TRANSFER_NO_DEVICE);
     libusb_free_transfer(transfer);
     QCOMPARE(command(handle, 0x11), int(LIBUSB_ERROR_NO_DEVICE));
@@ -288,43 +198,28 @@ void SimulatorUsbBus::unpluggedDuringATransfer()
 
 void SimulatorUsbBus::unpluggedWhileRestarting()
 {
-    countLeavers();
     PodSettings settings = podOf(3);
     settings.restart_time = std::chrono::hours(1);
-    m_bus->plug(3, settings);
-    QCOMPARE(command(openSlot(3), 0x12), 0);
-    const auto hasLeft = [this] {
-        timeval no_patience{};
-        libusb_handle_events_timeout(m_context.get(), &no_patience);
-        return m_left == 1;
-    };
-    QTRY_VERIFY(hasLeft());
-    QVERIFY(m_bus->plugged(3));
-    m_bus->unplug(3);
-    QVERIFY(!m_bus->plugged(3));
-    QVERIFY(m_bus->flash(3).in_bootloader);
-    settings.flash = m_bus->flash(3);
-    m_bus->plug(3, settings);
-    findPod(3, kBootloaderProduct);
-}
-
-void SimulatorUsbBus::refusesTheInterface()
-{
     Handle handle;
-    m_bus->plug(0, faultyPodOf(0, PodFault::ClaimBusy));
-    QCOMPARE(openPod(findPod(0).get(), handle), int(LIBUSB_ERROR_BUSY));
-    m_bus->plug(1, faultyPodOf(1, PodFault::DriverBusy));
-    QCOMPARE(openPod(findPod(1).get(), handle), int(LIBUSB_ERROR_OTHER));
-    QCOMPARE(libusb_claim_interface(handle.get(), 0), int(LIBUSB_ERROR_BUSY));
-    QVERIFY(!m_bus->report(0).opened && !m_bus->report(1).opened);
+    QCOMPARE(openPod(m_rig->plug(3, settings).get(), handle), 0);
+    QCOMPARE(command(handle, 0x12), 0);
+    QTRY_VERIFY(m_rig->find(UsbAddress::portsOfSlot(3)).get() == nullptr);
+    UsbBus& bus = m_rig->bus();
+    QVERIFY(bus.plugged(3));
+    bus.unplug(3);
+    QVERIFY(!bus.plugged(3) && bus.flash(3).in_bootloader);
+    settings.flash = bus.flash(3);
+    libusb_device_descriptor descriptor{};
+    libusb_get_device_descriptor(m_rig->plug(3, settings).get(), &descriptor);
+    QCOMPARE(int(descriptor.idProduct), kBootloaderProduct);
 }
 
 void SimulatorUsbBus::giveBackWhenAHostCloses()
 {
-    m_bus->plug(3, podOf(3));
-    Handle first = openSlot(3);
+    Handle first = plugAndOpen(3);
     Handle second;
-    QCOMPARE(openPod(findPod(3).get(), second), int(LIBUSB_ERROR_BUSY));
+    QCOMPARE(openPod(m_rig->find(UsbAddress::portsOfSlot(3)).get(), second),
+             int(LIBUSB_ERROR_BUSY));
     QCOMPARE(command(first, 0x11), 0);
     first.reset();
     // Closing says nothing to the device, so only asking again tells when it has noticed.
@@ -341,15 +236,14 @@ void SimulatorUsbBus::idleHostsAreNotWoken()
 {
     std::vector<Handle> handles;
     for (int slot = 0; slot < UsbBus::kSlotCount; ++slot) {
-        m_bus->plug(slot, podOf(slot));
-        handles.push_back(openSlot(slot));
+        handles.push_back(plugAndOpen(slot));
         QCOMPARE(command(handles.back(), 0x11), 0);
         QCOMPARE(read(handles.back(), 1).error, 0);
     }
     const auto emptyReaps = [this] {
         int sum = 0;
         for (int slot = 0; slot < UsbBus::kSlotCount; ++slot)
-            sum += m_bus->emptyReaps(slot);
+            sum += m_rig->bus().emptyReaps(slot);
         return sum;
     };
     // libusb reaps until nothing is left, so each transfer before cost at most one empty reap.
@@ -357,19 +251,19 @@ void SimulatorUsbBus::idleHostsAreNotWoken()
     QVERIFY(before <= 2 * UsbBus::kSlotCount);
     for (int round = 0; round < 5; ++round) {
         timeval patience{0, 20'000};
-        libusb_handle_events_timeout(m_context.get(), &patience);
+        libusb_handle_events_timeout(m_rig->context(), &patience);
     }
     QCOMPARE(emptyReaps(), before);
 }
 
 void SimulatorUsbBus::monitorsOutliveTheirNames()
 {
-    const QByteArray name = m_bus->testbedDir().toLocal8Bit() + "/event4711";
+    const QByteArray name = m_rig->bus().testbedDir().toLocal8Bit() + "/event4711";
     const UniqueFd first = monitorAt(name);
-    m_bus->plug(0, podOf(0));
+    m_rig->bus().plug(0, podOf(0));
     const UniqueFd second = monitorAt(name);
-    m_bus->plug(1, podOf(1));
-    m_bus->unplug(1);
+    m_rig->bus().plug(1, podOf(1));
+    m_rig->bus().unplug(1);
 
     const auto received = [](const UniqueFd& monitor) {
         QVector<QByteArray> events;
@@ -388,7 +282,7 @@ void SimulatorUsbBus::monitorsOutliveTheirNames()
 
 void SimulatorUsbBus::serialNumberMemory()
 {
-    SerialNumberMemory::install(m_bus->testbed(), QByteArray::fromHex("0004A3AABBCC"));
+    SerialNumberMemory::install(m_rig->bus().testbed(), QByteArray::fromHex("0004A3AABBCC"));
     const UniqueFd fd(::open("/dev/i2c-3", O_RDWR | O_CLOEXEC));
     QVERIFY(fd);
     const char serial_number_at = '\xFA';

@@ -7,7 +7,9 @@
 #include <QFile>
 #include <QtTest>
 
+#include <functional>
 #include <optional>
+#include <utility>
 
 using testfiles::archiveName;
 using testfiles::contentOf;
@@ -26,15 +28,15 @@ class StorageArchives : public QObject
 private slots:
     void init();
 
-    void newArchiveIsNeverHalfMade_data();
     void newArchiveIsNeverHalfMade();
     void archivesStayWhenNoneCanBeBegun();
     void archivesStayWhenEachStartIsCut();
     void unlistedArchivesStay();
-    void copyIsWholeOrNone_data();
     void copyIsWholeOrNone();
 
 private:
+    void atEachCall(const QString& step, const std::function<void(const FaultyRun&)>& look);
+
     std::optional<FaultyStation> m_station;
 };
 
@@ -44,33 +46,41 @@ void StorageArchives::init()
     QVERIFY(testfiles::write(kRecording, testfiles::noise(1, 300000)));
 }
 
-void StorageArchives::newArchiveIsNeverHalfMade_data()
+/// What a fault, or a loss of power, at each call of the step leaves behind.
+void StorageArchives::atEachCall(const QString& step,
+                                 const std::function<void(const FaultyRun&)>& look)
 {
-    QTest::addColumn<QString>("fault");
-    QTest::addColumn<QString>("lost");
-    for (const char* lost : {"none", "all", "last", "first", "torn"})
-        QTest::newRow(lost) << QStringLiteral("kill") << QString::fromLatin1(lost);
-    for (const char* fault : {"eio", "enospc", "short"})
-        QTest::newRow(fault) << QString::fromLatin1(fault) << QStringLiteral("none");
+    const int calls = m_station->callsOf({step});
+    QVERIFY(calls > 4);
+    for (const auto& [fault, lost] : {std::pair("kill", "none"),
+                                      {"kill", "all"},
+                                      {"kill", "last"},
+                                      {"kill", "first"},
+                                      {"kill", "torn"},
+                                      {"eio", "none"},
+                                      {"enospc", "none"},
+                                      {"short", "none"}})
+        for (int at = 1; at <= calls; ++at) {
+            m_station->reset();
+            look(FaultyStation::run({step},
+                                    QStringLiteral("%1:%2").arg(at).arg(QLatin1String(fault)),
+                                    QLatin1String(lost)));
+            if (QTest::currentTestFailed())
+                QFAIL(qPrintable(QStringLiteral("call %1: %2, lost %3")
+                                     .arg(at)
+                                     .arg(QLatin1String(fault), QLatin1String(lost))));
+        }
 }
 
 void StorageArchives::newArchiveIsNeverHalfMade()
 {
-    QFETCH(QString, fault);
-    QFETCH(QString, lost);
-    const QStringList creation = {QStringLiteral("create:%1").arg(kArchive)};
     const QByteArray empty = QByteArray("PK\x05\x06") + QByteArray(18, '\0');
-    const int calls = m_station->callsOf(creation);
-    QVERIFY(calls > 4);
-    for (int at = 1; at <= calls; ++at) {
-        m_station->reset();
-        const FaultyRun created =
-            FaultyStation::run(creation, QStringLiteral("%1:%2").arg(at).arg(fault), lost);
+    atEachCall(QStringLiteral("create:%1").arg(kArchive), [&](const FaultyRun& created) {
         const QByteArray held = contentOf(kArchive);
         QVERIFY(held == empty || held == m_station->original());
         QVERIFY(held == empty || !created.answers.startsWith(u'y'));
         QCOMPARE(QDir(QStringLiteral("datas")).entryList(QDir::Files).size(), 1);
-    }
+    });
 }
 
 void StorageArchives::archivesStayWhenNoneCanBeBegun()
@@ -122,28 +132,14 @@ void StorageArchives::unlistedArchivesStay()
     QCOMPARE(contentOf(kArchive), before);
 }
 
-void StorageArchives::copyIsWholeOrNone_data()
-{
-    newArchiveIsNeverHalfMade_data();
-}
-
 void StorageArchives::copyIsWholeOrNone()
 {
-    QFETCH(QString, fault);
-    QFETCH(QString, lost);
-    const QStringList copying = {
-        QStringLiteral("copy:%1:%2").arg(kRecording, FaultyStation::kStickFile)};
+    const QString& target = FaultyStation::kStickFile;
     const QByteArray source = contentOf(kRecording);
-    const int calls = m_station->callsOf(copying);
-    QVERIFY(calls > 4);
-    for (int at = 1; at <= calls; ++at) {
-        m_station->reset();
-        const FaultyRun copied =
-            FaultyStation::run(copying, QStringLiteral("%1:%2").arg(at).arg(fault), lost);
-        QVERIFY(!copied.answers.startsWith(u'y') || contentOf(FaultyStation::kStickFile) == source);
-        QVERIFY(copied.killed || copied.answers.startsWith(u'y') ||
-                !QFile::exists(FaultyStation::kStickFile));
-    }
+    atEachCall(QStringLiteral("copy:%1:%2").arg(kRecording, target), [&](const FaultyRun& copied) {
+        QVERIFY(!copied.answers.startsWith(u'y') || contentOf(target) == source);
+        QVERIFY(copied.killed || copied.answers.startsWith(u'y') || !QFile::exists(target));
+    });
 }
 
 QTEST_GUILESS_MAIN(StorageArchives)

@@ -65,7 +65,6 @@ private slots:
     void initTestCase();
     void init();
 
-    void eraseCounts_data();
     void eraseCounts();
     void eraseCommandThatIsNoFile();
     void backupHoldsAllNewestFirst();
@@ -122,42 +121,34 @@ FaultyRun StorageCommands::obey(const QString& plan, const QString& lost)
                          plan, lost);
 }
 
-void StorageCommands::eraseCounts_data()
-{
-    // Only the road that empties "datas" as a whole takes what is no archive with it.
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<int>("left");
-    QTest::addColumn<bool>("one_by_one");
-    QTest::newRow("one") << QByteArray("1") << 3 << true;
-    QTest::newRow("three") << QByteArray("3") << 1 << true;
-    QTest::newRow("white space") << QByteArray(" \t2 \r\n") << 2 << true;
-    QTest::newRow("as many as there are") << QByteArray("4") << 0 << true;
-    QTest::newRow("more than there are") << QByteArray("1000000") << 0 << true;
-    QTest::newRow("negative") << QByteArray("-1") << 0 << true;
-    QTest::newRow("zero") << QByteArray("0") << 0 << false;
-    QTest::newRow("empty") << QByteArray() << 0 << false;
-    QTest::newRow("text") << QByteArray("three") << 0 << false;
-    QTest::newRow("number and text") << QByteArray("1 archive") << 0 << false;
-    QTest::newRow("beyond any count") << QByteArray("99999999999999999999") << 0 << false;
-    QTest::newRow("much white space")
-        << QByteArray(1 << 20, ' ') + '1' + QByteArray(1 << 20, '\n') << 3 << true;
-    QTest::newRow("text after much white space")
-        << '1' + QByteArray(1 << 20, ' ') + 'x' << 0 << false;
-    QTest::newRow("endless digits") << QByteArray(1 << 20, '1') << 0 << false;
-}
-
 void StorageCommands::eraseCounts()
 {
-    QFETCH(QByteArray, content);
-    QFETCH(int, left);
-    QFETCH(bool, one_by_one);
-    QVERIFY(QDir().mkdir(QStringLiteral("datas/folder")));
-    QVERIFY(write(kEraseCommand, content));
-    UsbCmdUtils().cmdEraseDatas(kEraseCommand);
-    QCOMPARE(QStringList(filesOf(QStringLiteral("datas")).keys()), names().mid(kArchives - left));
-    QVERIFY(QDir(QStringLiteral("datas")).exists());
-    QVERIFY(!QFile::exists(kEraseCommand));
-    QCOMPARE(QDir(QStringLiteral("datas/folder")).exists(), one_by_one);
+    // Only the road that empties "datas" as a whole takes what is no archive with it.
+    const auto check = [this](const char* what, const QByteArray& content, int left,
+                              bool one_by_one) {
+        reset(false, {});
+        QVERIFY(QDir().mkdir(QStringLiteral("datas/folder")));
+        QVERIFY(write(kEraseCommand, content));
+        UsbCmdUtils().cmdEraseDatas(kEraseCommand);
+        QVERIFY2(filesOf(QStringLiteral("datas")).keys() == names().mid(kArchives - left), what);
+        QVERIFY2(QDir(QStringLiteral("datas")).exists() && !QFile::exists(kEraseCommand), what);
+        QVERIFY2(QDir(QStringLiteral("datas/folder")).exists() == one_by_one, what);
+    };
+    const QByteArray spaces(1 << 20, ' ');
+    check("one", "1", 3, true);
+    check("three", "3", 1, true);
+    check("white space", " \t2 \r\n", 2, true);
+    check("as many as there are", "4", 0, true);
+    check("more than there are", "1000000", 0, true);
+    check("negative", "-1", 0, true);
+    check("zero", "0", 0, false);
+    check("empty", {}, 0, false);
+    check("text", "three", 0, false);
+    check("number and text", "1 archive", 0, false);
+    check("beyond any count", "99999999999999999999", 0, false);
+    check("much white space", spaces + '1' + QByteArray(1 << 20, '\n'), 3, true);
+    check("text after much white space", '1' + spaces + 'x', 0, false);
+    check("endless digits", QByteArray(1 << 20, '1'), 0, false);
 }
 
 void StorageCommands::eraseCommandThatIsNoFile()

@@ -44,14 +44,6 @@ QString firstRefusedKept(QString answers)
     return at < 0 ? answers : answers.replace(at, 1, u'y');
 }
 
-/// Rows of a column: what a loss of power takes, what a call does.
-void addRows(const char* column, std::initializer_list<const char*> values)
-{
-    QTest::addColumn<QString>(column);
-    for (const char* value : values)
-        QTest::newRow(value) << QString::fromLatin1(value);
-}
-
 } // namespace
 
 class StoragePower : public QObject
@@ -61,15 +53,10 @@ class StoragePower : public QObject
 private slots:
     void init();
 
-    void additionSurvivesALoss_data();
     void additionSurvivesALoss();
-    void additionUndoesAFailure_data();
     void additionUndoesAFailure();
-    void liesAreFoundOut_data();
     void liesAreFoundOut();
-    void killWhilePuttingBack_data();
     void killWhilePuttingBack();
-    void recoveryMayBeCutShort_data();
     void recoveryMayBeCutShort();
     void recoveryLeavesTheRestAlone();
     void recordWaitsForItsArchive();
@@ -131,141 +118,132 @@ void StoragePower::checkHeld(const QString& one, const QString& other)
     QVERIFY(held == m_expected.value(one) || held == m_expected.value(other));
 }
 
-void StoragePower::additionSurvivesALoss_data()
-{
-    addRows("lost", {"none", "all", "last", "first", "torn"});
-}
-
 void StoragePower::additionSurvivesALoss()
 {
-    QFETCH(QString, lost);
-    const int calls = m_station->callsOf(kTwoAdditions);
-    QVERIFY(calls > 20);
-    for (int at = 1; at <= calls; ++at) {
-        m_station->reset();
-        checkAfterKill(FaultyStation::run(kTwoAdditions, QStringLiteral("%1:kill").arg(at), lost));
-        if (QTest::currentTestFailed())
-            QFAIL(qPrintable(QStringLiteral("at call %1").arg(at)));
+    for (const QString& lost :
+         {QStringLiteral("none"), QStringLiteral("all"), QStringLiteral("last"),
+          QStringLiteral("first"), QStringLiteral("torn")}) {
+        const int calls = m_station->callsOf(kTwoAdditions);
+        QVERIFY(calls > 20);
+        for (int at = 1; at <= calls; ++at) {
+            m_station->reset();
+            checkAfterKill(
+                FaultyStation::run(kTwoAdditions, QStringLiteral("%1:kill").arg(at), lost));
+            if (QTest::currentTestFailed())
+                QFAIL(qPrintable(QStringLiteral("at call %1, lost %2").arg(at).arg(lost)));
+        }
     }
-}
-
-void StoragePower::additionUndoesAFailure_data()
-{
-    addRows("fault", {"eio", "enospc", "short"});
 }
 
 void StoragePower::additionUndoesAFailure()
 {
-    QFETCH(QString, fault);
-    const int calls = m_station->callsOf(kTwoAdditions);
-    int refused = 0;
-    for (int at = 1; at <= calls; ++at) {
-        m_station->reset();
-        const FaultyRun once =
-            FaultyStation::run(kTwoAdditions, QStringLiteral("%1:%2").arg(at).arg(fault));
-        QVERIFY(!once.killed);
-        QVERIFY2(contentOf(kArchive) == m_expected.value(once.answers), qPrintable(once.answers));
-        refused += once.answers.count(u'n');
+    for (const QString& fault :
+         {QStringLiteral("eio"), QStringLiteral("enospc"), QStringLiteral("short")}) {
+        const int calls = m_station->callsOf(kTwoAdditions);
+        int refused = 0;
+        for (int at = 1; at <= calls; ++at) {
+            m_station->reset();
+            const FaultyRun once =
+                FaultyStation::run(kTwoAdditions, QStringLiteral("%1:%2").arg(at).arg(fault));
+            QVERIFY(!once.killed);
+            QVERIFY2(contentOf(kArchive) == m_expected.value(once.answers),
+                     qPrintable(once.answers));
+            refused += once.answers.count(u'n');
 
-        // A storage that fails from here on cannot put the archive back; the next start does, or
-        // finds the addition that could be neither confirmed nor undone whole.
-        m_station->reset();
-        const FaultyRun lasting =
-            FaultyStation::run(kTwoAdditions, QStringLiteral("%1+:%2").arg(at).arg(fault));
-        QVERIFY(ArchiveAddition::recover());
-        checkHeld(lasting.answers, firstRefusedKept(lasting.answers));
-        if (QTest::currentTestFailed())
-            QFAIL(qPrintable(QStringLiteral("from call %1 on").arg(at)));
+            // A storage that fails from here on cannot put the archive back; the next start does,
+            // or finds the addition that could be neither confirmed nor undone whole.
+            m_station->reset();
+            const FaultyRun lasting =
+                FaultyStation::run(kTwoAdditions, QStringLiteral("%1+:%2").arg(at).arg(fault));
+            QVERIFY(ArchiveAddition::recover());
+            checkHeld(lasting.answers, firstRefusedKept(lasting.answers));
+            if (QTest::currentTestFailed())
+                QFAIL(qPrintable(QStringLiteral("%1 from call %2 on").arg(fault).arg(at)));
+        }
+        // Half a write is followed by the other half; anything else costs the addition that it
+        // hits.
+        QVERIFY(fault == QLatin1String("short") ? refused == 0 : refused > calls * 3 / 4);
     }
-    // Half a write is followed by the other half; anything else costs the addition that it hits.
-    QVERIFY(fault == QLatin1String("short") ? refused == 0 : refused > calls * 3 / 4);
-}
-
-void StoragePower::liesAreFoundOut_data()
-{
-    addRows("plan", {"r%1:zeros", "r%1:flip", "r%1:stale", "%1:drop"});
 }
 
 /// One read gives something else than what is there, or one write does not arrive: whatever was
 /// acknowledged all the same is in the archive, byte for byte.
 void StoragePower::liesAreFoundOut()
 {
-    QFETCH(QString, plan);
-    const FaultyRun honest = FaultyStation::run(kTwoAdditions);
-    const int lies = plan.startsWith(u'r') ? honest.reads : honest.calls;
-    int refused = 0;
-    for (int at = 1; at <= lies; ++at) {
+    for (const QString& plan : {QStringLiteral("r%1:zeros"), QStringLiteral("r%1:flip"),
+                                QStringLiteral("r%1:stale"), QStringLiteral("%1:drop")}) {
         m_station->reset();
-        const FaultyRun once = FaultyStation::run(kTwoAdditions, plan.arg(at));
-        QVERIFY(ArchiveAddition::recover());
-        QVERIFY2(contentOf(kArchive) == m_expected.value(once.answers), qPrintable(plan.arg(at)));
-        refused += once.answers.count(u'n');
+        const FaultyRun honest = FaultyStation::run(kTwoAdditions);
+        const int lies = plan.startsWith(u'r') ? honest.reads : honest.calls;
+        int refused = 0;
+        for (int at = 1; at <= lies; ++at) {
+            m_station->reset();
+            const FaultyRun once = FaultyStation::run(kTwoAdditions, plan.arg(at));
+            QVERIFY(ArchiveAddition::recover());
+            QVERIFY2(contentOf(kArchive) == m_expected.value(once.answers),
+                     qPrintable(plan.arg(at)));
+            refused += once.answers.count(u'n');
+        }
+        // Some of the reads see what was there before in any case, and some of the writes are
+        // repeated.
+        QVERIFY2(refused > lies / 4, qPrintable(QStringLiteral("%1 of %2").arg(refused).arg(lies)));
+        // A storage that lies from the start lets nothing be erased.
+        m_station->reset();
+        QVERIFY(!FaultyStation::run(kTwoAdditions, plan.arg(QStringLiteral("1+")))
+                     .answers.contains(u'y'));
     }
-    // Some of the reads see what was there before in any case, and some of the writes are repeated.
-    QVERIFY2(refused > lies / 4, qPrintable(QStringLiteral("%1 of %2").arg(refused).arg(lies)));
-    // A storage that lies from the start lets nothing be erased.
-    m_station->reset();
-    QVERIFY(
-        !FaultyStation::run(kTwoAdditions, plan.arg(QStringLiteral("1+"))).answers.contains(u'y'));
-}
-
-void StoragePower::killWhilePuttingBack_data()
-{
-    addRows("lost", {"none", "all"});
 }
 
 void StoragePower::killWhilePuttingBack()
 {
-    QFETCH(QString, lost);
-    const QStringList one = kTwoAdditions.mid(0, 1);
-    const int calls = m_station->callsOf(one);
-    for (int at = 1; at <= calls; ++at) {
-        for (int later = at + 1;; ++later) {
-            m_station->reset();
-            const FaultyRun twice =
-                FaultyStation::run(one, QStringLiteral("%1:eio,%2:kill").arg(at).arg(later), lost);
-            if (!twice.killed)
-                break;
-            QVERIFY(ArchiveAddition::recover());
-            const QByteArray held = contentOf(kArchive);
-            const bool isOld = held == m_station->original();
-            const bool isNew = held == m_expected.value(QStringLiteral("yn"));
-            QVERIFY(isNew || (isOld && !twice.answers.startsWith(u'y')));
-            QVERIFY(isOld || !twice.answers.startsWith(u'n'));
+    for (const QString& lost : {QStringLiteral("none"), QStringLiteral("all")}) {
+        const QStringList one = kTwoAdditions.mid(0, 1);
+        const int calls = m_station->callsOf(one);
+        for (int at = 1; at <= calls; ++at) {
+            for (int later = at + 1;; ++later) {
+                m_station->reset();
+                const FaultyRun twice = FaultyStation::run(
+                    one, QStringLiteral("%1:eio,%2:kill").arg(at).arg(later), lost);
+                if (!twice.killed)
+                    break;
+                QVERIFY(ArchiveAddition::recover());
+                const QByteArray held = contentOf(kArchive);
+                const bool isOld = held == m_station->original();
+                const bool isNew = held == m_expected.value(QStringLiteral("yn"));
+                QVERIFY(isNew || (isOld && !twice.answers.startsWith(u'y')));
+                QVERIFY(isOld || !twice.answers.startsWith(u'n'));
+            }
         }
     }
-}
-
-void StoragePower::recoveryMayBeCutShort_data()
-{
-    addRows("lost", {"none", "all", "first", "torn"});
 }
 
 void StoragePower::recoveryMayBeCutShort()
 {
-    QFETCH(QString, lost);
-    const QStringList recovery = {QStringLiteral("recover")};
-    const int calls = m_station->callsOf(kTwoAdditions.mid(0, 1));
-    int cuts = 0;
-    for (int at = 1; at <= calls; ++at) {
-        m_station->reset();
-        const FaultyRun first =
-            FaultyStation::run(kTwoAdditions.mid(0, 1), QStringLiteral("%1:kill").arg(at), lost);
-        const QByteArray left = contentOf(kArchive);
-        const bool sideFileLeft = QFile::exists(kSideFile);
-        const QByteArray side = contentOf(kSideFile);
-        for (int cut = 1;; ++cut) {
-            m_station->reset(left);
-            QVERIFY(!sideFileLeft || write(kSideFile, side));
-            const FaultyRun recovered =
-                FaultyStation::run(recovery, QStringLiteral("%1:kill").arg(cut), lost);
-            checkAfterKill(first);
-            cuts += recovered.killed ? 1 : 0;
-            if (!recovered.killed || !recovered.answers.isEmpty())
-                break;
+    for (const QString& lost : {QStringLiteral("none"), QStringLiteral("all"),
+                                QStringLiteral("first"), QStringLiteral("torn")}) {
+        const QStringList recovery = {QStringLiteral("recover")};
+        const int calls = m_station->callsOf(kTwoAdditions.mid(0, 1));
+        int cuts = 0;
+        for (int at = 1; at <= calls; ++at) {
+            m_station->reset();
+            const FaultyRun first = FaultyStation::run(kTwoAdditions.mid(0, 1),
+                                                       QStringLiteral("%1:kill").arg(at), lost);
+            const QByteArray left = contentOf(kArchive);
+            const bool sideFileLeft = QFile::exists(kSideFile);
+            const QByteArray side = contentOf(kSideFile);
+            for (int cut = 1;; ++cut) {
+                m_station->reset(left);
+                QVERIFY(!sideFileLeft || write(kSideFile, side));
+                const FaultyRun recovered =
+                    FaultyStation::run(recovery, QStringLiteral("%1:kill").arg(cut), lost);
+                checkAfterKill(first);
+                cuts += recovered.killed ? 1 : 0;
+                if (!recovered.killed || !recovered.answers.isEmpty())
+                    break;
+            }
         }
+        QVERIFY(cuts > calls);
     }
-    QVERIFY(cuts > calls);
 }
 
 void StoragePower::recoveryLeavesTheRestAlone()

@@ -6,7 +6,6 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
 #include <quazip/quazip.h>
@@ -182,9 +181,7 @@ void StorageZip::archivesEndAtFourGigabytes()
     QVERIFY(write(QStringLiteral("small"), "fits"));
     // Refused before a byte is written, and when the headers, too, take room.
     for (const int bytes : {100000, int(0xFFFFFFFE - size)}) {
-        QByteArray large(bytes, Qt::Uninitialized);
-        QRandomGenerator(1).generate(large.begin(), large.end());
-        QVERIFY(write(QStringLiteral("large"), large));
+        QVERIFY(write(QStringLiteral("large"), testfiles::noise(1, bytes)));
         QTest::ignoreMessage(QtInfoMsg, "Archive full: a.cvx");
         QVERIFY(!ZipUtils::addFile(kArchive, QStringLiteral("large")));
         QCOMPARE(file.size(), size);
@@ -200,8 +197,7 @@ void StorageZip::archivesEndAtFourGigabytes()
 void StorageZip::everyAlignment()
 {
     QVERIFY(ZipUtils::createZip(kArchive));
-    QByteArray content(700, Qt::Uninitialized);
-    QRandomGenerator(1).generate(content.begin(), content.end());
+    const QByteArray content = testfiles::noise(1, 700);
     QVERIFY(write(QStringLiteral("x"), content));
     constexpr int kFiles = 60;
     for (int i = 0; i < kFiles; ++i)
