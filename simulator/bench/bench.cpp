@@ -14,6 +14,7 @@ namespace {
 
 // In the middle of the screen's hidden quit area.
 constexpr QPoint kQuitCorner(15, 15);
+const QString kPackage = QStringLiteral("app.zip");
 
 /// Makes the firmware and puts its package onto the stick.
 std::optional<Firmware> bringFirmware(const std::optional<FirmwarePlan>& plan, quint64 seed,
@@ -22,7 +23,7 @@ std::optional<Firmware> bringFirmware(const std::optional<FirmwarePlan>& plan, q
     if (!plan)
         return std::nullopt;
     Firmware firmware = makeFirmware(*plan, seed);
-    writePackage(firmware, stick.path(QStringLiteral("app.zip")));
+    writePackage(firmware, stick.path(kPackage));
     return firmware;
 }
 
@@ -43,7 +44,7 @@ Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     connect(&m_quit_patience, &QTimer::timeout, &m_site->station(), &Station::kill);
     for (int slot = 0; slot < kSlotCount; ++slot)
         m_rack.setPlan(slot, scenario.plans.at(slot));
-    connect(&m_site->station(), &Station::logged, this, &Bench::changed);
+    connect(&m_site->station(), &Station::logged, this, &Bench::noteLog);
     connect(&m_site->places(), &PodBus::happened, this, &Bench::notePodEvent);
     connect(&m_site->station(), &Station::ended, this, &Bench::noteEnd);
     connect(&m_screen, &ScreenClient::changed, this, &Bench::readScreen);
@@ -109,7 +110,7 @@ QString Bench::act(const verb::Stick& stick)
         throw BadInput(stick.inserted ? QStringLiteral("the stick is in already")
                                       : QStringLiteral("the stick is out already"));
     if (stick.other)
-        m_site->stick().replace(*stick.other);
+        replaceStick(*stick.other);
     m_site->stick().setInserted(stick.inserted);
     if (stick.inserted)
         noteEraseCommand();
@@ -122,6 +123,15 @@ QString Bench::act(const verb::PutOnStick& put)
 {
     m_site->stick().put(put.file);
     return QStringLiteral("put on the stick: %1").arg(QFileInfo(put.file).fileName());
+}
+
+void Bench::replaceStick(const StickPlan& plan)
+{
+    if (plan.package && !m_firmware)
+        throw BadInput(QStringLiteral("there is no firmware for a package here"));
+    m_site->stick().replace(plan);
+    if (plan.package)
+        writePackage(*m_firmware, stick().path(kPackage));
 }
 
 QString Bench::act(const verb::GrowArchive& grow)
@@ -191,6 +201,12 @@ QString Bench::act(const verb::MeasureStation& /*measure*/)
     return {};
 }
 
+QString Bench::act(const verb::SetClock& clock)
+{
+    m_site->station().setClock(clock.time);
+    return {};
+}
+
 QString Bench::act(const verb::Status& /*status*/)
 {
     return statusText(m_rack, stick(), m_panel_code);
@@ -209,9 +225,15 @@ void Bench::startStation()
     m_promise.stationStarted();
     m_killed = false;
     noteEraseCommand();
-    m_service.stationStarted(elapsedMs());
     m_site->station().start();
     m_screen.start(m_site->screenSocket());
+}
+
+void Bench::noteLog()
+{
+    // Its first line begins its day: a machine's start is not the station's.
+    m_service.stationStarted(elapsedMs());
+    emit changed();
 }
 
 void Bench::notePodEvent(int slot, PodEvent event)

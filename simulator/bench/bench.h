@@ -109,10 +109,13 @@ private:
     QString act(const verb::KillStation& kill);
     QString act(const verb::RestartStation& restart);
     QString act(const verb::MeasureStation& measure);
+    QString act(const verb::SetClock& clock);
     QString act(const verb::Status& status);
     QString act(const verb::Help& help);
 
+    void replaceStick(const StickPlan& plan);
     void startStation();
+    void noteLog();
     void notePodEvent(int slot, PodEvent event);
     void noteEnd();
     void noteEraseCommand();

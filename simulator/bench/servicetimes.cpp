@@ -1,6 +1,7 @@
 #include "bench/servicetimes.h"
 
 #include <algorithm>
+#include <utility>
 
 void ServiceTimes::plugged(const SlotSet& slot_set, qint64 now_ms)
 {
@@ -17,7 +18,8 @@ void ServiceTimes::left(const SlotSet& slot_set, qint64 now_ms)
 
 void ServiceTimes::stationStarted(qint64 now_ms)
 {
-    m_running = true;
+    if (std::exchange(m_running, true))
+        return;
     for (auto& since_ms : m_waiting_since_ms)
         if (since_ms)
             since_ms = now_ms;

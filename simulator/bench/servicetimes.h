@@ -14,6 +14,7 @@ public:
     void plugged(const SlotSet& slot_set, qint64 now_ms);
     /// Also when their recordings were erased.
     void left(const SlotSet& slot_set, qint64 now_ms);
+    /// Nothing happens when it runs already.
     void stationStarted(qint64 now_ms);
     void stationEnded(qint64 now_ms);
 

@@ -39,5 +39,7 @@ struct Day
     QJsonObject settings; ///< of the scenario: download space, archives of earlier days, firmware
     std::vector<DayPod> pods;
     std::vector<Episode> episodes;
+    bool firmware() const { return settings.contains(QStringLiteral("firmware")); }
+
     bool measured = true; ///< the idle station is weighed at the end
 };

@@ -5,6 +5,8 @@
 #include "explore/json.h"
 #include "explore/stickinventor.h"
 
+#include <QDateTime>
+
 #include <array>
 
 using json::ifPossible;
@@ -22,13 +24,23 @@ QJsonObject after(const char* what, const json::Value& value)
     return object({{"after", object({{what, value}})}});
 }
 
-std::vector<PodFault> readoutFaults(bool machine)
+std::vector<PodFault> faultsOf(bool machine, bool firmware)
 {
+    const PodFault last = firmware ? PodFault::FirmwareAbsent : PodFault::SizeAbsurd;
     std::vector<PodFault> faults;
-    for (auto fault = int(PodFault::NoAnswer); fault <= int(PodFault::SizeAbsurd); ++fault)
+    for (auto fault = int(PodFault::NoAnswer); fault <= int(last); ++fault)
         if (!machine || (fault != int(PodFault::ClaimBusy) && fault != int(PodFault::DriverBusy)))
             faults.push_back(PodFault(fault));
     return faults;
+}
+
+/// On a stick with firmware, nothing else has its name.
+QJsonObject withPackage(QJsonObject stick)
+{
+    QJsonObject content = stick[QStringLiteral("content")].toObject();
+    content.remove(QStringLiteral("app.zip"));
+    stick.insert(QStringLiteral("content"), content);
+    return stick;
 }
 
 /// Makes one day; of no use afterwards.
@@ -39,7 +51,8 @@ public:
         : m_limits(limits)
         , m_dice(seed)
         , m_sticks(m_dice, limits.machine)
-        , m_faults(readoutFaults(limits.machine))
+        , m_firmware(!limits.machine && m_dice.chance(20))
+        , m_faults(faultsOf(limits.machine, m_firmware))
     {
         m_day.seed = seed;
         m_day.machine = limits.machine;
@@ -61,7 +74,7 @@ public:
     }
 
 private:
-    enum Kind { Plug, Unplug, Move, StickOut, OtherStick, Kill, Stop, Quit, Touch, Kinds };
+    enum Kind { Plug, Unplug, Move, StickOut, OtherStick, Kill, Stop, Quit, Clock, Touch, Kinds };
 
     void inventPods();
     DayPod inventPod(int number);
@@ -78,12 +91,14 @@ private:
     QJsonObject someTime() { return object({{"wait", m_dice.seconds(3)}}); }
     QJsonObject somePhase(int slot);
     QJsonObject someMoment();
+    QString someClock();
     const DayPod& somePod() { return m_dice.oneOf(m_day.pods); }
 
     DayLimits m_limits;
     Day m_day;
     Dice m_dice;
     StickInventor m_sticks;
+    bool m_firmware;
     std::vector<PodFault> m_faults;
     int m_fault_percent;
     std::array<int, Kinds> m_weights{};
@@ -138,6 +153,11 @@ void Inventor::shareNames()
 void Inventor::inventMorning()
 {
     m_day.stick = m_sticks.stick();
+    if (m_firmware) {
+        m_day.stick = withPackage(m_day.stick);
+        m_day.settings.insert(QStringLiteral("firmware"),
+                              object({{"size", m_dice.magnitude(2'000, 60'000)}}));
+    }
     m_day.stick.insert(QStringLiteral("inserted"), m_dice.chance(60));
     if (m_dice.chance(30))
         m_day.settings.insert(
@@ -186,6 +206,8 @@ void Inventor::add(Kind kind)
         return addOutage("stop");
     case Quit:
         return addOutage("quit");
+    case Clock: // elsewhere it is this computer's, and the step is left out
+        return addSteps({ifPossible(with(someMoment(), object({{"clock", someClock()}})))});
     default:
         return addSteps({ifPossible(
             with(someTime(),
@@ -196,7 +218,12 @@ void Inventor::add(Kind kind)
 /// Where there can be only one, the same again.
 QJsonObject Inventor::anotherStick()
 {
-    return m_day.machine ? object({{"stick", "in"}}) : object({{"stick", m_sticks.stick()}});
+    if (m_day.machine)
+        return object({{"stick", "in"}});
+    QJsonObject stick = m_sticks.stick();
+    if (m_firmware && m_dice.chance(30))
+        stick = with(withPackage(stick), object({{"package", true}}));
+    return object({{"stick", stick}});
 }
 
 QJsonObject Inventor::plugStep(const DayPod& pod, int slot)
@@ -240,8 +267,10 @@ void Inventor::addUnplug(int pod)
 
 QJsonObject Inventor::somePhase(int slot)
 {
-    const char* const phase = m_dice.oneOf(
-        {"readout begun", "readout completed", "erased", "charging", "charged", "gauge full", ""});
+    const char* const phase = m_firmware && m_dice.chance(50)
+                                  ? m_dice.oneOf({"bootloader", "updating", "updated"})
+                                  : m_dice.oneOf({"readout begun", "readout completed", "erased",
+                                                  "charging", "charged", "gauge full", ""});
     if (*phase == '\0')
         return someTime();
     return with(after(phase, slot),
@@ -269,6 +298,14 @@ QJsonObject Inventor::someMoment()
     default:
         return slot ? somePhase(*slot) : someTime();
     }
+}
+
+/// Before a clock was ever set, when 32 bits are full, or some day between.
+QString Inventor::someClock()
+{
+    const qint64 seconds = m_dice.oneOf<qint64>(
+        {0, 2'147'483'600, m_dice.number(1'000'000'000, 2'000'000'000), 4'294'967'200});
+    return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate);
 }
 
 /// The station goes off, and on again; in between, people do as they like.

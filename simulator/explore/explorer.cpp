@@ -81,10 +81,7 @@ void Explorer::note(const Day& day, const DayResult& result)
 
 void Explorer::lookInto(const Broken& broken)
 {
-    say(QStringLiteral("day %1 breaks its rule %2 times of %3")
-            .arg(broken.day.seed)
-            .arg(repeated(broken))
-            .arg(kRepeats));
+    repeat(broken);
     const Day smallest =
         smallestDay(broken.day, kMostSmallerRounds, [&](const std::vector<Day>& days) {
             return firstThatBreaks(days, broken.rules);
@@ -101,15 +98,20 @@ void Explorer::lookInto(const Broken& broken)
 }
 
 /// What comes of the timing of threads comes sometimes.
-int Explorer::repeated(const Broken& broken)
+void Explorer::repeat(const Broken& broken)
 {
+    int played = 0;
     int times = 0;
     m_player.play(
         kRepeats, [&](std::size_t /*index*/) { return broken.day; },
         [&](std::size_t /*index*/, const DayResult& result) {
+            ++played;
             times += breaksOneOf(result, broken.rules) ? 1 : 0;
         });
-    return times;
+    say(QStringLiteral("day %1 breaks its rule %2 times of %3")
+            .arg(broken.day.seed)
+            .arg(times)
+            .arg(played));
 }
 
 std::optional<std::size_t> Explorer::firstThatBreaks(const std::vector<Day>& days,

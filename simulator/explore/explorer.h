@@ -36,7 +36,7 @@ private:
 
     void note(const Day& day, const DayResult& result);
     void lookInto(const Broken& broken);
-    int repeated(const Broken& broken);
+    void repeat(const Broken& broken);
     std::optional<std::size_t> firstThatBreaks(const std::vector<Day>& days,
                                                const QStringList& rules);
     void keep(const Day& day, const QString& suffix, const QString& output) const;

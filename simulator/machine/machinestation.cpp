@@ -57,6 +57,15 @@ void MachineStation::terminate()
     m_machine.shell().run(QStringLiteral("kill $(pidof corvane)"));
 }
 
+void MachineStation::setClock(const QDateTime& time)
+{
+    m_machine.shell().run(QStringLiteral("date -u -s @%1").arg(time.toSecsSinceEpoch()),
+                          [this](const MachineShell::Result& result) {
+                              if (result.exit_code != 0)
+                                  noteTrouble(result.lines.join(QLatin1Char(' ')));
+                          });
+}
+
 bool MachineStation::running() const
 {
     return m_machine.running();

@@ -23,6 +23,7 @@ public:
     void start() override;
     void kill() override;
     void terminate() override;
+    void setClock(const QDateTime& time) override;
     bool running() const override;
     std::optional<int> podThreads() const override;
     std::optional<bool> stickMounted() const override;

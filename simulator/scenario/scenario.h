@@ -6,6 +6,7 @@
 #include "scenario/podplan.h"
 #include "scenario/stickplan.h"
 
+#include <QDateTime>
 #include <QPoint>
 #include <QStringList>
 
@@ -73,6 +74,11 @@ struct RestartStation
 struct MeasureStation
 {
 };
+/// Of the station's computer.
+struct SetClock
+{
+    QDateTime time;
+};
 struct Status
 {
 };
@@ -81,10 +87,17 @@ struct Help
 };
 } // namespace verb
 
+<<<<<<< HEAD
 using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::PutOnStick,
                           verb::GrowArchive, verb::Touch, verb::Screenshot, verb::Quit,
                           verb::StopStation, verb::KillStation, verb::RestartStation,
                           verb::MeasureStation, verb::Status, verb::Help>;
+=======
+using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::GrowArchive,
+                          verb::Touch, verb::Screenshot, verb::Quit, verb::StopStation,
+                          verb::KillStation, verb::RestartStation, verb::MeasureStation,
+                          verb::SetClock, verb::Status, verb::Help>;
+>>>>>>> main
 
 /// What a step waits for: how things stand with a slot's present or last pod, with all lines
 /// logged so far, with the picture last seen.

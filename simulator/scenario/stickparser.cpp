@@ -80,6 +80,7 @@ StickPlan stickPlanOf(const JsonPlace& place)
         {{"inserted", into(plan.inserted)},
          {"folder", [&plan](const JsonPlace& folder) { plan.folder = folder.path(); }},
          {"content", readContent},
+         {"package", into(plan.package)},
          {"size", bytesInto(settings.size_bytes, kMostBytes)},
          {"speed", bytesInto(settings.bytes_per_second, kMost32)},
          {"pull at byte", byteInto(settings.pull_at_byte)},

@@ -28,6 +28,7 @@ struct StickPlan
     bool inserted = true;
     QString folder; ///< copied onto the stick; empty: none
     std::vector<StickItem> items;
+    bool package = false; ///< with the scenario's firmware; that of the first stick always
     StickSettings settings;
     bool may_stay = false; ///< the byte at which it leaves need not come
 };

@@ -57,6 +57,16 @@ Verb stationVerbOf(P place, U /*usual*/)
     return verbs.value(name);
 }
 
+Verb clockOf(P place, U /*usual*/)
+{
+    QDateTime time = QDateTime::fromString(place.text(), Qt::ISODate);
+    if (!time.isValid() || time.toSecsSinceEpoch() < 0)
+        place.refuse(
+            QStringLiteral("a time is written 2038-01-19T03:14:07, and is none before 1970"));
+    time.setTimeSpec(Qt::UTC);
+    return verb::SetClock{time};
+}
+
 // What is typed, as a scenario's file would have it. The words begin with the verb.
 
 QJsonValue oneWord(const Words& words)
@@ -141,6 +151,8 @@ const std::vector<Row>& rows()
         {"screenshot", true, [](P place, U) -> Verb { return verb::Screenshot{place.text()}; },
          Typing{"screenshot FILE", "save what the screen shows", 1, 1, oneWord}},
         {"station", true, stationVerbOf, {}},
+        {"clock", true, clockOf,
+         Typing{"clock TIME", "set a machine's clock, as 2038-01-19T03:14:07", 1, 1, oneWord}},
         {"status", false, [](P, U) -> Verb { return verb::Status{}; },
          Typing{"status", "every slot, the stick and the panel", 0, 0, verbItself}},
         {"stop", false, stationVerbOf,

@@ -13,6 +13,11 @@ Station::Station(const QString& log_path, bool echo)
             QStringLiteral("cannot write %1: %2").arg(log_path, m_log_file.errorString()));
 }
 
+void Station::setClock(const QDateTime& /*time*/)
+{
+    throw BadInput(QStringLiteral("only a machine has a clock of its own"));
+}
+
 void Station::noteStart()
 {
     m_exit_code.reset();

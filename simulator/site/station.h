@@ -3,6 +3,7 @@
 #include "site/holdings.h"
 #include "site/stationlog.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QObject>
 
@@ -24,6 +25,9 @@ public:
     virtual void kill() = 0;
     /// Asks by signal; for a station without a screen that could be touched.
     virtual void terminate() = 0;
+
+    /// Throws BadInput where the clock is not only the station's.
+    virtual void setClock(const QDateTime& time);
 
     virtual bool running() const = 0;
     /// Worker threads of pods that live now; std::nullopt while that is not known.

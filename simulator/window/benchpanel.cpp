@@ -66,7 +66,7 @@ QVariantList BenchPanel::scenarios()
 
 QString BenchPanel::panelText() const
 {
-    const auto code = m_bench.panelCode();
+    const auto code = m_bench.stationRuns() ? m_bench.panelCode() : std::nullopt;
     for (const PanelCode& panel : kPanelCodes)
         if (panel.code == code)
             return QLatin1String(panel.meaning);

@@ -92,6 +92,8 @@ PlaceModel::Shown PlaceModel::lookAt(int slot) const
         return {false, stateAfter(report)};
     const auto& firmware = m_bench.firmware();
     const PlaceState state = stateOf(*pod, report, firmware ? firmware->image.size() : 0);
+    if (!m_bench.stationRuns())
+        return {true, stateInTheDark(state)};
     const bool at_rest = report.charge_polls > 0; // its gauge has no cross, and to look takes time
     return {true, !at_rest && shownAsFailed(slot) ? stateAsFailed(state) : state};
 }

@@ -116,6 +116,15 @@ PlaceState stateAsFailed(PlaceState state)
     return state;
 }
 
+PlaceState stateInTheDark(PlaceState state)
+{
+    if (state.busy()) {
+        state.phase = PlaceState::Phase::Waits;
+        state.words = QStringLiteral("broken off");
+    }
+    return state;
+}
+
 PlaceState stateAfter(const PodReport& last)
 {
     PlaceState state;

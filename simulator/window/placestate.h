@@ -28,6 +28,8 @@ bool operator==(const PlaceState& one, const PlaceState& other);
 PlaceState stateOf(const PodSettings& pod, const PodReport& report, qint64 image_bytes);
 /// Of a pod whose gauge the station marks as failed: it expects nothing more from it.
 PlaceState stateAsFailed(PlaceState state);
+/// Of a pod that nobody asks for more while the station is off.
+PlaceState stateInTheDark(PlaceState state);
 /// Of a place whose last pod was pulled.
 PlaceState stateAfter(const PodReport& last);
 

@@ -45,12 +45,6 @@ QString FileSaver::getLastFileName() const
     return names.isEmpty() ? QString() : names.last();
 }
 
-QString FileSaver::getLastFilePath() const
-{
-    const QString last = getLastFileName();
-    return last.isEmpty() ? QString() : pathOf(last);
-}
-
 bool FileSaver::createNewFile()
 {
     cleanLocalBackups();

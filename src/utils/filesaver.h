@@ -22,7 +22,6 @@ public:
 
     QStringList listFiles() const;
     QString getLastFileName() const;
-    QString getLastFilePath() const;
     QString getCurrentFilePath() const { return m_current_file_path; }
 
 public slots:

@@ -129,18 +129,6 @@ bool UsbKeyUtils::copyFileToUsbKey(const QString& source, const QString& name)
     return copyWhole(source, name) == Copy::Done;
 }
 
-bool UsbKeyUtils::copyFileToUsbKey(const QString& source)
-{
-    return copyFileToUsbKey(source, source.section(QLatin1Char('/'), -1));
-}
-
-bool UsbKeyUtils::isUsbKeyPlugged()
-{
-    const auto search = ChildProcess::run(QStringLiteral("blkid"), {}, m_tool_limit);
-    return search.end != ChildProcess::End::NotFinished &&
-           QString::fromUtf8(search.output).contains(diskPrefix());
-}
-
 /// A mount that refused counts as done, so the kernel is asked: else the station's own disk would
 /// pass for the stick.
 bool UsbKeyUtils::isAttached() const

@@ -54,11 +54,7 @@ public:
 
     /// True when copyWhole is done.
     bool copyFileToUsbKey(const QString& source, const QString& name);
-    bool copyFileToUsbKey(const QString& source);
 
-    bool isUsbKeyPlugged();
-
-    QString usb_path() const { return m_usb_path; }
     bool mounted() const { return m_mounted; }
 
 private:

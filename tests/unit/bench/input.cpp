@@ -199,6 +199,9 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario()
     refused(withSteps(R"({"touch": [480, 0]})"),
             "demo.json: steps[0].touch[0]: a whole number from 0 to 479 is needed here");
     refused(withSteps(R"({"touch": [1]})"), "demo.json: steps[0].touch: a touch is [x, y]");
+    refused(withSteps(R"({"clock": "noon"})"),
+            "demo.json: steps[0].clock: a time is written 2038-01-19T03:14:07, and is none before "
+            "1970");
     refused(withSteps(R"({"station": "sleep"})"),
             "demo.json: steps[0].station: unknown 'sleep'; a station can: kill, measure, quit, "
             "restart, stop");

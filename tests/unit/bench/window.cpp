@@ -92,6 +92,9 @@ void WindowTest::tellsOfReading()
     QCOMPARE(stateOf(pod, report, 0).detail, QStringLiteral("2.0 of 8.0 MB"));
     QCOMPARE(stateOf(pod, report, 0).filled, 0.25);
     QVERIFY(stateOf(pod, report, 0).busy());
+    QCOMPARE(stateInTheDark(stateOf(pod, report, 0)).words, QStringLiteral("broken off"));
+    QVERIFY(!stateInTheDark(stateOf(pod, report, 0)).busy());
+    QVERIFY(!stateAsFailed(stateOf(pod, report, 0)).busy());
     report.readouts_begun = 2;
     QCOMPARE(stateOf(pod, report, 0).words, QStringLiteral("read again"));
     QCOMPARE(stateOf(pod, report, 0).filled, 0.0);

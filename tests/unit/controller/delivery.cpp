@@ -100,7 +100,7 @@ private slots:
 private:
     SyncCode deliver(LocalArchives& archives);
     QString onStick(const QString& name) const { return m_key->pathOf(name); }
-    QStringList stickFiles() const { return QDir(m_key->usb_path()).entryList(QDir::Files); }
+    QStringList stickFiles() const { return QDir(m_key->pathOf({})).entryList(QDir::Files); }
 
     QScopedPointer<QTemporaryDir> m_folder;
     std::unique_ptr<UsbKeyUtils> m_key;
@@ -219,7 +219,7 @@ void ControllerDelivery::copyThatWasCutTakesNoRoom()
     const auto archives = start();
     QVERIFY(write(onStick(QStringLiteral(".corvane.new")), noise(1, 800000)));
     QCOMPARE(deliver(*archives), Copied);
-    QCOMPARE(QDir(m_key->usb_path()).entryList(QDir::Files | QDir::Hidden),
+    QCOMPARE(QDir(m_key->pathOf({})).entryList(QDir::Files | QDir::Hidden),
              QStringList(owedName(0)));
 }
 

@@ -66,7 +66,6 @@ private slots:
     void longestWriteFitsTheMtu();
     void faultyBootloaders_data();
     void faultyBootloaders();
-    void resumes_data();
     void resumes();
     void cannotResume();
     void halfAnInitPacketIsSentAgainInFull();
@@ -199,47 +198,35 @@ void DfuSession::faultyBootloaders()
     QCOMPARE(m_rig->updated(kSlot, package), failure.isEmpty() || fault == PodFault::LeavesUnheard);
 }
 
-void DfuSession::resumes_data()
-{
-    QTest::addColumn<int>("executed_bytes");
-    QTest::addColumn<int>("half_bytes");
-    QTest::addColumn<PodFault>("fault");
-    QTest::addColumn<int>("sent_bytes");
-    const auto row = [](const char* what, int executed_bytes, int half_bytes, int sent_bytes,
-                        PodFault fault = PodFault::None) {
-        QTest::newRow(what) << executed_bytes << half_bytes << fault << sent_bytes;
-    };
-    row("whole objects", 8192, 0, 11'808);
-    row("within an object", 4096, 1000, 14'904);
-    row("within the first", 0, 1, 19'999);
-    row("within the last", 16384, 100, 3516);
-    row("an object not executed yet", 4096, 4096, 11'808);
-    row("all but the last execution", 16384, 3616, 0);
-    // What is left of the object arrives wrong: all of it is sent anew.
-    row("within an object, and wrong", 8192, 1000, 3096 + 11'808, PodFault::CrcWrongOnce);
-    row("within the last, and wrong", 16384, 100, 3516 + 3616, PodFault::OffsetWrong);
-}
-
 void DfuSession::resumes()
 {
-    QFETCH(int, executed_bytes);
-    QFETCH(int, half_bytes);
-    QFETCH(PodFault, fault);
-    QFETCH(int, sent_bytes);
-    PodSettings settings = PodRig::podInBootloader(fault);
-    const PodRig::Package package = PodRig::plainPackage(settings.bootloader);
-    settings.flash.init_packet = package.init;
-    settings.flash.image = package.image.left(executed_bytes);
-    settings.bootloader.half_received = package.image.mid(executed_bytes, half_bytes);
-    PodRig::unpack(package);
+    const auto check = [this](const char* what, int executed_bytes, int half_bytes, int sent_bytes,
+                              PodFault fault = PodFault::None) {
+        PodSettings settings = PodRig::podInBootloader(fault);
+        const PodRig::Package package = PodRig::plainPackage(settings.bootloader);
+        settings.flash.init_packet = package.init;
+        settings.flash.image = package.image.left(executed_bytes);
+        settings.bootloader.half_received = package.image.mid(executed_bytes, half_bytes);
+        PodRig::unpack(package);
 
-    Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
-    const QSignalSpy shown(&pod, &Pod::setUpdateProgress);
-    QCOMPARE(update(pod), QByteArray());
-    QVERIFY(m_rig->updated(kSlot, package));
-    QCOMPARE(shown.last().last().toInt(), 100);
-    QCOMPARE(m_rig->bus().report(kSlot).bootloader.image_bytes, quint64(sent_bytes));
-    QCOMPARE(m_rig->refusals(kSlot), 0);
+        Pod pod(kSlot, m_rig->plug(kSlot, settings), m_rig->screen());
+        const QSignalSpy shown(&pod, &Pod::setUpdateProgress);
+        QVERIFY2(update(pod).isEmpty() && m_rig->updated(kSlot, package), what);
+        QCOMPARE(shown.last().last().toInt(), 100);
+        const quint64 image_bytes = m_rig->bus().report(kSlot).bootloader.image_bytes;
+        QVERIFY2(image_bytes == quint64(sent_bytes), what);
+        QCOMPARE(m_rig->refusals(kSlot), 0);
+        m_rig->unplug(kSlot);
+    };
+    check("whole objects", 8192, 0, 11'808);
+    check("within an object", 4096, 1000, 14'904);
+    check("within the first", 0, 1, 19'999);
+    check("within the last", 16384, 100, 3516);
+    check("an object not executed yet", 4096, 4096, 11'808);
+    check("all but the last execution", 16384, 3616, 0);
+    // What is left of the object arrives wrong: all of it is sent anew.
+    check("within an object, and wrong", 8192, 1000, 3096 + 11'808, PodFault::CrcWrongOnce);
+    check("within the last, and wrong", 16384, 100, 3516 + 3616, PodFault::OffsetWrong);
 }
 
 void DfuSession::cannotResume()

@@ -59,10 +59,8 @@ void StorageFileSaver::emptyFolder()
     FileSaver saver(QStringLiteral("datas"), kExtension, 25);
     QVERIFY(QDir(QStringLiteral("datas")).exists());
     QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/"));
-    QCOMPARE(saver.getLastFilePath(), QString());
     saver.createNewFile();
     QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/0000000000.cvx"));
-    QCOMPARE(saver.getLastFilePath(), QString());
     QCOMPARE(saver.listFiles(), QStringList());
 
     // One level only: what cannot be made yields the same names.
@@ -100,7 +98,6 @@ void StorageFileSaver::nextName()
     QCOMPARE(saver.getCurrentFilePath(), QStringLiteral("datas/") + last);
     saver.createNewFile();
     QTEST(saver.getCurrentFilePath(), "next");
-    QCOMPARE(saver.getLastFilePath(), QStringLiteral("datas/") + last);
     QCOMPARE(saver.listFiles().size(), 2);
 }
 
@@ -153,7 +150,7 @@ void StorageFileSaver::oldestGoFirst()
     const FileSaver saver(QStringLiteral("datas"), kExtension, 25);
     QCOMPARE(saver.listFiles().size(), 25);
     QCOMPARE(saver.listFiles().first(), archiveName(6));
-    QCOMPARE(saver.getLastFilePath(), QStringLiteral("datas/") + archiveName(30));
+    QCOMPARE(saver.listFiles().last(), archiveName(30));
 }
 
 QTEST_GUILESS_MAIN(StorageFileSaver)
