@@ -87,17 +87,10 @@ struct Help
 };
 } // namespace verb
 
-<<<<<<< HEAD
 using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::PutOnStick,
                           verb::GrowArchive, verb::Touch, verb::Screenshot, verb::Quit,
                           verb::StopStation, verb::KillStation, verb::RestartStation,
-                          verb::MeasureStation, verb::Status, verb::Help>;
-=======
-using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::GrowArchive,
-                          verb::Touch, verb::Screenshot, verb::Quit, verb::StopStation,
-                          verb::KillStation, verb::RestartStation, verb::MeasureStation,
-                          verb::SetClock, verb::Status, verb::Help>;
->>>>>>> main
+                          verb::MeasureStation, verb::SetClock, verb::Status, verb::Help>;
 
 /// What a step waits for: how things stand with a slot's present or last pod, with all lines
 /// logged so far, with the picture last seen.
