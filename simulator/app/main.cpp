@@ -114,7 +114,7 @@ QString playWithPerson(Bench& bench, const Scenario& scenario, const PodPlan& us
                           window != nullptr ? ScenarioRunner::Mode::Watched
                                             : ScenarioRunner::Mode::Attended);
     const Prompt prompt(bench, usual);
-    const QString next = watch(bench, runner, scenario, usual, window);
+    QString next = watch(bench, runner, scenario, usual, window);
     for (const QString& problem : runner.problems())
         QTextStream(stderr) << problem << '\n';
     return next;
@@ -208,6 +208,7 @@ int serveWindow(const QStringList& arguments)
         words.push_back(argument.toLocal8Bit());
     words.insert(words.end(), {"--display", "window"});
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (QByteArray& word : words)
         pointers.push_back(word.data());
     pointers.push_back(nullptr);
@@ -248,7 +249,8 @@ int run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    std::setlocale(LC_ALL, ""); // the arguments are read before there is an application
+    // The arguments are read before there is an application.
+    std::setlocale(LC_ALL, ""); // NOLINT(concurrency-mt-unsafe): no thread yet
     try {
         return run(argc, argv);
     } catch (const BadInput& bad) {

@@ -55,7 +55,7 @@ void BenchWindow::show(Bench& bench, const ScenarioRunner& runner, const Scenari
 
 QString BenchWindow::leave()
 {
-    const QString chosen = m_panel->chosenScenario();
+    QString chosen = m_panel->chosenScenario();
     m_view.setSource(QUrl());
     m_view.rootContext()->setContextProperty(QStringLiteral("bench"), nullptr);
     m_view.closed = nullptr;

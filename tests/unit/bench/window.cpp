@@ -10,12 +10,13 @@
 
 namespace {
 
-constexpr quint64 kMega = 1024 * 1024;
+constexpr quint64 kKilo = 1024;
+constexpr quint64 kMega = kKilo * kKilo;
 
-PodSettings podOf(quint32 size_bytes)
+PodSettings podOf(quint64 size_bytes)
 {
     PodSettings pod;
-    pod.size_bytes = size_bytes;
+    pod.size_bytes = quint32(size_bytes);
     return pod;
 }
 
@@ -123,9 +124,9 @@ void WindowTest::tellsOfWhatWasDone()
 
     PodReport updated;
     updated.mode = PodMode::Bootloader;
-    updated.bootloader.image_bytes = 24 * 1024;
-    QCOMPARE(stateOf(pod, updated, 96 * 1024).detail, QStringLiteral("24 of 96 KB"));
-    QCOMPARE(stateOf(pod, updated, 96 * 1024).filled, 0.25);
+    updated.bootloader.image_bytes = 24 * kKilo;
+    QCOMPARE(stateOf(pod, updated, qint64(96 * kKilo)).detail, QStringLiteral("24 of 96 KB"));
+    QCOMPARE(stateOf(pod, updated, qint64(96 * kKilo)).filled, 0.25);
     updated.mode = PodMode::Normal;
     updated.updates_completed = 1;
     QCOMPARE(stateOf(pod, updated, 0).words, QStringLiteral("updated"));
