@@ -52,9 +52,13 @@ void SandboxStation::start()
     m_process.start(companions::path("tools/private-root"), QStringList());
 }
 
+/// By the first process of the private root: its end comes when all others there are gone. One that
+/// outlived the run would still hold the station's folder when the next one begins.
 void SandboxStation::kill()
 {
-    m_process.kill();
+    const qint64 first = childProcesses(m_process.processId()).value(0);
+    if (first <= 0 || ::kill(static_cast<pid_t>(first), SIGKILL) != 0)
+        m_process.kill();
 }
 
 // As kill, it ends the station that this object is: no business of a const one.

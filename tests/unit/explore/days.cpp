@@ -84,14 +84,16 @@ void ExploreDaysTest::arePlayable()
             const Scenario scenario = parseScenario(json, QStringLiteral("day.json"), PodPlan());
             verbs += verbsOf(scenario);
             QVERIFY(!scenario.expect.erased.none());
-            for (const char* beyond : {"claim busy", "driver busy", "pull at byte", "\"link\"",
-                                       "unreadable", "download space", "flips", "loses"})
+            for (const char* beyond :
+                 {"claim busy", "driver busy", "pull at byte", "\"link\"", "unreadable",
+                  "download space", "flips", "loses", "\"firmware\""})
                 QVERIFY2(!machine || !json.contains(beyond), beyond);
             for (const Step& step : scenario.steps)
                 if (const auto* stick = std::get_if<verb::Stick>(&step.action))
                     QVERIFY(!machine || !stick->other);
         }
-        QCOMPARE(verbs.size(), 9); // plug, unplug, stick, touch, quit, stop, kill, restart, measure
+        // Plug, unplug, stick, touch, quit, stop, kill, restart, measure, clock.
+        QCOMPARE(verbs.size(), 10);
     }
 }
 
@@ -100,11 +102,12 @@ void ExploreDaysTest::knowEveryFault()
     QByteArray all;
     for (quint64 seed = 0; seed < kDays; ++seed)
         all += jsonOf(inventDay(seed, {}));
-    for (int fault = int(PodFault::NoAnswer); !isOfBootloader(PodFault(fault)); ++fault)
+    for (int fault = int(PodFault::NoAnswer); fault <= int(PodFault::FirmwareAbsent); ++fault)
         QVERIFY2(all.contains(podFaultName(PodFault(fault)).toUtf8()),
                  qPrintable(podFaultName(PodFault(fault))));
-    for (const char* thing : {"cmd_erase_datas.txt", "cmd_gen_backup.txt", "pull at byte", "5A5A",
-                              "loses from byte", "flips at byte", "unreadable", "archives"})
+    for (const char* thing :
+         {"cmd_erase_datas.txt", "cmd_gen_backup.txt", "pull at byte", "5A5A", "loses from byte",
+          "flips at byte", "unreadable", "archives", "\"package\""})
         QVERIFY2(all.contains(thing), thing);
 }
 
