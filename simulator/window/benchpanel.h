@@ -60,6 +60,9 @@ public:
     Q_INVOKABLE void play(const QString& file);
     QString chosenScenario() const { return m_chosen; }
 
+    /// Shows at once how things stand.
+    void refresh();
+
 signals:
     void pictureChanged();
     void progressChanged();
@@ -70,7 +73,6 @@ signals:
 
 private:
     void look();
-    void refresh();
     void perform(const Verb& verb);
     void attempt(const std::function<QString()>& work);
     void say(const QString& message);

@@ -42,9 +42,15 @@ BenchWindow::BenchWindow()
 void BenchWindow::show(Bench& bench, const ScenarioRunner& runner, const Scenario& scenario,
                        const PodPlan& usual)
 {
-    m_panel = std::make_unique<BenchPanel>(bench, runner, scenario.name, usual);
+    const QString name = scenario.steps.empty()
+                             ? QStringLiteral("No scenario: what happens is up to you")
+                             : scenario.name;
+    m_panel = std::make_unique<BenchPanel>(bench, runner, name, usual);
     m_view.closed = [this] { m_panel->end(); };
-    bench.setCamera([this] { return m_view.grabWindow(); });
+    bench.setCamera([this] {
+        m_panel->refresh();
+        return m_view.grabWindow();
+    });
     m_view.rootContext()->setContextProperty(QStringLiteral("bench"), m_panel.get());
     m_view.setSource(QUrl(QStringLiteral("qrc:/window/qml/Bench.qml")));
     if (m_view.status() != QQuickView::Ready)

@@ -14,7 +14,7 @@ Sheet {
 
     title: "A pod for place " + (slot + 1)
     cardWidth: 720
-    cardHeight: 560
+    cardHeight: 526
 
     Column {
         x: 16

@@ -7,7 +7,7 @@ Sheet {
 
     title: "Scenarios"
     cardWidth: 820
-    cardHeight: 640
+    cardHeight: 580
 
     Label {
         x: 16

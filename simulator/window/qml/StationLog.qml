@@ -7,8 +7,9 @@ Card {
 
     title: "Log"
 
+    // That there is a screen, the station's platform says as a warning.
     function colourOf(line) {
-        return /\[(WARNING|CRITICAL|FATAL)\]/.test(line) ? Theme.alarm : Theme.ink
+        return !/QVncServer created/.test(line) && /\[(WARNING|CRITICAL|FATAL)\]/.test(line) ? Theme.alarm : Theme.ink
     }
 
     Column {

@@ -7,7 +7,7 @@ Sheet {
 
     title: "Put a file on the stick"
     cardWidth: 620
-    cardHeight: 250
+    cardHeight: 252
 
     Column {
         x: 16
@@ -45,6 +45,8 @@ Sheet {
                 }
             }
         }
+
+        Label { text: "Or a file of this computer, by its path:" }
 
         Row {
             spacing: 8
