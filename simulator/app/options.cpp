@@ -145,7 +145,7 @@ Options parseOptions(const QStringList& arguments)
     options.most_episodes = static_cast<int>(
         numberOf(parser, "episodes", static_cast<quint64>(options.most_episodes), 1000));
     options.jobs = static_cast<int>(
-        numberOf(parser, "jobs", static_cast<quint64>(4 * QThread::idealThreadCount()), 1000));
+        numberOf(parser, "jobs", quint64(4) * quint64(QThread::idealThreadCount()), 1000));
     options.screenshot_file = parser.isSet(option("screenshot"))
                                   ? parser.value(option("screenshot"))
                                   : QStringLiteral("corvane.png");

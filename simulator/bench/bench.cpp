@@ -61,7 +61,7 @@ void Bench::start()
 
 QString Bench::perform(const Verb& verb)
 {
-    const QString answer = std::visit([this](const auto& one) { return act(one); }, verb);
+    QString answer = std::visit([this](const auto& one) { return act(one); }, verb);
     emit changed();
     return answer;
 }
