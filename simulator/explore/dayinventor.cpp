@@ -303,7 +303,7 @@ QJsonObject Inventor::someMoment()
 /// Before a clock was ever set, when 32 bits are full, or some day between.
 QString Inventor::someClock()
 {
-    const qint64 seconds = m_dice.oneOf<qint64>(
+    const auto seconds = m_dice.oneOf<qint64>(
         {0, 2'147'483'600, m_dice.number(1'000'000'000, 2'000'000'000), 4'294'967'200});
     return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate);
 }

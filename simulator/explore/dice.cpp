@@ -12,7 +12,7 @@ QRandomGenerator seeded(quint64 seed)
 {
     const std::array<quint32, 2> halves{static_cast<quint32>(seed),
                                         static_cast<quint32>(seed >> 32)};
-    return QRandomGenerator(halves.data(), halves.size());
+    return {halves.data(), halves.size()};
 }
 
 } // namespace
