@@ -182,7 +182,7 @@ void RfbSession::paint(QDataStream& in, const QRect& area)
     const int line_bytes = area.width() * kPixelBytes;
     const QByteArray pixels = take(in, area.height() * line_bytes);
     for (int y = 0; isWhole(in) && y < area.height(); ++y)
-        qFromLittleEndian<quint32>(pixels.constData() + y * line_bytes, area.width(),
+        qFromLittleEndian<quint32>(pixels.constData() + qsizetype(y) * line_bytes, area.width(),
                                    reinterpret_cast<QRgb*>(m_picture.scanLine(area.top() + y)) +
                                        area.left());
 }
