@@ -85,7 +85,7 @@ void BenchDaysTest::takesAPodsRecordingAlong()
     rack.unplug(slotSetOf(3));
     rack.plug(slotSetOf(5));
     QCOMPARE(rack.recordings(slotSetOf(5)).front().sha256, first.sha256);
-    bus.pods[5]->receive("\x41");
+    bus.pods[5]->receive("A");
     rack.unplug(slotSetOf(5));
     rack.plug(slotSetOf(3));
     const KnownRecording second = rack.recordings(slotSetOf(3)).front();
@@ -160,7 +160,7 @@ void BenchDaysTest::remembersWhatWasDelivered()
                                    Recording(7000, 100).sha256()};
     const KnownRecording erased{2, QStringLiteral("B.ozu"), 4, QByteArray(32, 'b')};
     const KnownRecording lost{3, QStringLiteral("C.ozu"), 4, QByteArray(32, 'c')};
-    const std::vector<KnownRecording> all{delivered, erased, lost};
+    std::vector<KnownRecording> all{delivered, erased, lost};
     CopyPromise promise(folder, stick, [&all] { return all; });
     QCOMPARE(promise.undelivered(all).size(), 2);
     promise.noteDelivered();
