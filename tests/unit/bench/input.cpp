@@ -302,7 +302,7 @@ void BenchInputTest::refusesVerbs()
     refused("quit now", "that is not how 'quit' is written; see help");
     refused("plug 3 tired", "plug.fault: 'tired' is no fault of a pod");
     refused("plug 31", "plug: '31' is no slot: slots are 0 to 29");
-    refused("stick up", "stick: a stick is \"in\" or \"out\"");
+    refused("stick up", R"(stick: a stick is "in" or "out")");
     refused("touch 480 0", "touch[0]: a whole number from 0 to 479 is needed here");
     refused("touch x 0", "touch[0]: a whole number from 0 to 479 is needed here");
 }
