@@ -258,7 +258,7 @@ void ScreensTest::drawsAtItsPaceAndOnlyChanges()
     watched.start();
     QTRY_VERIFY_WITH_TIMEOUT(coloured.size() >= kColours, kAnimationLimitMs);
     // A late picture may be followed by the next one sooner.
-    QVERIFY(watched.elapsed() >= (kColours - 3) * PanelClock::kIntervalMs);
+    QVERIFY(watched.elapsed() >= qint64(kColours - 3) * PanelClock::kIntervalMs);
     QVERIFY(drawn.size() <= coloured.size() + 1);
 
     m_back_end.setChargingState(idx, 2);

@@ -134,12 +134,14 @@ void StorageArchives::unlistedArchivesStay()
 
 void StorageArchives::copyIsWholeOrNone()
 {
-    const QString& target = FaultyStation::kStickFile;
     const QByteArray source = contentOf(kRecording);
-    atEachCall(QStringLiteral("copy:%1:%2").arg(kRecording, target), [&](const FaultyRun& copied) {
-        QVERIFY(!copied.answers.startsWith(u'y') || contentOf(target) == source);
-        QVERIFY(copied.killed || copied.answers.startsWith(u'y') || !QFile::exists(target));
-    });
+    atEachCall(QStringLiteral("copy:%1:%2").arg(kRecording, FaultyStation::kStickFile),
+               [&](const FaultyRun& copied) {
+                   QVERIFY(!copied.answers.startsWith(u'y') ||
+                           contentOf(FaultyStation::kStickFile) == source);
+                   QVERIFY(copied.killed || copied.answers.startsWith(u'y') ||
+                           !QFile::exists(FaultyStation::kStickFile));
+               });
 }
 
 QTEST_GUILESS_MAIN(StorageArchives)
