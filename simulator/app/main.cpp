@@ -1,4 +1,5 @@
 #include "app/options.h"
+#include "app/programagain.h"
 #include "app/prompt.h"
 #include "bench/scenariorunner.h"
 #include "bench/verdict.h"
@@ -18,9 +19,7 @@
 
 #include <algorithm>
 #include <clocale>
-#include <unistd.h>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -199,21 +198,11 @@ Options withStation(Options options)
     return options;
 }
 
-/// This program again, on a display of its own. Returns only when there can be none.
-int serveWindow(const QStringList& arguments)
+/// A disk of the station's own has to be mounted.
+bool needsOwnMounts(const Options& options)
 {
-    std::vector<QByteArray> words{QFile::encodeName(companions::path("window/serve")),
-                                  QFile::encodeName(QCoreApplication::applicationFilePath())};
-    for (const QString& argument : arguments.mid(1))
-        words.push_back(argument.toLocal8Bit());
-    words.insert(words.end(), {"--display", "window"});
-    std::vector<char*> pointers;
-    pointers.reserve(words.size() + 1);
-    for (QByteArray& word : words)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
-    ::execv(pointers.front(), pointers.data());
-    throw BadInput(QStringLiteral("cannot start %1").arg(QFile::decodeName(words.front())));
+    return !options.machine && !options.scenario_file.isEmpty() &&
+           scenarioOf(options).disk_bytes > 0 && !programagain::hasOwnMounts();
 }
 
 int runInWindow(char** argv, const Options& options)
@@ -231,6 +220,8 @@ int run(int argc, char** argv)
 {
     const QStringList arguments = argumentsOf(argc, argv);
     const Options options = parseOptions(arguments);
+    if (needsOwnMounts(options))
+        programagain::withOwnMounts(arguments);
     const Display display = displayOf(options);
     if (display == Display::Window)
         return runInWindow(argv, options);
@@ -240,7 +231,7 @@ int run(int argc, char** argv)
         return 0;
     }
     if (display == Display::Vnc)
-        return serveWindow(arguments);
+        programagain::onOwnDisplay(arguments);
     const Options complete = withStation(options);
     return options.explored_days > 0 ? explore(complete) : play(complete, nullptr);
 }

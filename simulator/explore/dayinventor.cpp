@@ -18,6 +18,8 @@ namespace {
 
 /// What one episode may wait for something that may never come.
 constexpr double kPatience = 7;
+/// Takes no memory before something is on it.
+constexpr int kDiskBytes = 1 << 30;
 
 QJsonObject after(const char* what, const json::Value& value)
 {
@@ -70,6 +72,9 @@ public:
         const int count = std::max(m_dice.magnitude(1, most), m_dice.number(1, most) / 2);
         for (int i = 0; i < count; ++i)
             add(static_cast<Kind>(m_dice.weighted({m_weights.begin(), m_weights.end()})));
+        // Last: what is drawn for it changes nothing else of a day.
+        if (!m_limits.machine && m_dice.chance(10))
+            fillDisk();
         return m_day;
     }
 
@@ -87,6 +92,8 @@ private:
     void addSteps(const QJsonArray& steps) { m_day.episodes.push_back({{}, steps}); }
     QJsonObject anotherStick();
     void addOutage(const char* how);
+    void fillDisk();
+    void leaveRoom(int bytes);
     QJsonObject plugStep(const DayPod& pod, int slot);
     QJsonObject someTime() { return object({{"wait", m_dice.seconds(3)}}); }
     QJsonObject somePhase(int slot);
@@ -324,6 +331,31 @@ void Inventor::addOutage(const char* how)
     // Asked to end before it can hear, it would be killed.
     steps += ifPossible(with(after("run log", "Version:"), object({{"touch", list({240, 136})}})));
     addSteps(steps);
+}
+
+/// Something else takes the room on the station's disk, and sometimes gives it back. Read-outs are
+/// begun only where there is plenty: with a disk of their own, it is the archive that meets the
+/// end.
+void Inventor::fillDisk()
+{
+    m_day.settings.insert(QStringLiteral("disk"), kDiskBytes);
+    if (m_day.pods.size() <= 8 && m_dice.chance(60))
+        m_day.settings.insert(QStringLiteral("download space"), kDiskBytes);
+    const int times = m_dice.number(1, 3);
+    for (int i = 0; i < times; ++i)
+        leaveRoom(m_dice.magnitude(1, 500'000));
+    if (m_dice.chance(30))
+        leaveRoom(kDiskBytes);
+}
+
+/// In the morning, or at some moment of the day.
+void Inventor::leaveRoom(int bytes)
+{
+    const QJsonObject room = ifPossible(object({{"room", bytes}}));
+    const bool early = m_dice.chance(30);
+    const int at = early ? 0 : m_dice.number(0, static_cast<int>(m_day.episodes.size()));
+    m_day.episodes.insert(m_day.episodes.begin() + at,
+                          {{}, {early ? room : with(someMoment(), room)}});
 }
 
 } // namespace

@@ -148,7 +148,7 @@ void BenchInputTest::readsWhatStepsDo()
 {
     const Scenario scenario =
         parse(withSteps(R"({"stick": "out"}, {"stick": {"loses from byte": 7, "folder": "f",
-            "flips at byte": "1K"}}, {"grow archive": "4000M"})"));
+            "flips at byte": "1K"}}, {"grow archive": "4000M"}, {"room": "3K"})"));
     QVERIFY(!std::get<verb::Stick>(scenario.steps.at(0).action).inserted);
     const auto stick = std::get<verb::Stick>(scenario.steps.at(1).action);
     QVERIFY(stick.inserted);
@@ -157,6 +157,7 @@ void BenchInputTest::readsWhatStepsDo()
     QCOMPARE(stick.other->settings.flips_at_byte, quint64(1024));
     const auto grow = std::get<verb::GrowArchive>(scenario.steps.at(2).action);
     QCOMPARE(grow.hole_bytes, quint64(4000) << 20);
+    QCOMPARE(std::get<verb::LeaveRoom>(scenario.steps.at(3).action).bytes, qint64(3072));
 }
 
 // NOLINTNEXTLINE(readability-function-size): a table
