@@ -1,7 +1,7 @@
 // Prints what the running station costs, as ratios of figures taken in the same run, in tables for
 // the README of this folder. The station is the real program, its pods and their bus are the
-// bench's. With --road it leaves out the memory's figures, which take longest. Works in the folder
-// for temporary files: give it the storage that matters.
+// bench's. With --road it leaves out the memory's figures, which take longest, with --memory it
+// takes them alone. Works in the folder for temporary files: give it the storage that matters.
 #include "common/panelcode.h"
 #include "commontools.h"
 #include "figures.h"
@@ -147,6 +147,12 @@ void printRange(QTextStream& out, const std::vector<Road>& roads)
         << number(roads.back().on_stick_seconds, 1) << " s.\n";
 }
 
+void measureAndPrintMemory(QTextStream& out)
+{
+    printHead(out);
+    printMemory(out);
+}
+
 void measureAndPrint(QTextStream& out, bool with_memory)
 {
     printHead(out);
@@ -164,6 +170,9 @@ void measureAndPrint(QTextStream& out, bool with_memory)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    const bool with_memory = !QCoreApplication::arguments().contains(QStringLiteral("--road"));
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.contains(QStringLiteral("--memory")))
+        return figures::print(measureAndPrintMemory);
+    const bool with_memory = !arguments.contains(QStringLiteral("--road"));
     return figures::print([=](QTextStream& out) { measureAndPrint(out, with_memory); });
 }

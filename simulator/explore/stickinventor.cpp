@@ -1,5 +1,6 @@
 #include "explore/stickinventor.h"
 
+#include "bus/memorychip.h"
 #include "explore/dice.h"
 #include "explore/json.h"
 
@@ -32,8 +33,11 @@ QJsonObject StickInventor::stick()
 
 void StickInventor::fill(QJsonObject& content)
 {
-    for (const char* name : {"holiday.jpg", "notes.txt", "QVX_DATAS.cvx", "QVX_DATAS_old.cvx",
-                             ".corvane.new", "Umlaut \xC3\xA4.txt"})
+    // The one that the station would give to its first archive if that came late.
+    const QByteArray taken =
+        "QVX_DATAS_" + MemoryChip::defaultEui48().toHex().toUpper() + "_0000000000.cvx";
+    for (const QByteArray& name : QByteArrayList{"holiday.jpg", "notes.txt", "QVX_DATAS.cvx", taken,
+                                                 ".corvane.new", "Umlaut \xC3\xA4.txt"})
         if (m_dice.chance(m_foreign_percent / 3))
             content.insert(QString::fromUtf8(name),
                            QString(m_dice.magnitude(1, 20000), QLatin1Char('x')));

@@ -106,9 +106,9 @@ void ExploreDaysTest::knowEveryFault()
     for (int fault = int(PodFault::NoAnswer); fault <= int(PodFault::FirmwareAbsent); ++fault)
         QVERIFY2(all.contains(podFaultName(PodFault(fault)).toUtf8()),
                  qPrintable(podFaultName(PodFault(fault))));
-    for (const char* thing :
-         {"cmd_erase_datas.txt", "cmd_gen_backup.txt", "pull at byte", "5A5A", "loses from byte",
-          "flips at byte", "unreadable", "archives", "\"package\""})
+    for (const char* thing : {"cmd_erase_datas.txt", "cmd_gen_backup.txt", "pull at byte", "5A5A",
+                              "loses from byte", "flips at byte", "unreadable", "archives",
+                              "\"package\"", "QVX_DATAS_0004A3123456_0000000000.cvx"})
         QVERIFY2(all.contains(thing), thing);
 }
 
