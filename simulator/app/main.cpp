@@ -36,7 +36,7 @@ Scenario withoutFile(const Options& options)
     return plainUpdate(options.usual_pod, slot_set, firmware, options.screenshot_file);
 }
 
-Scenario scenarioOf(const Options& options)
+Scenario scenarioIn(const Options& options)
 {
     if (options.scenario_file.isEmpty()) {
         Scenario plain = withoutFile(options);
@@ -49,6 +49,14 @@ Scenario scenarioOf(const Options& options)
     if (!file.open(QIODevice::ReadOnly))
         throw BadInput(QStringLiteral("%1: %2").arg(options.scenario_file, file.errorString()));
     return parseScenario(file.readAll(), options.scenario_file, options.usual_pod);
+}
+
+Scenario scenarioOf(const Options& options)
+{
+    Scenario scenario = scenarioIn(options);
+    if (options.machine) // it has one of its own
+        scenario.disk_bytes = 0;
+    return scenario;
 }
 
 Display displayOf(const Options& options)
@@ -201,8 +209,7 @@ Options withStation(Options options)
 /// A disk of the station's own has to be mounted.
 bool needsOwnMounts(const Options& options)
 {
-    return !options.machine && !options.scenario_file.isEmpty() &&
-           scenarioOf(options).disk_bytes > 0 && !programagain::hasOwnMounts();
+    return scenarioOf(options).disk_bytes > 0 && !programagain::hasOwnMounts();
 }
 
 int runInWindow(char** argv, const Options& options)

@@ -73,7 +73,7 @@ public:
         for (int i = 0; i < count; ++i)
             add(static_cast<Kind>(m_dice.weighted({m_weights.begin(), m_weights.end()})));
         // Last: what is drawn for it changes nothing else of a day.
-        if (!m_limits.machine && m_dice.chance(10))
+        if (m_dice.chance(10))
             fillDisk();
         return m_day;
     }
@@ -339,7 +339,7 @@ void Inventor::addOutage(const char* how)
 void Inventor::fillDisk()
 {
     m_day.settings.insert(QStringLiteral("disk"), kDiskBytes);
-    if (m_day.pods.size() <= 8 && m_dice.chance(60))
+    if (!m_day.machine && m_day.pods.size() <= 8 && m_dice.chance(60))
         m_day.settings.insert(QStringLiteral("download space"), kDiskBytes);
     const int times = m_dice.number(1, 3);
     for (int i = 0; i < times; ++i)

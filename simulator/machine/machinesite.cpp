@@ -36,8 +36,6 @@ MachineSite::MachineSite(const BenchSettings& settings, const Scenario& scenario
 {
     if (scenario.download_space_bytes > 0 || !scenario.expect.never_run.isEmpty())
         throw BadInput(QStringLiteral("a machine neither limits downloads nor notes programs"));
-    if (scenario.disk_bytes > 0)
-        throw BadInput(QStringLiteral("a machine has a disk of its own already"));
 }
 
 void MachineSite::unpack() const
