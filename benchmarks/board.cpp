@@ -1,13 +1,17 @@
 // Prints what the packaged station costs on its own kind of board, in a machine where a second of
-// processor time is 500 million instructions. Usage: figures_board FOLDER-OF-THE-BOARD [PART...],
-// all parts or some of "pulse", "memory" and "work"
+// processor time is 500 million instructions, or, for "desk", what the built one costs on a desk's
+// computer of that kind. Usage: figures_board FOLDER-OF-THE-BOARD|desk [PART...], all parts or some
+// of "idle", "pulse", "memory" and "work"
 #include "boardrun.h"
+#include "common/companions.h"
 #include "figures.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
 
+#include <array>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -15,6 +19,8 @@ using figures::number;
 
 constexpr int kWatchedSeconds = 30;
 const SlotSet kAll = firstSlots(kSlotCount);
+/// The first picture.
+const Condition kWaitsForPods{Condition::Kind::Panel, {}, {}, 2};
 
 void row(QTextStream& out, const char* what, const QString& figure, const char* aim = "")
 {
@@ -25,11 +31,6 @@ void row(QTextStream& out, const char* what, const QString& figure, const char* 
 QString percent(double part, double whole)
 {
     return number(part / whole * 100, 1) + QStringLiteral(" %");
-}
-
-Condition panel(int code)
-{
-    return {Condition::Kind::Panel, {}, {}, code};
 }
 
 /// Processor seconds, by the kernel's account of the shell's children.
@@ -66,21 +67,39 @@ Share watched(BoardRun& run)
             later_wake_ups - wake_ups, after.at - before.at};
 }
 
-/// From the power to the first pod, then nothing plugged, then thirty.
-void printWork(QTextStream& out, const QString& board)
+/// From the power to the first pod, then nothing plugged.
+void printIdle(QTextStream& out, const Computer& computer, const QString& station)
 {
-    constexpr quint32 kBytes = 256 * 1024;
-    Scenario scenario = podsOf(kBytes, 0, 0);
+    Scenario scenario;
     scenario.stick.inserted = false;
-    BoardRun run(Computer::measuredBoard(board), board, scenario);
-    run.await(panel(2));
+    BoardRun run(computer, station, scenario);
+    run.await(kWaitsForPods);
     row(out, "power to the first picture", number(run.uptimeSeconds(), 1) + QStringLiteral(" s"));
     const Share idle = watched(run);
     row(out, "idle, nothing plugged: the station", percent(idle.station, idle.seconds));
     row(out, "idle: its `lsusb -v`, `blkid` and other programs",
         percent(idle.children, idle.seconds));
     row(out, "idle: the station's own wake-ups a second", number(idle.wake_ups / idle.seconds, 1));
+}
 
+/// Of all recordings in the station's archive.
+double toolsSeconds(BoardRun& run)
+{
+    run.ask(QStringLiteral("mkdir /opt/r /opt/c && cd /opt/r && busybox unzip -q -o "
+                           "$(ls /opt/Corvane/datas/*.cvx | tail -n 1)"));
+    return secondsOf(run, QStringLiteral("cd /opt/r; sha256sum *; cp * ../c; "
+                                         "zip -6 -q ../all.zip *"));
+}
+
+void printWork(QTextStream& out, const Computer& computer, const QString& station, PodPlan plan)
+{
+    Scenario scenario;
+    plan.bytes_per_second = 0;
+    plan.polls_until_charged = 0;
+    scenario.plans.fill(plan);
+    scenario.stick.inserted = false;
+    BoardRun run(computer, station, scenario);
+    run.await(kWaitsForPods);
     const double written = run.writtenMegabytes();
     const BoardRun::Usage before = run.usage();
     run.plug(kAll);
@@ -89,22 +108,35 @@ void printWork(QTextStream& out, const QString& board)
     row(out, "bytes written to the storage per byte of the recordings",
         number((run.writtenMegabytes() - written) / run.recordedMegabytes(), 2));
     const double ours = (after.total() - before.total()) / run.recordedMegabytes();
-    run.ask(QStringLiteral("mkdir /opt/r /opt/c && cd /opt/r && busybox unzip -q -o "
-                           "$(ls /opt/Corvane/datas/*.cvx | tail -n 1)"));
-    const double tools = secondsOf(run, QStringLiteral("cd /opt/r; sha256sum *; cp * ../c; "
-                                                       "zip -6 -q ../all.zip *")) /
-                         run.recordedMegabytes();
-    row(out, "processor seconds per MB archived, thirty pods", number(ours, 2));
-    row(out, "the same for `sha256sum` + `cp` + `zip -6`", number(tools, 2));
+    const double tools = toolsSeconds(run) / run.recordedMegabytes();
+    row(out, "processor seconds per MB archived, thirty pods", number(ours, 3));
+    row(out, "the same for `sha256sum` + `cp` + `zip -6`", number(tools, 3));
     row(out, "ratio of the two", number(ours / tools, 2));
 }
 
-void printPulse(QTextStream& out, const QString& board)
+/// Small recordings, and large ones of each kind.
+void printWorks(QTextStream& out, const Computer& computer, const QString& station)
+{
+    constexpr quint32 kSmall = 256 * 1024;
+    constexpr quint32 kLarge = 2 * 1024 * 1024;
+    PodPlan plan;
+    plan.size = {kSmall, kSmall};
+    out << "| **thirty of 256 KiB, of noise** | | |\n";
+    printWork(out, computer, station, plan);
+    plan.size = {kLarge, kLarge};
+    out << "| **thirty of 2 MiB, of noise** | | |\n";
+    printWork(out, computer, station, plan);
+    plan.content = RecordingContent::Motion;
+    out << "| **thirty of 2 MiB, of motion** | | |\n";
+    printWork(out, computer, station, plan);
+}
+
+void printPulse(QTextStream& out, const Computer& computer, const QString& station)
 {
     Scenario scenario = podsOf(4096, 0, 1000);
     scenario.plugged = kAll;
     scenario.stick.inserted = false;
-    BoardRun run(Computer::measuredBoard(board), board, scenario);
+    BoardRun run(computer, station, scenario);
     run.await({Condition::Kind::ReadoutBegun, slotSetOf(0), {}, 0});
     row(out, "power to the first pod served, thirty plugged",
         number(run.uptimeSeconds(), 1) + QStringLiteral(" s"));
@@ -113,12 +145,12 @@ void printPulse(QTextStream& out, const QString& board)
     row(out, "thirty gauges pulse and nothing else happens", percent(pulse.station, pulse.seconds));
 }
 
-void printMemory(QTextStream& out, const QString& board)
+void printMemory(QTextStream& out, const Computer& computer, const QString& station)
 {
     Scenario scenario = podsOf(1 << 20, 20'000, 0);
     scenario.plugged = kAll;
     scenario.stick.inserted = false;
-    BoardRun run(Computer::measuredBoard(board), board, scenario);
+    BoardRun run(computer, station, scenario);
     run.await({Condition::Kind::ReadoutBegun, kAll, {}, 0});
     const double available = run.availableMebibytes();
     for (int slot = 0; slot < kSlotCount; ++slot)
@@ -133,18 +165,21 @@ void printMemory(QTextStream& out, const QString& board)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    const QString board = QCoreApplication::arguments().value(1);
+    const QString where = QCoreApplication::arguments().value(1);
     const QStringList parts = QCoreApplication::arguments().mid(2);
-    const auto wanted = [&](const char* part) {
-        return parts.isEmpty() || parts.contains(QLatin1String(part));
-    };
     return figures::print([&](QTextStream& out) {
-        out << "| on the board | figure | aim |\n|---|---|---|\n";
-        if (wanted("pulse"))
-            printPulse(out, board);
-        if (wanted("memory"))
-            printMemory(out, board);
-        if (wanted("work"))
-            printWork(out, board);
+        const bool desk = where == QLatin1String("desk");
+        const Computer computer = (desk ? Computer::desk() : Computer::board(where)).measured();
+        const QString station =
+            desk ? QStringLiteral(CORVANE_STATION_PROGRAM) : companions::stationOfBoard(where);
+        const std::array<std::pair<const char*, decltype(&printIdle)>, 4> all{
+            {{"idle", printIdle},
+             {"pulse", printPulse},
+             {"memory", printMemory},
+             {"work", printWorks}}};
+        out << "| | figure | aim |\n|---|---|---|\n";
+        for (const auto& [name, print] : all)
+            if (parts.isEmpty() || parts.contains(QLatin1String(name)))
+                print(out, computer, station);
     });
 }

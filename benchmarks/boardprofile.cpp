@@ -1,6 +1,7 @@
 // Prints where the processor of the station's own kind of board goes, by function, while thirty
 // gauges pulse and while thirty pods are archived. Usage: board_profile FOLDER-OF-THE-BOARD
 #include "boardrun.h"
+#include "common/companions.h"
 #include "figures.h"
 #include "profile.h"
 
@@ -23,7 +24,7 @@ public:
         : m_computer(sampled(board, m_folder.filePath(QStringLiteral("samples"))))
         , m_places{{m_computer.program_folder, m_computer.root},
                    board + QStringLiteral("/symbols/usr/lib/debug")}
-        , m_run(m_computer, board, scenario)
+        , m_run(m_computer, companions::stationOfBoard(board), scenario)
     {
     }
 
@@ -50,7 +51,7 @@ public:
 private:
     static Computer sampled(const QString& board, const QString& file)
     {
-        Computer computer = Computer::measuredBoard(board);
+        Computer computer = Computer::board(board).measured();
         computer.plugin = QStringLiteral("%1/board_sampler.so,out=%2")
                               .arg(QCoreApplication::applicationDirPath(), file);
         return computer;

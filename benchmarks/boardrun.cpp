@@ -1,7 +1,5 @@
 #include "boardrun.h"
 
-#include "common/companions.h"
-
 #include <QEventLoop>
 #include <QTimer>
 
@@ -14,10 +12,10 @@ namespace {
 constexpr std::chrono::minutes kLimit{30};
 constexpr double kTicksInSecond = 100;
 
-BenchSettings settingsFor(const Computer& computer, const QString& board, MachineSite*& site)
+BenchSettings settingsFor(const Computer& computer, const QString& station, MachineSite*& site)
 {
     BenchSettings settings;
-    settings.station_program = companions::stationOfBoard(board);
+    settings.station_program = station;
     settings.make_site = [computer, &site](const auto& of_bench, const auto& scenario,
                                            const auto& folder) {
         auto made = std::make_unique<MachineSite>(of_bench, scenario, folder, computer);
@@ -40,8 +38,8 @@ Scenario podsOf(quint32 size_bytes, quint32 bytes_per_second, int polls_until_ch
     return scenario;
 }
 
-BoardRun::BoardRun(const Computer& computer, const QString& board, const Scenario& scenario)
-    : m_bench(std::make_unique<Bench>(settingsFor(computer, board, m_site), scenario))
+BoardRun::BoardRun(const Computer& computer, const QString& station, const Scenario& scenario)
+    : m_bench(std::make_unique<Bench>(settingsFor(computer, station, m_site), scenario))
 {
     m_bench->start();
 }

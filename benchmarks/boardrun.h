@@ -6,9 +6,9 @@
 /// Pods that are all alike, in no place yet.
 Scenario podsOf(quint32 size_bytes, quint32 bytes_per_second, int polls_until_charged);
 
-/// One run of the packaged station on its board, whose clock is tied to instructions: all figures
-/// are of that clock and of what the board's own kernel counts. Lives on the main thread. What does
-/// not go as it must throws std::runtime_error.
+/// One run of the station on its board, or on another computer, whose clock is tied to
+/// instructions: all figures are of that clock and of what the board's own kernel counts. Lives on
+/// the main thread. What does not go as it must throws std::runtime_error.
 class BoardRun
 {
 public:
@@ -22,8 +22,8 @@ public:
         double total() const { return own + ended_children; }
     };
 
-    /// computer: made of board, the folder that scripts/board has made ready.
-    BoardRun(const Computer& computer, const QString& board, const Scenario& scenario);
+    /// station: the program, where this machine has it.
+    BoardRun(const Computer& computer, const QString& station, const Scenario& scenario);
 
     void await(const Condition& condition);
     /// The output of a command on the board.

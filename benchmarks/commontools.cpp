@@ -24,7 +24,7 @@ QString fileName(const PodSettings& pod)
 
 void writeRecording(const PodSettings& pod, const QString& path)
 {
-    const Recording recording(pod.seed, pod.size_bytes);
+    const Recording recording = pod.recording();
     QFile file(path);
     bool written = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
     for (quint32 at = 0; written && at < pod.size_bytes; at += kBlockBytes) {

@@ -99,9 +99,9 @@ std::vector<KnownRecording> PodRack::erasedRecordings() const
 
 KnownRecording PodRack::recordingOf(int slot, const PodSettings& pod) const
 {
-    QByteArray& digest = m_digests[{pod.seed, pod.size_bytes}]; // it takes its time
+    QByteArray& digest = m_digests[{pod.seed, pod.size_bytes, pod.content}]; // it takes its time
     if (digest.isEmpty())
-        digest = Recording(pod.seed, pod.size_bytes).sha256();
+        digest = pod.recording().sha256();
     return {slot, recordingName(pod.udid), pod.size_bytes, digest};
 }
 

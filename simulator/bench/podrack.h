@@ -5,11 +5,10 @@
 #include "common/slotset.h"
 #include "scenario/podplan.h"
 
-#include <QHash>
-#include <QPair>
-
 #include <array>
+#include <map>
 #include <optional>
+#include <tuple>
 #include <vector>
 
 /// The thirty places and the pods that are, or were, in them; keeps account of every recording that
@@ -60,5 +59,6 @@ private:
     std::array<int, kSlotCount> m_generations{};              ///< recordings erased, by home
     std::array<std::optional<int>, kSlotCount> m_last_slot{}; ///< by home
     std::vector<KnownRecording> m_erased;
-    mutable QHash<QPair<quint64, quint32>, QByteArray> m_digests; ///< by seed and size
+    /// By what a recording is made from.
+    mutable std::map<std::tuple<quint64, quint32, RecordingContent>, QByteArray> m_digests;
 };

@@ -100,8 +100,9 @@ void addUpdate(const Day& day, QJsonArray& steps)
 {
     const QJsonObject idle = after({{"pod threads", 0}});
     const QJsonObject restart = with(after({{"ended", true}}), object({{"station", "restart"}}));
-    steps += with(idle, object({{"stick", object({{"package", true}})}}));
-    steps += object({{"station", "stop"}});
+    steps += with(idle, object({{"station", "stop"}}));
+    // Not before: a station that has just begun would take it, and be stopped with it.
+    steps += with(after({{"ended", true}}), object({{"stick", object({{"package", true}})}}));
     steps += restart;
     for (const DayPod& pod : day.pods)
         steps += calmPlug(pod);

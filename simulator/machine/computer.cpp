@@ -62,9 +62,10 @@ Computer Computer::board(const QString& folder)
     return computer;
 }
 
-Computer Computer::measuredBoard(const QString& folder)
+Computer Computer::measured() const
 {
-    Computer computer = board(folder);
+    Computer computer = *this;
+    computer.processors = 1;
     computer.accelerator = QStringLiteral("tcg,thread=single");
     computer.instruction_clock = QStringLiteral("shift=1");
     return computer;

@@ -26,9 +26,9 @@ struct Computer
     /// A station's board, in a folder that scripts/board has made ready. Throws BadInput when it is
     /// none.
     static Computer board(const QString& folder);
-    /// The same, and so slow and exact that a second of its processor is 500 million instructions
-    /// whatever this machine does beside it.
-    static Computer measuredBoard(const QString& folder);
+    /// The same with one processor, so slow and exact that a second of it is 500 million
+    /// instructions whatever this machine does beside it.
+    Computer measured() const;
 
     /// Where the computer finds a file of this machine. Throws BadInput when it does not.
     QString pathOf(const QString& file) const;

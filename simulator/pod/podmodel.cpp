@@ -47,7 +47,7 @@ PodMode modeOf(const PodFlash& flash)
 
 PodModel::PodModel(PodSettings settings)
     : m_settings(std::move(settings))
-    , m_recording(m_settings.seed, m_settings.size_bytes)
+    , m_recording(m_settings.recording())
     , m_bootloader(bootloaderOf(m_settings), m_settings.flash)
     , m_mode(modeOf(m_settings.flash))
     , m_short_read_due(m_settings.fault == PodFault::ShortRead)

@@ -5,14 +5,22 @@
 
 #include <functional>
 
+/// What a recording is of.
+enum class RecordingContent {
+    Noise,  ///< twelve random bits in sixteen: as much to compress as in the field, but no matches
+    Motion, ///< an accelerometer's, at rest and in motion: twelve bytes a sample, its time among
+            ///< them
+};
+
 /// A made-up recording: its bytes follow from the seed and their offset alone, so that any part of
 /// any size can be made again at any time and none is kept in memory. Immutable and reentrant.
 class Recording
 {
 public:
-    Recording(quint64 seed, quint32 size_bytes)
+    Recording(quint64 seed, quint32 size_bytes, RecordingContent content = RecordingContent::Noise)
         : m_seed(seed)
         , m_size_bytes(size_bytes)
+        , m_content(content)
     {
     }
 
@@ -25,8 +33,7 @@ public:
     QByteArray sha256() const;
 
 private:
-    quint64 word(quint64 index) const;
-
     quint64 m_seed;
     quint32 m_size_bytes;
+    RecordingContent m_content;
 };

@@ -22,6 +22,15 @@ SizeRange sizeOf(const JsonPlace& place)
     return {bytes, bytes};
 }
 
+RecordingContent contentFromText(const QString& text)
+{
+    if (text == QLatin1String("noise"))
+        return RecordingContent::Noise;
+    if (text == QLatin1String("motion"))
+        return RecordingContent::Motion;
+    throw BadInput(QStringLiteral("a recording is of noise or of motion, not '%1'").arg(text));
+}
+
 /// A pod that never comes to its byte would be taken for one that left there.
 void checkUnplugByte(const JsonPlace& place, const PodPlan& plan)
 {
@@ -40,6 +49,8 @@ void readPod(const JsonPlace& place, PodPlan& plan, JsonPlace::Members more)
     const JsonPlace::Members of_pod{
         {"pod", into(plan.pod, 0, kSlotCount - 1)},
         {"size", [&](const JsonPlace& value) { plan.size = sizeOf(value); }},
+        {"recording",
+         [&](const JsonPlace& value) { plan.content = value.parsed(contentFromText); }},
         {"speed", into(plan.bytes_per_second, 0, kMost)},
         {"polls until charged", into(plan.polls_until_charged, 0, kMost)},
         {"fault", [&](const JsonPlace& value) { plan.fault = value.parsed(faultFromText); }},

@@ -34,6 +34,7 @@ PodSettings settingsFor(const PodPlan& plan, int home_slot, quint64 bench_seed, 
     settings.seed = random.generate64();
     const quint64 choices = quint64(plan.size.max_bytes) - plan.size.min_bytes + 1;
     settings.size_bytes = plan.size.min_bytes + static_cast<quint32>(random.generate64() % choices);
+    settings.content = plan.content;
     settings.bytes_per_second = plan.bytes_per_second;
     settings.polls_until_charged = plan.polls_until_charged;
     settings.fault = plan.fault;

@@ -16,6 +16,7 @@ struct PodPlan
     /// that moves takes its recording along.
     std::optional<int> pod;
     SizeRange size{8 * 1024 * 1024, 8 * 1024 * 1024};
+    RecordingContent content = RecordingContent::Noise;
     quint32 bytes_per_second = 1'200'000;
     int polls_until_charged = 3;
     PodFault fault = PodFault::None;

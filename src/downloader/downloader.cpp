@@ -96,11 +96,33 @@ private:
     std::ofstream m_stream;
 };
 
-void showProgress(Pod& pod, uint32_t size_bytes, uint32_t remaining_bytes)
+int percentRead(uint32_t size_bytes, uint32_t remaining_bytes)
 {
     const double remaining = static_cast<double>(remaining_bytes) / size_bytes;
-    emit pod.setSyncProgress(pod.getIdx(), static_cast<int>(100.0 - remaining * 100.0));
+    return static_cast<int>(100.0 - remaining * 100.0);
 }
+
+/// Tells the screen of each percent once: every word to it wakes another thread.
+class ShownProgress
+{
+public:
+    explicit ShownProgress(Pod& pod)
+        : m_pod(pod)
+    {
+    }
+
+    void show(int percent)
+    {
+        if (percent == m_percent)
+            return;
+        m_percent = percent;
+        emit m_pod.setSyncProgress(m_pod.getIdx(), percent);
+    }
+
+private:
+    Pod& m_pod;
+    int m_percent = -1;
+};
 
 /// Copies the data bytes into the file; returns their digest, and leaves their checksum with the
 /// pod's ticket: what the archive is given must be what the digest was taken of.
@@ -108,6 +130,7 @@ QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
 {
     Sha256 digest;
     Checksum checksum;
+    ShownProgress progress(pod);
     std::array<uint8_t, kChunkBytes> buffer{};
     uint32_t remaining = size_bytes;
     while (remaining != 0) {
@@ -123,7 +146,7 @@ QByteArray copyData(Pod& pod, uint32_t size_bytes, DataFile& file)
         const char* const bytes = reinterpret_cast<const char*>(buffer.data());
         digest.add(bytes, chunk);
         checksum.add(bytes, chunk);
-        showProgress(pod, size_bytes, remaining);
+        progress.show(percentRead(size_bytes, remaining));
     }
     file.close();
     pod.ticket()->data_crc32 = checksum.value();
