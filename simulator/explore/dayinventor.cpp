@@ -1,5 +1,6 @@
 #include "explore/dayinventor.h"
 
+#include "common/panelcode.h"
 #include "common/slotset.h"
 #include "explore/dice.h"
 #include "explore/json.h"
@@ -75,6 +76,8 @@ public:
         // Last: what is drawn for it changes nothing else of a day.
         if (m_dice.chance(10))
             fillDisk();
+        if (!m_limits.machine && m_dice.chance(30))
+            addBadStick();
         return m_day;
     }
 
@@ -91,7 +94,9 @@ private:
     void addUnplug(int pod);
     void addSteps(const QJsonArray& steps) { m_day.episodes.push_back({{}, steps}); }
     QJsonObject anotherStick();
+    static void addRestart(QJsonArray& steps);
     void addOutage(const char* how);
+    void addBadStick();
     void fillDisk();
     void leaveRoom(int bytes);
     QJsonObject plugStep(const DayPod& pod, int slot);
@@ -315,6 +320,13 @@ QString Inventor::someClock()
     return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate);
 }
 
+void Inventor::addRestart(QJsonArray& steps)
+{
+    steps += with(after("ended", true), object({{"station", "restart"}}));
+    // Asked to end before it can hear, it would be killed.
+    steps += ifPossible(with(after("run log", "Version:"), object({{"touch", list({240, 136})}})));
+}
+
 /// The station goes off, and on again; in between, people do as they like.
 void Inventor::addOutage(const char* how)
 {
@@ -327,9 +339,25 @@ void Inventor::addOutage(const char* how)
     }
     if (m_dice.chance(30))
         steps += with(ended, plugStep(somePod(), m_dice.number(0, 9)));
-    steps += with(ended, object({{"station", "restart"}}));
-    // Asked to end before it can hear, it would be killed.
-    steps += ifPossible(with(after("run log", "Version:"), object({{"touch", list({240, 136})}})));
+    addRestart(steps);
+    addSteps(steps);
+}
+
+/// When somebody has brought what a stick is to be given, a bad one comes, perhaps to a station
+/// that has begun another archive meanwhile.
+void Inventor::addBadStick()
+{
+    const int slot = m_dice.number(0, 9);
+    const QJsonObject erased = with(after("erased", slot), object({{"patience", kPatience}}));
+    QJsonArray steps{ifPossible(object({{"stick", "out"}})), plugStep(somePod(), slot)};
+    if (m_dice.chance(50)) {
+        steps += ifPossible(with(erased, object({{"station", m_dice.oneOf({"kill", "stop"})}})));
+        addRestart(steps);
+    }
+    steps += ifPossible(with(erased, object({{"stick", m_sticks.badStick()}})));
+    steps +=
+        ifPossible(with(with(after("panel", kPanelCopyFailed), object({{"patience", kPatience}})),
+                        object({{"touch", list({240, 136})}})));
     addSteps(steps);
 }
 

@@ -31,6 +31,13 @@ QJsonObject StickInventor::stick()
     return stick;
 }
 
+QJsonObject StickInventor::badStick()
+{
+    QJsonObject stick;
+    spoil(stick);
+    return stick;
+}
+
 void StickInventor::fill(QJsonObject& content)
 {
     // The one that the station would give to its first archive if that came late.
@@ -77,7 +84,7 @@ void StickInventor::spoil(QJsonObject& stick)
 {
     switch (m_dice.number(0, 4)) {
     case 0:
-        stick.insert(QStringLiteral("size"), m_dice.magnitude(4096, 4'000'000));
+        stick.insert(QStringLiteral("size"), m_dice.magnitude(4096, 400'000));
         break;
     case 1:
         stick.insert(QStringLiteral("speed"), m_dice.magnitude(60'000, 2'000'000));
