@@ -6,6 +6,16 @@
 
 using json::object;
 
+namespace {
+
+/// The one that the station would give to its first archive if that came late.
+QByteArray takenName()
+{
+    return "QVX_DATAS_" + MemoryChip::defaultEui48().toHex().toUpper() + "_0000000000.cvx";
+}
+
+} // namespace
+
 StickInventor::StickInventor(Dice& dice, bool machine)
     : m_dice(dice)
     , m_machine(machine)
@@ -34,17 +44,19 @@ QJsonObject StickInventor::stick()
 QJsonObject StickInventor::badStick()
 {
     QJsonObject stick;
-    spoil(stick);
+    if (m_dice.chance(30))
+        stick.insert(QStringLiteral("content"),
+                     object({{takenName().constData(), "a stranger's"}}));
+    else
+        spoil(stick);
     return stick;
 }
 
 void StickInventor::fill(QJsonObject& content)
 {
-    // The one that the station would give to its first archive if that came late.
-    const QByteArray taken =
-        "QVX_DATAS_" + MemoryChip::defaultEui48().toHex().toUpper() + "_0000000000.cvx";
-    for (const QByteArray& name : QByteArrayList{"holiday.jpg", "notes.txt", "QVX_DATAS.cvx", taken,
-                                                 ".corvane.new", "Umlaut \xC3\xA4.txt"})
+    for (const QByteArray& name :
+         QByteArrayList{"holiday.jpg", "notes.txt", "QVX_DATAS.cvx", takenName(), ".corvane.new",
+                        "Umlaut \xC3\xA4.txt"})
         if (m_dice.chance(m_foreign_percent / 3))
             content.insert(QString::fromUtf8(name),
                            QString(m_dice.magnitude(1, 20000), QLatin1Char('x')));

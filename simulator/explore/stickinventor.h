@@ -12,7 +12,7 @@ public:
     StickInventor(Dice& dice, bool machine);
 
     QJsonObject stick();
-    /// One on which a copy goes wrong; not for a machine.
+    /// One on which a copy goes wrong, or must not take a stranger's place; not for a machine.
     QJsonObject badStick();
 
 private:

@@ -33,7 +33,7 @@ void StationDisk::leaveRoom(qint64 bytes) const
     do {
         if (::statvfs(m_folder.constData(), &disk) != 0)
             refuse();
-        const auto used_bytes = static_cast<qint64>((disk.f_blocks - disk.f_bfree) * disk.f_frsize);
+        const qint64 used_bytes = qint64(disk.f_blocks - disk.f_bfree) * qint64(disk.f_frsize);
         if (mount(kFlags | MS_REMOUNT, used_bytes + bytes))
             return;
     } while (errno == EINVAL); // the station has written meanwhile
