@@ -91,7 +91,7 @@ void printPulse(QTextStream& out, const QString& board)
 
 void printArchiving(QTextStream& out, const QString& board)
 {
-    Scenario scenario = podsOf(256 * 1024, 0, 0);
+    Scenario scenario = podsOf(2 << 20, 0, 0);
     scenario.stick.inserted = false;
     SampledRun sampled(board, scenario);
     sampled.run().await({Condition::Kind::Panel, {}, {}, 2});

@@ -86,9 +86,9 @@ std::vector<ArchiveEntry> readArchive(const QString& path, QStringList& problems
     return entries;
 }
 
-QByteArray readInfos(const QString& path)
+QByteArray readEntry(const QString& path, const QString& name)
 {
-    QuaZipFile file(path, kInfos);
+    QuaZipFile file(path, name);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 

@@ -28,8 +28,8 @@ QByteArray fileDigest(const QString& path);
 /// In the archive's order. An archive that cannot be opened adds to `problems`.
 std::vector<ArchiveEntry> readArchive(const QString& path, QStringList& problems);
 
-/// What the archive's information file says; empty when it cannot be read.
-QByteArray readInfos(const QString& path);
+/// What the archive's file of that name holds; empty when it cannot be read.
+QByteArray readEntry(const QString& path, const QString& name);
 
 /// The recording whole and under its name, or under the name that a second one of a pod gets.
 bool holdsRecording(const std::vector<ArchiveEntry>& entries, const KnownRecording& recording);

@@ -71,6 +71,12 @@ std::optional<PodReport> Bench::lastReport(int slot) const
     return m_rack.lastPod(slot) ? std::optional(m_rack.report(slot)) : std::nullopt;
 }
 
+QString Bench::gaugeState(int slot) const
+{
+    return picture().rect().contains(GaugeReader::areaOf(slot)) ? m_gauges.state(picture(), slot)
+                                                                : QString();
+}
+
 std::optional<qint64> Bench::stickBytes(const QString& name) const
 {
     return stick().bytesOf(name);
@@ -153,11 +159,20 @@ QString Bench::act(const verb::Touch& touch)
 
 QString Bench::act(const verb::Screenshot& screenshot)
 {
-    if (!m_camera && !m_screen.ready())
+    const QImage photograph = photographOf(screenshot);
+    if (photograph.isNull())
         throw BadInput(QStringLiteral("there is no screen to photograph here"));
-    if (!(m_camera ? m_camera() : picture()).save(screenshot.file, "PNG"))
+    if (!photograph.save(screenshot.file, "PNG"))
         throw BadInput(QStringLiteral("cannot write %1").arg(screenshot.file));
     return QStringLiteral("saved %1").arg(screenshot.file);
+}
+
+/// Null where nothing is to be seen.
+QImage Bench::photographOf(const verb::Screenshot& screenshot) const
+{
+    if (screenshot.gauge)
+        return GaugeReader::enlarged(picture(), *screenshot.gauge, screenshot.times);
+    return m_camera ? m_camera() : picture();
 }
 
 QString Bench::act(const verb::Quit& /*quit*/)

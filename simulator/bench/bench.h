@@ -5,6 +5,7 @@
 #include "bench/servicetimes.h"
 #include "scenario/conditions.h"
 #include "scenario/scenario.h"
+#include "screen/gaugereader.h"
 #include "screen/screenclient.h"
 #include "screen/screenreader.h"
 #include "site/benchfolder.h"
@@ -52,6 +53,7 @@ public:
     std::optional<PodReport> lastReport(int slot) const override;
     SlotSet fullGauges() const override { return m_full_gauges; }
     SlotSet emptyGauges() const override { return m_empty_gauges; }
+    QString gaugeState(int slot) const override;
     std::optional<int> panelCode() const override { return m_panel_code; }
     bool stationRuns() const override { return station().running(); }
     int logged(const QString& text) const override { return station().log().count(text); }
@@ -114,6 +116,7 @@ private:
     QString act(const verb::Status& status);
     QString act(const verb::Help& help);
 
+    QImage photographOf(const verb::Screenshot& screenshot) const;
     void replaceStick(const StickPlan& plan);
     void startStation();
     void noteLog();
@@ -137,6 +140,7 @@ private:
     ScreenClient m_screen;
     std::function<QImage()> m_camera;
     ScreenReader m_reader;
+    GaugeReader m_gauges;
     std::optional<int> m_panel_code;
     QSet<int> m_panel_shown;
     SlotSet m_full_gauges;

@@ -124,18 +124,21 @@ QString ScenarioRunner::progress() const
 {
     if (m_next_step == m_scenario.steps.size())
         return {};
-    return QStringLiteral("%1 waits for %2").arg(m_scenario.steps[m_next_step].place, missing());
+    return QStringLiteral("%1 waits for %2")
+        .arg(m_scenario.steps[m_next_step].place, missing(atPlaces));
 }
 
-/// As "erased 0-5 and panel 0": what of the next step does not hold.
-QString ScenarioRunner::missing() const
+/// As "erased in slots 0-5 and stick mounted true": what of the next step does not hold.
+QString ScenarioRunner::missing(QString (*in_words)(const SlotSet& slot_set)) const
 {
+    const Step& step = m_scenario.steps[m_next_step];
     QStringList missing;
-    for (const Condition& condition : m_scenario.steps[m_next_step].conditions)
+    for (const Condition& condition : step.conditions)
         if (!m_bench.holds(condition))
-            missing += textOf(condition);
+            missing += textOf(condition, in_words);
     if (missing.isEmpty())
-        missing += QStringLiteral("its time");
+        missing += QStringLiteral("its time, %1 s after the step before")
+                       .arg(static_cast<double>(step.wait.count()) / 1000);
     return missing.join(QStringLiteral(" and "));
 }
 
@@ -144,5 +147,5 @@ QString ScenarioRunner::waitingFor() const
     if (m_next_step == m_scenario.steps.size())
         return QStringLiteral("while the station was to end");
     return QStringLiteral("while %1 waited for %2")
-        .arg(m_scenario.steps[m_next_step].place, missing());
+        .arg(m_scenario.steps[m_next_step].place, missing(inSlots));
 }

@@ -28,7 +28,7 @@ public:
     /// Starts it and runs the event loop until it has finished.
     void play();
     const QStringList& problems() const { return m_problems; }
-    /// As "step 2 waits for erased 0-5"; empty when all are done.
+    /// For operators: as "step 2 waits for erased at places 1-6"; empty when all are done.
     QString progress() const;
 
 signals:
@@ -42,7 +42,7 @@ private:
     void perform(const Verb& action);
     void finishIfEnded();
     void giveUp(const QString& problem);
-    QString missing() const;
+    QString missing(QString (*in_words)(const SlotSet& slot_set)) const;
     QString waitingFor() const;
 
     Bench& m_bench;

@@ -2,6 +2,7 @@
 
 #include "archives/archivecheck.h"
 #include "archives/backupcheck.h"
+#include "archives/reportcheck.h"
 #include "archives/stickcheck.h"
 
 #include <QDir>
@@ -14,6 +15,8 @@ namespace {
 
 constexpr int kLastLines = 100;
 const QString kExport = QStringLiteral("QVX_DATAS.cvx");
+const QString kInfos = QStringLiteral("infos.log");
+const QString kReport = QStringLiteral("report.zip");
 const QString kBackup = QStringLiteral("backup.zip");
 
 using Entries = std::vector<ArchiveEntry>;
@@ -34,6 +37,15 @@ QString archiveOf(const Bench& bench, const Expectations& expect)
     return expect.on_stick || local.isEmpty() ? bench.stick().path(kExport) : local.back();
 }
 
+/// Of every pod that was there.
+Recordings allRecordings(const Bench& bench)
+{
+    Recordings all = bench.rack().erasedRecordings();
+    const Recordings present = bench.rack().recordings(firstSlots(kSlotCount));
+    all.insert(all.end(), present.begin(), present.end());
+    return all;
+}
+
 void checkExport(const Bench& bench, const Expectations& expect, Verdict& verdict)
 {
     // Pods that are updated are not read out: with no others, there is nothing to export.
@@ -41,9 +53,7 @@ void checkExport(const Bench& bench, const Expectations& expect, Verdict& verdic
         return;
     const Recordings required = bench.rack().recordings(expect.archived);
     // A pod pulled between its archiving and its erasing is in the archive too, and whole.
-    Recordings known = bench.rack().erasedRecordings();
-    const Recordings present = bench.rack().recordings(firstSlots(kSlotCount));
-    known.insert(known.end(), present.begin(), present.end());
+    const Recordings known = allRecordings(bench);
     const Entries entries = readArchive(archiveOf(bench, expect), verdict.problems);
     verdict.problems += checkArchive(entries, required, known);
     for (const KnownRecording& recording : required)
@@ -59,7 +69,7 @@ void checkExport(const Bench& bench, const Expectations& expect, Verdict& verdic
 
 void checkInfos(const Bench& bench, const Expectations& expect, Verdict& verdict)
 {
-    const QString infos = QString::fromUtf8(readInfos(archiveOf(bench, expect)));
+    const QString infos = QString::fromUtf8(readEntry(archiveOf(bench, expect), kInfos));
     complain(verdict, expect.infos_contain, "the archive's information lacks '%1'",
              [&](const QString& text) { return !infos.contains(text); });
 }
@@ -269,6 +279,9 @@ Verdict judge(const Bench& bench, const Expectations& expect)
     Verdict verdict;
     checkExport(bench, expect, verdict);
     checkInfos(bench, expect, verdict);
+    if (expect.report)
+        verdict.problems +=
+            checkReport(bench.stick().path(kReport), *expect.report, allRecordings(bench));
     const Entries on_sticks = readSticks(bench.stick().folders());
     checkNothingLost(bench, on_sticks, verdict);
     checkDelivered(bench, expect, verdict);

@@ -26,6 +26,30 @@ void addRange(SlotSet& slot_set, const QString& range)
         slot_set.set(slot);
 }
 
+QString rangesFrom(int number_of_first, const SlotSet& slot_set)
+{
+    QStringList ranges;
+    for (int first = 0; first < kSlotCount; ++first) {
+        if (!slot_set.test(first))
+            continue;
+        int last = first;
+        while (last + 1 < kSlotCount && slot_set.test(last + 1))
+            ++last;
+        const QString number = QString::number(first + number_of_first);
+        ranges +=
+            first == last ? number : number + QStringLiteral("-%1").arg(last + number_of_first);
+        first = last;
+    }
+    return ranges.isEmpty() ? QStringLiteral("none") : ranges.join(QLatin1Char(','));
+}
+
+QString inWords(const char* word, int number_of_first, const SlotSet& slot_set)
+{
+    return QStringLiteral("%1%2 %3").arg(QLatin1String(word),
+                                         QLatin1String(slot_set.count() == 1 ? "" : "s"),
+                                         rangesFrom(number_of_first, slot_set));
+}
+
 } // namespace
 
 SlotSet slotSetFromText(const QString& text)
@@ -40,18 +64,17 @@ SlotSet slotSetFromText(const QString& text)
 
 QString slotSetToText(const SlotSet& slot_set)
 {
-    QStringList ranges;
-    for (int first = 0; first < kSlotCount; ++first) {
-        if (!slot_set.test(first))
-            continue;
-        int last = first;
-        while (last + 1 < kSlotCount && slot_set.test(last + 1))
-            ++last;
-        ranges +=
-            first == last ? QString::number(first) : QStringLiteral("%1-%2").arg(first).arg(last);
-        first = last;
-    }
-    return ranges.isEmpty() ? QStringLiteral("none") : ranges.join(QLatin1Char(','));
+    return rangesFrom(0, slot_set);
+}
+
+QString inSlots(const SlotSet& slot_set)
+{
+    return inWords("in slot", 0, slot_set);
+}
+
+QString atPlaces(const SlotSet& slot_set)
+{
+    return inWords("at place", 1, slot_set);
 }
 
 SlotSet slotSetOf(int slot)

@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr quint64 kUsualBytes = 64ULL * 1024 * 1024;
+/// Thirty usual recordings fit twice. What is not written takes no room here.
+constexpr quint64 kUsualBytes = 512ULL * 1024 * 1024;
 
 bool isPlain(const StickItem& item)
 {

@@ -128,6 +128,7 @@ void PodModel::answerReadout()
     const quint32 data_bytes = cut ? size_bytes / 2 : size_bytes;
 
     ++m_report.readouts_begun;
+    m_report.bytes_sent = 0;
     m_hash.reset();
     m_data_offset_bytes = 0;
     answer(QByteArray(1, kAck));

@@ -21,7 +21,7 @@ struct PodReport
     bool erased = false;
     int readouts_begun = 0;
     int readouts_completed = 0; ///< sent to the last byte of the digest, right or wrong
-    quint64 bytes_sent = 0;     ///< recorded data alone, over all read-outs
+    quint64 bytes_sent = 0;     ///< recorded data alone, of the last read-out
     int charge_polls = 0;
     bool charged = false;
     PodMode mode = PodMode::Normal;

@@ -3,6 +3,7 @@
 #include "common/panelcode.h"
 
 #include <QDir>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <functional>
@@ -16,6 +17,23 @@ using Conditions = std::vector<Condition>;
 Conditions slotsOf(Kind kind, const JsonPlace& value)
 {
     return {{kind, value.slotSet(), {}, 0}};
+}
+
+/// {"STATE": slots}, one condition a state.
+Conditions gaugesOf(Kind kind, const JsonPlace& states)
+{
+    static const QRegularExpression known(QStringLiteral(
+        "^(no pod|waits|((blue|salmon|green) )?(begun|full|charging|failed)(, unchecked)?)$"));
+    if (states.memberNames().isEmpty())
+        states.refuse(QStringLiteral("a state and its slots are needed here"));
+    Conditions conditions;
+    for (const QString& state : states.memberNames()) {
+        const JsonPlace slot_set = states.member(state);
+        if (!known.match(state).hasMatch())
+            slot_set.refuse(QStringLiteral("no gauge is ever shown so"));
+        conditions.push_back({kind, slot_set.slotSet(), state, 0});
+    }
+    return conditions;
 }
 
 Conditions panelCodeOf(Kind kind, const JsonPlace& value)
@@ -62,7 +80,7 @@ Conditions bytesOf(Kind kind, const JsonPlace& files)
     return conditions;
 }
 
-/// How conditions ask for something: their reader, and the same in words.
+/// How conditions ask for something: their reader, and the same in words but for the slots.
 struct Form
 {
     Conditions (*read)(Kind kind, const JsonPlace& value);
@@ -82,8 +100,17 @@ QString quoted(C c)
     return QStringLiteral("\"%1\"").arg(c.text);
 }
 
-constexpr Form kSlots{slotsOf, [](C c) { return slotSetToText(c.slot_set); }};
-constexpr Form kPanelCode{panelCodeOf, numberText};
+QString panelText(C c)
+{
+    const auto* const panel =
+        std::find_if(kPanelCodes.begin(), kPanelCodes.end(),
+                     [&c](const PanelCode& one) { return one.code == c.number; });
+    return QStringLiteral("%1 (%2)").arg(c.number).arg(QLatin1String(panel->meaning));
+}
+
+constexpr Form kSlots{slotsOf, [](C) { return QString(); }};
+constexpr Form kGauges{gaugesOf, quoted};
+constexpr Form kPanelCode{panelCodeOf, panelText};
 constexpr Form kPodCount{podCountOf, numberText};
 constexpr Form kTexts{textsOf, quoted};
 constexpr Form kTimes{textsOf, [](C c) {
@@ -95,7 +122,7 @@ constexpr Form kFlag{flagOf, [](C c) { return QString::fromLatin1(c.number ? "tr
 constexpr Form kTrue{trueOf, [](C) { return QString(); }};
 constexpr Form kBytes{bytesOf, [](C c) { return quoted(c) + QStringLiteral(" %1").arg(c.number); }};
 /// Stands in the step itself.
-constexpr Form kAt{nullptr, [](C c) { return QStringLiteral("%1 s").arg(c.number / 1000.0); }};
+constexpr Form kAt{nullptr, [](C c) { return QString::number(c.number / 1000.0); }};
 
 struct Row
 {
@@ -125,7 +152,7 @@ bool areIn(const SlotSet& some, const SlotSet& all)
 const std::vector<Row>& rows()
 {
     static const std::vector<Row> all{
-        {Kind::Time, "at", kAt, [](C c, B bench) { return bench.elapsedMs() >= c.number; }},
+        {Kind::Time, "second", kAt, [](C c, B bench) { return bench.elapsedMs() >= c.number; }},
         ofPods(Kind::ReadoutBegun, "readout begun",
                [](auto& pod) { return pod.readouts_begun > 0; }),
         ofPods(Kind::ReadoutCompleted, "readout completed",
@@ -147,6 +174,12 @@ const std::vector<Row>& rows()
          [](C c, B bench) { return areIn(c.slot_set, bench.fullGauges()); }},
         {Kind::GaugeEmpty, "gauge empty", kSlots,
          [](C c, B bench) { return areIn(c.slot_set, bench.emptyGauges()); }},
+        {Kind::Gauge, "gauge", kGauges,
+         [](C c, B bench) {
+             const std::vector<int> slot_list = slotsIn(c.slot_set);
+             return std::all_of(slot_list.begin(), slot_list.end(),
+                                [&](int slot) { return bench.gaugeState(slot) == c.text; });
+         }},
         {Kind::Log, "log", kTimes, [](C c, B bench) { return bench.logged(c.text) >= c.number; }},
         {Kind::RunLog, "run log", kTexts, [](C c, B bench) { return bench.loggedInRun(c.text); }},
         {Kind::Panel, "panel", kPanelCode,
@@ -180,10 +213,14 @@ bool holds(const Condition& condition, const BenchView& bench)
     return rowOf(condition).holds(condition, bench);
 }
 
-QString textOf(const Condition& condition)
+QString textOf(const Condition& condition, QString (*in_words)(const SlotSet& slot_set))
 {
     const Row& row = rowOf(condition);
-    return QStringLiteral("%1 %2").arg(QLatin1String(row.name), row.form.text(condition)).trimmed();
+    QStringList words{QLatin1String(row.name), row.form.text(condition)};
+    if (condition.slot_set.any())
+        words += in_words(condition.slot_set);
+    words.removeAll(QString());
+    return words.join(QLatin1Char(' '));
 }
 
 std::vector<Condition> readConditions(const JsonPlace& after)

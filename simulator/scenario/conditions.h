@@ -20,6 +20,8 @@ public:
     // As the screen showed them last; none and std::nullopt while it shows nothing of them.
     virtual SlotSet fullGauges() const = 0;
     virtual SlotSet emptyGauges() const = 0;
+    /// As GaugeReader says it; empty while nothing is shown.
+    virtual QString gaugeState(int slot) const = 0;
     virtual std::optional<int> panelCode() const = 0;
     virtual bool stationRuns() const = 0;
     /// Lines with this text, of all runs of the station.
@@ -36,8 +38,9 @@ public:
 
 bool holds(const Condition& condition, const BenchView& bench);
 
-/// For people: its name and what it asks for, as in `log "Version:"` or `erased 0-5`.
-QString textOf(const Condition& condition);
+/// For people: its name and what it asks for, as in `log "Version:"` or `erased in slots 0-5`;
+/// in_words is inSlots or atPlaces.
+QString textOf(const Condition& condition, QString (*in_words)(const SlotSet& slot_set));
 
 /// Reads what a step waits `after`. Throws BadInput.
 std::vector<Condition> readConditions(const JsonPlace& after);

@@ -7,6 +7,7 @@
 #include "scenario/stickplan.h"
 
 #include <QDateTime>
+#include <QMap>
 #include <QPoint>
 #include <QStringList>
 
@@ -56,6 +57,8 @@ struct Touch
 struct Screenshot
 {
     QString file;
+    std::optional<int> gauge = std::nullopt; ///< of the gauge of this slot alone...
+    int times = 1;                           ///< ...with larger pixels
 };
 struct Quit
 {
@@ -115,6 +118,7 @@ struct Condition
         Updated,      ///< back from it with what it was sent
         GaugeFull,    ///< shown full, green and not charging
         GaugeEmpty,   ///< shown white
+        Gauge,        ///< text: its state, as GaugeReader says it
         Log,          ///< text in at least `number` lines
         RunLog,       ///< text in a line since the station was last started
         Panel,        ///< number: the code whose picture is shown
@@ -150,6 +154,8 @@ struct Expectations
     SlotSet kept;              ///< plugged or not, their recording must still be in them
     SlotSet updated;           ///< run the scenario's firmware and refused nothing on the way
     QStringList infos_contain; ///< texts in the archive's information file
+    /// The files in the stick's report, and texts in each.
+    std::optional<QMap<QString, QStringList>> report;
     QStringList log_contains;
     QStringList log_lacks;
     QStringList warnings; ///< texts that make a warning an expected one

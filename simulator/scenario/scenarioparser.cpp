@@ -93,6 +93,14 @@ void readPunctual(const JsonPlace& place, Expectations& expect)
     expect.punctual_limit = place.member("seconds").wholeSeconds();
 }
 
+QMap<QString, QStringList> reportOf(const JsonPlace& place)
+{
+    QMap<QString, QStringList> files;
+    for (const QString& name : place.memberNames())
+        files.insert(name, place.member(name).texts());
+    return files;
+}
+
 Expectations readExpectations(const JsonPlace& place)
 {
     Expectations expect;
@@ -103,6 +111,7 @@ Expectations readExpectations(const JsonPlace& place)
         {"kept", into(expect.kept)},
         {"updated", into(expect.updated)},
         {"infos contain", into(expect.infos_contain)},
+        {"report", [&expect](const JsonPlace& files) { expect.report = reportOf(files); }},
         {"log contains", into(expect.log_contains)},
         {"log lacks", into(expect.log_lacks)},
         {"warnings", into(expect.warnings)},

@@ -13,6 +13,7 @@
 namespace {
 
 constexpr quint64 kMostRoom = std::numeric_limits<int>::max();
+constexpr int kMostTimes = 16;
 constexpr quint64 kMostHole = std::numeric_limits<quint32>::max();
 
 using Words = QStringList;
@@ -42,6 +43,17 @@ Verb touchOf(P place, U /*usual*/)
     if (numbers.size() != 2)
         place.refuse(QStringLiteral("a touch is [x, y]"));
     return verb::Touch{QPoint(numbers[0].number(0, 479), numbers[1].number(0, 271))};
+}
+
+Verb screenshotOf(P place, U /*usual*/)
+{
+    if (!place.isObject())
+        return verb::Screenshot{place.text()};
+    verb::Screenshot screenshot{place.member("file").text()};
+    screenshot.gauge = place.member("gauge").number(0, kSlotCount - 1);
+    place.readMembers(
+        {{"file", {}}, {"gauge", {}}, {"times", into(screenshot.times, 1, kMostTimes)}});
+    return screenshot;
 }
 
 Verb stationVerbOf(P place, U /*usual*/)
@@ -149,7 +161,7 @@ const std::vector<Row>& rows()
          [](P place, U) -> Verb { return verb::GrowArchive{place.bytes(kMostHole)}; },
          {}},
         {"touch", true, touchOf, Typing{"touch X Y", "touch the screen", 2, 2, numberWords}},
-        {"screenshot", true, [](P place, U) -> Verb { return verb::Screenshot{place.text()}; },
+        {"screenshot", true, screenshotOf,
          Typing{"screenshot FILE", "save what the screen shows", 1, 1, oneWord}},
         {"station", true, stationVerbOf, {}},
         {"clock", true, clockOf,
@@ -207,6 +219,6 @@ QString verbHelp()
             text += QStringLiteral("%1%2\n")
                         .arg(QLatin1String(row.typing->usage), -23)
                         .arg(QLatin1String(row.typing->help));
-    return text + QStringLiteral("Slots count from 0; the station's screen for operators counts "
-                                 "its places from 1.\n");
+    return text + QStringLiteral("Slots count from 0, the operator's places from 1: slot 0 is "
+                                 "place 1.\n");
 }

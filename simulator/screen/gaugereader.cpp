@@ -1,5 +1,9 @@
 #include "screen/gaugereader.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+
 /// A static library's resources are loaded by hand, outside of any namespace.
 static void loadGaugePictures()
 {
@@ -20,9 +24,20 @@ constexpr int kMarginPx = 7;
 
 constexpr int kDarkest = 100; ///< ink and a plugged place's outline are darker, no fill is
 constexpr int kLightest = 235;
+/// No outline is lighter, but below a start-up screen that fades.
+constexpr int kLightestOutline = 165;
 constexpr int kOpaque = 200;
 /// The least part of a mark's ink and halo that is to be seen as it is.
 constexpr double kSeen = 0.85;
+
+struct Paint
+{
+    const char* prefix;
+    QRgb colour;
+};
+/// Of a fill; the last one is none. A pulsing fill is on its way between two of them.
+constexpr std::array<Paint, 4> kPaints{
+    {{"blue ", 0xFF00BFFF}, {"salmon ", 0xFFFA8072}, {"green ", 0xFF9ACD32}, {"", 0xFFFFFFFF}}};
 
 QRect gaugeOf(int slot)
 {
@@ -32,14 +47,40 @@ QRect gaugeOf(int slot)
     return {x, y, kWidthPx, kHeightPx};
 }
 
+/// In its middle, below the marks.
+QPoint bottomOf(const QRect& gauge)
+{
+    return {gauge.left() + kWidthPx / 2, gauge.bottom() - 3};
+}
+
+int distance(QRgb one, QRgb other)
+{
+    return std::abs(qRed(one) - qRed(other)) + std::abs(qGreen(one) - qGreen(other)) +
+           std::abs(qBlue(one) - qBlue(other));
+}
+
+QLatin1String nearestPaint(QRgb pixel)
+{
+    const auto* const nearest =
+        std::min_element(kPaints.begin(), kPaints.end(), [pixel](const Paint& a, const Paint& b) {
+            return distance(pixel, a.colour) < distance(pixel, b.colour);
+        });
+    return QLatin1String(nearest->prefix);
+}
+
+QPoint outlineOf(const QRect& gauge)
+{
+    return {gauge.left() + 1, gauge.top() + kHeightPx / 2};
+}
+
 bool isDark(const QImage& screen, QPoint at)
 {
     return screen.valid(at) && qGray(screen.pixel(at)) < kDarkest;
 }
 
-bool isFilled(const QImage& screen, int x, int y)
+bool isFilled(const QImage& screen, QPoint at)
 {
-    return qGray(screen.pixel(x, y)) < kLightest;
+    return qGray(screen.pixel(at)) < kLightest;
 }
 
 bool isInk(QRgb pixel)
@@ -95,11 +136,11 @@ GaugeReader::Reading GaugeReader::read(const QImage& screen, int slot) const
         return middle - QPoint(mark.width() / 2, mark.height() / 2);
     };
     Reading reading;
-    reading.plugged = isDark(screen, {gauge.left() + 1, middle.y()});
-    reading.filled = isFilled(screen, middle.x(), gauge.bottom() - 3);
+    reading.plugged = isDark(screen, outlineOf(gauge));
+    reading.filled = isFilled(screen, bottomOf(gauge));
     // Beside the marks.
-    reading.full = reading.filled && isFilled(screen, gauge.left() + 3, gauge.top() + 8) &&
-                   isFilled(screen, gauge.right() - 3, middle.y());
+    reading.full = reading.filled && isFilled(screen, gauge.topLeft() + QPoint(3, 8)) &&
+                   isFilled(screen, {gauge.right() - 3, middle.y()});
     reading.charging = shows(screen, m_bolt, centred(m_bolt));
     reading.failed = shows(screen, m_cross, centred(m_cross));
     reading.unchecked = shows(screen, m_exclamation, gauge.topLeft() + kExclamationAt);
@@ -117,7 +158,23 @@ QString GaugeReader::name(const Reading& reading)
     return reading.unchecked ? name + QStringLiteral(", unchecked") : name;
 }
 
+QString GaugeReader::state(const QImage& screen, int slot) const
+{
+    const QRect gauge = gaugeOf(slot);
+    if (qGray(screen.pixel(outlineOf(gauge))) > kLightestOutline)
+        return {};
+    const Reading reading = read(screen, slot);
+    return reading.filled ? nearestPaint(screen.pixel(bottomOf(gauge))) + name(reading)
+                          : name(reading);
+}
+
 QRect GaugeReader::areaOf(int slot)
 {
     return gaugeOf(slot).adjusted(-kMarginPx, -kMarginPx, kMarginPx, kMarginPx);
+}
+
+QImage GaugeReader::enlarged(const QImage& screen, int slot, int times)
+{
+    const QImage gauge = screen.copy(areaOf(slot));
+    return gauge.scaled(gauge.size() * times);
 }

@@ -26,8 +26,14 @@ public:
     /// "no pod", "waits", "begun", "full", "charging" or "failed"; with ", unchecked" behind it.
     static QString name(const Reading& reading);
 
+    /// The name behind the colour of its fill, as "blue begun"; alone where that is white. Empty
+    /// until the start-up screen has gone.
+    QString state(const QImage& screen, int slot) const;
+
     /// All that belongs to a gauge, its marks included.
     static QRect areaOf(int slot);
+    /// That area, each pixel so many times as wide and as high.
+    static QImage enlarged(const QImage& screen, int slot, int times);
 
 private:
     QImage m_bolt;

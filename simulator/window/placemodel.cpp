@@ -82,17 +82,23 @@ bool PlaceModel::refresh()
     return busy;
 }
 
-PlaceModel::Shown PlaceModel::lookAt(int slot) const
+PlaceModel::Shown PlaceModel::lookAt(int slot)
 {
+    PlaceState& left_in_the_dark = m_left_in_the_dark.at(std::size_t(slot));
     const auto pod = m_bench.rack().lastPod(slot);
     if (!pod)
         return {};
     const PodReport report = m_bench.rack().report(slot);
-    if (!m_bench.plugged().test(std::size_t(slot)))
+    if (!m_bench.plugged().test(std::size_t(slot))) {
+        left_in_the_dark = {};
         return {false, stateAfter(report)};
+    }
     const auto& firmware = m_bench.firmware();
     const PlaceState state = stateOf(*pod, report, firmware ? firmware->image.size() : 0);
     if (!m_bench.stationRuns())
+        left_in_the_dark = state;
+    // A station that starts does not ask it at once.
+    if (state == left_in_the_dark)
         return {true, stateInTheDark(state)};
     const bool at_rest = report.charge_polls > 0; // its gauge has no cross, and to look takes time
     return {true, !at_rest && shownAsFailed(slot) ? stateAsFailed(state) : state};

@@ -32,11 +32,12 @@ private:
         PlaceState state;
     };
 
-    Shown lookAt(int slot) const;
-
+    Shown lookAt(int slot);
     bool shownAsFailed(int slot) const;
 
     const Bench& m_bench;
     GaugeReader m_gauges;
     std::array<Shown, kSlotCount> m_places;
+    /// How its pod was when the station was last off, as if somebody went on with it.
+    std::array<PlaceState, kSlotCount> m_left_in_the_dark;
 };

@@ -61,16 +61,13 @@ PlaceState charging(const PodReport& report, Phase before, const QString& done)
     return {before, done, {}, {}, 1.0};
 }
 
-/// bytes_sent counts over all read-outs; those before the present one may have broken off.
 PlaceState reading(const PodSettings& pod, const PodReport& report)
 {
-    const quint64 before = quint64(report.readouts_begun - 1) * pod.size_bytes;
-    const quint64 sent = report.bytes_sent - std::min(report.bytes_sent, before);
     PlaceState state{Phase::Reads,
                      QStringLiteral("being read"),
-                     partText(sent, pod.size_bytes),
+                     partText(report.bytes_sent, pod.size_bytes),
                      {},
-                     share(sent, pod.size_bytes)};
+                     share(report.bytes_sent, pod.size_bytes)};
     if (report.readouts_begun > 1)
         state.words = QStringLiteral("read again");
     return state;

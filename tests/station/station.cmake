@@ -3,7 +3,7 @@ foreach(scenario IN ITEMS
     archivefull backup backupfull backuplies backuppower backuppulled bounce commandhuge commandsleft
     commandunreadable copykilled copypulled
     diskfull emptypod erasedfirst export exportfull faults firmware firmwareescaped firmwareunheard
-    nearlyfull powerloss quit sharedname sizes stick sticklies stop toosmall updatemarker)
+    nearlyfull powerloss quit report sharedname sizes stick sticklies stop toosmall updatemarker)
   add_test(NAME scenario_${scenario}
     COMMAND corvane-sim --once --scenario ${CMAKE_CURRENT_SOURCE_DIR}/scenarios/${scenario}.json)
   set_tests_properties(scenario_${scenario} PROPERTIES

@@ -37,11 +37,7 @@ Rectangle {
                 y: 28
                 width: 860
                 color: bench.message === "" ? "#b0bec5" : "#ffcc80"
-                text: {
-                    if (bench.message !== "")
-                        return bench.message
-                    return bench.progress === "" ? "" : bench.progress + " (slots, from 0)"
-                }
+                text: bench.message !== "" ? bench.message : bench.progress
             }
 
             Row {

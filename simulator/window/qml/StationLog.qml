@@ -12,8 +12,16 @@ Card {
         return !/QVncServer created/.test(line) && /\[(WARNING|CRITICAL|FATAL)\]/.test(line) ? Theme.alarm : Theme.ink
     }
 
+    Label {
+        x: 12
+        y: 36
+        color: Theme.faint
+        font.pixelSize: Theme.small
+        text: "index 0:\nplace 1"
+    }
+
     Column {
-        x: 60
+        x: 68
         y: 10
         spacing: 1
 
@@ -21,7 +29,7 @@ Card {
             model: bench.logLines
 
             Label {
-                width: root.width - 72
+                width: root.width - 80
                 color: root.colourOf(modelData)
                 font.pixelSize: Theme.small
                 text: modelData

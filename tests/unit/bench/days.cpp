@@ -207,19 +207,20 @@ void BenchDaysTest::tellsWhatItWaitedFor()
 {
     QCOMPARE(problemsOf(R"({"name": "day", "expect": {}, "steps": [{"station": "quit", "after": {
         "pod threads": 0, "log": "Hash \"calculated\"", "times": 2, "readout begun": "1-3,7",
-        "stick bytes": {"backup.zip": 9}, "panel": 0, "stick mounted": true}, "at": 3600}]})"),
+        "gauge": {"waits": 4}, "stick bytes": {"backup.zip": 9}, "panel": 0, "stick mounted": true}, "at": 3600}]})"),
              QStringList(QStringLiteral(
-                 "the station ended while step 1 waited for readout begun 1-3,7 and log \"Hash "
-                 "\"calculated\"\" 2 times and panel 0 and stick bytes \"backup.zip\" 9 and stick "
-                 "mounted true and at 3600 s")));
+                 "the station ended while step 1 waited for readout begun in slots 1-3,7 and "
+                 "gauge \"waits\" in slot 4 and log \"Hash \"calculated\"\" 2 times and panel 0 "
+                 "(archive copied to the stick) and stick bytes \"backup.zip\" 9 and stick mounted "
+                 "true and second 3600")));
     QCOMPARE(problemsOf(R"({"name": "day", "expect": {}, "time limit": 1, "steps": [
         {"after": {"ended": true, "run log": "never"}, "stick": "out"}]})"),
              QStringList(QStringLiteral(
                  "the time limit of 1 s passed while step 1 waited for run log \"never\"")));
     QCOMPARE(problemsOf(R"({"name": "day", "expect": {}, "time limit": 1, "steps": [
         {"after": {"ended": true}, "wait": 600, "stick": "out"}]})"),
-             QStringList(
-                 QStringLiteral("the time limit of 1 s passed while step 1 waited for its time")));
+             QStringList(QStringLiteral("the time limit of 1 s passed while step 1 waited for its "
+                                        "time, 600 s after the step before")));
 }
 
 QTEST_GUILESS_MAIN(BenchDaysTest)

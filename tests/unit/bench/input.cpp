@@ -98,7 +98,7 @@ void BenchInputTest::readsExpectations()
                    "log lacks": ["unsaid"], "infos contain": ["Serial"], "panel shown": [-2],
                    "panel never": [1], "station lacks": ["version"], "never run": ["mount"],
                    "stick holds": ["a"], "stick lacks": ["b", "c"], "stick keeps": ["d"],
-                   "delivered": "4-5"}})");
+                   "delivered": "4-5", "report": {"usb.txt": [], "station.log": ["e", "f"]}}})");
     const Expectations& expect = scenario.expect;
     const auto slot_sets = {expect.archived, expect.kept, expect.erased, expect.updated,
                             expect.delivered};
@@ -116,6 +116,8 @@ void BenchInputTest::readsExpectations()
     QCOMPARE(texts.join(u' '),
              QStringLiteral("Download 0000000004.cvx 0000000001.cvx said unsaid Serial version "
                             "mount a b+c d"));
+    QVERIFY(expect.report && expect.report->contains(QStringLiteral("usb.txt")));
+    QCOMPARE(expect.report->value(QStringLiteral("station.log")).join(u'+'), QStringLiteral("e+f"));
     QCOMPARE(expect.entries, std::optional<int>(3));
     QCOMPARE(expect.exit_code, 137);
     QVERIFY(!expect.on_stick);
@@ -129,7 +131,7 @@ void BenchInputTest::readsEveryCondition()
     const Scenario scenario = parse(withSteps(R"({"unplug": 0, "at": 1.5, "after": {
         "readout begun": 2, "readout completed": 2, "erased": "0,2", "charging": 2, "charged": 3,
         "vanished": 1, "bootloader": 4, "updating": 4, "updated": 2, "gauge full": "5-6",
-        "gauge empty": 7, "log": ["Hash", "Name"], "times": 3, "run log": "Version:",
+        "gauge empty": 7, "gauge": {"blue begun, unchecked": 8}, "log": ["Hash", "Name"], "times": 3, "run log": "Version:",
         "panel": -1, "pod threads": 2,
         "stick bytes": {"backup.zip": 9}, "stick lacks": "x", "stick mounted": true,
         "station bytes": {"version": 0}, "ended": true}})"));
@@ -148,7 +150,8 @@ void BenchInputTest::readsWhatStepsDo()
 {
     const Scenario scenario =
         parse(withSteps(R"({"stick": "out"}, {"stick": {"loses from byte": 7, "folder": "f",
-            "flips at byte": "1K"}}, {"grow archive": "4000M"}, {"room": "3K"})"));
+            "flips at byte": "1K"}}, {"grow archive": "4000M"},
+            {"screenshot": {"file": "a.png", "gauge": 3, "times": 4}}, {"room": "3K"})"));
     QVERIFY(!std::get<verb::Stick>(scenario.steps.at(0).action).inserted);
     const auto stick = std::get<verb::Stick>(scenario.steps.at(1).action);
     QVERIFY(stick.inserted);
@@ -157,7 +160,11 @@ void BenchInputTest::readsWhatStepsDo()
     QCOMPARE(stick.other->settings.flips_at_byte, quint64(1024));
     const auto grow = std::get<verb::GrowArchive>(scenario.steps.at(2).action);
     QCOMPARE(grow.hole_bytes, quint64(4000) << 20);
-    QCOMPARE(std::get<verb::LeaveRoom>(scenario.steps.at(3).action).bytes, qint64(3072));
+    const auto screenshot = std::get<verb::Screenshot>(scenario.steps.at(3).action);
+    QCOMPARE(screenshot.file, QStringLiteral("a.png"));
+    QCOMPARE(screenshot.gauge, std::optional<int>(3));
+    QCOMPARE(screenshot.times, 4);
+    QCOMPARE(std::get<verb::LeaveRoom>(scenario.steps.at(4).action).bytes, qint64(3072));
 }
 
 // NOLINTNEXTLINE(readability-function-size): a table
@@ -200,6 +207,8 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario()
     refused(withSteps(R"({"touch": [480, 0]})"),
             "demo.json: steps[0].touch[0]: a whole number from 0 to 479 is needed here");
     refused(withSteps(R"({"touch": [1]})"), "demo.json: steps[0].touch: a touch is [x, y]");
+    refused(withSteps(R"({"screenshot": {"file": "a.png"}})"),
+            "demo.json: steps[0].screenshot: 'gauge' is missing");
     refused(withSteps(R"({"clock": "noon"})"),
             "demo.json: steps[0].clock: a time is written 2038-01-19T03:14:07, and is none before "
             "1970");
@@ -215,6 +224,10 @@ void BenchInputTest::namesPlaceAndFaultOfABadScenario()
             "demo.json: steps[0].after.ended: only true makes sense here");
     refused(withSteps(R"({"after": {"stick bytes": {}}, "plug": 1})"),
             "demo.json: steps[0].after.stick bytes: a file and its least bytes are needed here");
+    refused(withSteps(R"({"after": {"gauge": {}}, "plug": 1})"),
+            "demo.json: steps[0].after.gauge: a state and its slots are needed here");
+    refused(withSteps(R"({"after": {"gauge": {"waits, unchecked": 3}}, "plug": 1})"),
+            "demo.json: steps[0].after.gauge.waits, unchecked: no gauge is ever shown so");
     refused(withSteps(R"({"after": {"log": []}, "plug": 1})"),
             "demo.json: steps[0].after.log: a text is needed here");
     refused("{\"name\": \"a: \\\"name\\\": b\", \"steps\": [{\"at\": 1}, {\"at\": 1,\n\"at\": 2}]}",
@@ -358,6 +371,10 @@ void BenchInputTest::writesSlotsAsItReadsThem()
                  QString::fromLatin1(text));
     QCOMPARE(slotSetToText(slotSetFromText(QStringLiteral("all"))), QStringLiteral("0-29"));
     QCOMPARE(slotSetToText(SlotSet()), QStringLiteral("none"));
+    QCOMPARE(inSlots(slotSetFromText(QStringLiteral("0-5,29"))), QStringLiteral("in slots 0-5,29"));
+    QCOMPARE(atPlaces(slotSetFromText(QStringLiteral("0-5,29"))),
+             QStringLiteral("at places 1-6,30"));
+    QCOMPARE(atPlaces(slotSetOf(29)), QStringLiteral("at place 30"));
 }
 
 QTEST_GUILESS_MAIN(BenchInputTest)

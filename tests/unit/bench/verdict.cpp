@@ -2,6 +2,7 @@
 
 #include "archives/archivecheck.h"
 #include "archives/backupcheck.h"
+#include "archives/reportcheck.h"
 #include "archives/stickcheck.h"
 #include "bench/copypromise.h"
 #include "common/badinput.h"
@@ -54,6 +55,7 @@ private slots:
     void seesDamageInsideAnArchive();
     void missesNoEarlierArchive();
     void comparesTheBackup();
+    void looksIntoTheReport();
     void comparesThePanel();
     void findsUnexpectedLines();
     void holdsThePanelToItsWord();
@@ -158,6 +160,31 @@ void BenchVerdictTest::comparesTheBackup()
     QCOMPARE(inside.size(), std::size_t(2));
     QCOMPARE(inside[1].name, QStringLiteral("EA0000000000000.ozu"));
     QCOMPARE(inside[1].sha256, Recording(1000, 1000).sha256());
+}
+
+void BenchVerdictTest::looksIntoTheReport()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("report.zip"));
+    const QString log = QStringLiteral("station.log");
+    const auto check = [&](const Files& files, const char* expected) {
+        writeArchive(path, files);
+        const QStringList problems =
+            checkReport(path, {{kInfos.first, {}}, {log, {QStringLiteral("index 4")}}},
+                        {recording(1, QStringLiteral("A.ozu"), "aaaa index 4")});
+        QCOMPARE(problems.join(u';'), QString::fromLatin1(expected));
+    };
+    QVERIFY(!checkReport(path, {}, {}).isEmpty()); // there is none
+    check({kInfos, {log, "pod at index 4"}}, "");
+    check({kInfos, {log, "pod at index 3"}}, "the report's 'station.log' lacks 'index 4'");
+    check({kInfos, {log, "aaaa index 4"}}, "the report's 'station.log' is a recording");
+    check({kInfos}, "the report holds infos.log, not infos.log, station.log");
+    check({kInfos, {log, "index 4"}, {QStringLiteral("A.ozu"), "a"}},
+          "the report holds A.ozu, infos.log, station.log, not infos.log, station.log");
+    writeArchive(path, {kInfos, {log, "pod at index 4"}});
+    writeFile(path, contentOf(path).replace("pod at", "Pod at"));
+    QCOMPARE(checkReport(path, {{kInfos.first, {}}, {log, {}}}, {}),
+             QStringList(QStringLiteral("the report's 'station.log' cannot be read")));
 }
 
 void BenchVerdictTest::comparesThePanel()

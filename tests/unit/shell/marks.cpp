@@ -2,13 +2,16 @@
 #include "uibackend/uibackend.h"
 #include "unit/shell/look.h"
 
+#include <QPainter>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QtTest>
 
+#include <algorithm>
 #include <array>
+#include <limits>
 
 namespace {
 
@@ -20,7 +23,7 @@ struct Story
     const char* events;
 };
 
-constexpr std::array<Story, 18> kStories{{
+constexpr std::array<Story, 19> kStories{{
     {"no pod", ""},
     {"waits", "+"},
     {"begun", "+ r0"},
@@ -37,6 +40,7 @@ constexpr std::array<Story, 18> kStories{{
     {"failed, unchecked", "+ r100 r-1 r-2"},
     {"begun", "+ r70 r-2 r0"},
     {"failed", "+ u40 u-2"},
+    {"failed", "+ u40 r-2"},
     // The next pod of a place is not the one before.
     {"waits", "+ r100 r-1 r-2 - +"},
     {"failed", "+ r-2 - + r-2"},
@@ -100,6 +104,27 @@ int difference(const QVector<int>& one, const QVector<int>& other)
     return pixels;
 }
 
+/// Of each story's gauge.
+QVector<QVector<int>> shapesIn(const QImage& screen)
+{
+    QVector<QVector<int>> shapes;
+    for (size_t slot = 0; slot < kStories.size(); ++slot)
+        shapes += shapeOf(screen, int(slot));
+    return shapes;
+}
+
+/// Of any two gauges in these states.
+int leastDifference(const QVector<QVector<int>>& shapes, const QString& state, const QString& other)
+{
+    int least = std::numeric_limits<int>::max();
+    for (int i = 0; i < shapes.size(); ++i)
+        for (int k = 0; k < shapes.size(); ++k)
+            if (state == QLatin1String(kStories.at(size_t(i)).name) &&
+                other == QLatin1String(kStories.at(size_t(k)).name))
+                least = std::min(least, difference(shapes[i], shapes[k]));
+    return least;
+}
+
 } // namespace
 
 /// Each gauge says by shape alone how it goes with its pod.
@@ -111,6 +136,7 @@ private slots:
     void initTestCase();
 
     void areReadWithoutColours();
+    void areReadWithTheirColours();
     void differInShape();
 
 private:
@@ -155,20 +181,49 @@ void ShellMarks::areReadWithoutColours()
         }
 }
 
+void ShellMarks::areReadWithTheirColours()
+{
+    const GaugeReader reader;
+    for (const auto& [slot, state] :
+         {std::pair(0, "no pod"), std::pair(1, "waits"), std::pair(2, "blue begun"),
+          std::pair(4, "blue full"), std::pair(5, "blue begun, unchecked"),
+          std::pair(9, "green full"), std::pair(10, "green full, unchecked"),
+          std::pair(11, "blue failed"), std::pair(16, "salmon failed")})
+        QCOMPARE(reader.state(m_screen, slot), QString::fromLatin1(state));
+    QImage fading = m_screen; // as below the start-up screen
+    QPainter(&fading).fillRect(fading.rect(), QColor(255, 255, 255, 64));
+    QCOMPARE(reader.state(fading, 0), QString());
+    const QImage gauge = GaugeReader::enlarged(m_screen, 16, 4);
+    QCOMPARE(gauge.size(), 4 * GaugeReader::areaOf(16).size());
+    for (const QPoint at : {QPoint(0, 0), QPoint(3, 3)}) // of one pixel, the middle
+        QCOMPARE(gauge.pixel(gauge.rect().center() / 4 * 4 + at),
+                 m_screen.pixel(GaugeReader::areaOf(16).topLeft() + gauge.rect().center() / 4));
+}
+
+/// Says how many pixels; screens.md has them.
 void ShellMarks::differInShape()
 {
     constexpr int kLeastPixels = 12;
-    const QImage greys = asSeenInGreys(m_screen);
-    // As far apart on the screen as whole pixels have it.
-    for (size_t one = 0; one < kStories.size(); ++one)
-        for (size_t other = one + 1; other < kStories.size(); ++other) {
-            if (qstrcmp(kStories.at(one).name, kStories.at(other).name) == 0)
-                continue;
-            const int pixels = difference(shapeOf(greys, int(one)), shapeOf(greys, int(other)));
-            QVERIFY2(
-                pixels >= kLeastPixels,
-                qPrintable(QStringLiteral("%1 and %2: %3 pixels").arg(one).arg(other).arg(pixels)));
+    QStringList states;
+    for (const Story& story : kStories)
+        states += QString::fromLatin1(story.name);
+    states.removeDuplicates();
+    for (const auto& [sight, seen] : {std::pair("greys", asSeenInGreys(m_screen)),
+                                      std::pair("deuteranopia", asSeenByDeuteranope(m_screen))}) {
+        const QVector<QVector<int>> shapes = shapesIn(seen);
+        for (int one = 0; one < states.size(); ++one) {
+            QStringList figures;
+            for (int other = 0; other < one; ++other) {
+                const int pixels = leastDifference(shapes, states.at(one), states.at(other));
+                QVERIFY2(pixels >= kLeastPixels,
+                         qPrintable(QStringLiteral("%1: '%2' and '%3' differ by %4 pixels")
+                                        .arg(QLatin1String(sight), states.at(one), states.at(other))
+                                        .arg(pixels)));
+                figures += QString::number(pixels);
+            }
+            qInfo().noquote() << sight << states.at(one) << figures.join(u' ');
         }
+    }
 }
 
 QTEST_MAIN(ShellMarks)

@@ -129,7 +129,7 @@ void SimulatorPodModel::readoutIsTheSameInEverySplit()
             QCOMPARE(drain(pod, at_most_bytes), expected);
         }
         QCOMPARE(pod.report().readouts_completed, int(splits.size()));
-        QCOMPARE(pod.report().bytes_sent, quint64(size_bytes) * splits.size());
+        QCOMPARE(pod.report().bytes_sent, quint64(size_bytes));
     }
 }
 
