@@ -1,7 +1,7 @@
 // Prints what the running station costs, as ratios of figures taken in the same run, in tables for
 // the README of this folder. The station is the real program, its pods and their bus are the
-// bench's. With --road it leaves out the memory's figures, which take longest. Works in the folder
-// for temporary files: give it the storage that matters.
+// bench's. With --road it leaves out the memory's figures, which take longest, with --memory it
+// takes them alone. Works in the folder for temporary files: give it the storage that matters.
 #include "common/panelcode.h"
 #include "commontools.h"
 #include "figures.h"
@@ -159,12 +159,8 @@ void measureAndPrintRoads(QTextStream& out, const char* of_what, RecordingConten
     printRange(out, roads);
 }
 
-void measureAndPrint(QTextStream& out, bool with_memory)
+void measureAndPrintMemory(QTextStream& out)
 {
-    measureAndPrintRoads(out, "noise", RecordingContent::Noise);
-    measureAndPrintRoads(out, "motion", RecordingContent::Motion);
-    if (!with_memory)
-        return;
     out << '\n';
     printHead(out);
     printMemory(out);
@@ -175,6 +171,13 @@ void measureAndPrint(QTextStream& out, bool with_memory)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    const bool with_memory = !QCoreApplication::arguments().contains(QStringLiteral("--road"));
-    return figures::print([=](QTextStream& out) { measureAndPrint(out, with_memory); });
+    const QStringList arguments = QCoreApplication::arguments();
+    return figures::print([&](QTextStream& out) {
+        if (!arguments.contains(QStringLiteral("--memory"))) {
+            measureAndPrintRoads(out, "noise", RecordingContent::Noise);
+            measureAndPrintRoads(out, "motion", RecordingContent::Motion);
+        }
+        if (!arguments.contains(QStringLiteral("--road")))
+            measureAndPrintMemory(out);
+    });
 }

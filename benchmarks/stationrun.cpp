@@ -12,7 +12,8 @@
 
 namespace {
 
-constexpr std::chrono::minutes kPatience{3};
+// On a busy machine, thirty recordings of 64 MiB take more than three.
+constexpr std::chrono::minutes kPatience{15};
 
 [[noreturn]] void fail(const QString& problem)
 {

@@ -1,4 +1,5 @@
 #include "app/options.h"
+#include "app/programagain.h"
 #include "app/prompt.h"
 #include "bench/scenariorunner.h"
 #include "bench/verdict.h"
@@ -18,9 +19,7 @@
 
 #include <algorithm>
 #include <clocale>
-#include <unistd.h>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -37,7 +36,7 @@ Scenario withoutFile(const Options& options)
     return plainUpdate(options.usual_pod, slot_set, firmware, options.screenshot_file);
 }
 
-Scenario scenarioOf(const Options& options)
+Scenario scenarioIn(const Options& options)
 {
     if (options.scenario_file.isEmpty()) {
         Scenario plain = withoutFile(options);
@@ -50,6 +49,14 @@ Scenario scenarioOf(const Options& options)
     if (!file.open(QIODevice::ReadOnly))
         throw BadInput(QStringLiteral("%1: %2").arg(options.scenario_file, file.errorString()));
     return parseScenario(file.readAll(), options.scenario_file, options.usual_pod);
+}
+
+Scenario scenarioOf(const Options& options)
+{
+    Scenario scenario = scenarioIn(options);
+    if (options.machine) // it has one of its own
+        scenario.disk_bytes = 0;
+    return scenario;
 }
 
 Display displayOf(const Options& options)
@@ -199,21 +206,10 @@ Options withStation(Options options)
     return options;
 }
 
-/// This program again, on a display of its own. Returns only when there can be none.
-int serveWindow(const QStringList& arguments)
+/// A disk of the station's own has to be mounted.
+bool needsOwnMounts(const Options& options)
 {
-    std::vector<QByteArray> words{QFile::encodeName(companions::path("window/serve")),
-                                  QFile::encodeName(QCoreApplication::applicationFilePath())};
-    for (const QString& argument : arguments.mid(1))
-        words.push_back(argument.toLocal8Bit());
-    words.insert(words.end(), {"--display", "window"});
-    std::vector<char*> pointers;
-    pointers.reserve(words.size() + 1);
-    for (QByteArray& word : words)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
-    ::execv(pointers.front(), pointers.data());
-    throw BadInput(QStringLiteral("cannot start %1").arg(QFile::decodeName(words.front())));
+    return scenarioOf(options).disk_bytes > 0 && !programagain::hasOwnMounts();
 }
 
 int runInWindow(char** argv, const Options& options)
@@ -231,6 +227,8 @@ int run(int argc, char** argv)
 {
     const QStringList arguments = argumentsOf(argc, argv);
     const Options options = parseOptions(arguments);
+    if (needsOwnMounts(options))
+        programagain::withOwnMounts(arguments);
     const Display display = displayOf(options);
     if (display == Display::Window)
         return runInWindow(argv, options);
@@ -240,7 +238,7 @@ int run(int argc, char** argv)
         return 0;
     }
     if (display == Display::Vnc)
-        return serveWindow(arguments);
+        programagain::onOwnDisplay(arguments);
     const Options complete = withStation(options);
     return options.explored_days > 0 ? explore(complete) : play(complete, nullptr);
 }

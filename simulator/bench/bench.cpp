@@ -31,7 +31,7 @@ std::optional<Firmware> bringFirmware(const std::optional<FirmwarePlan>& plan, q
 
 Bench::Bench(const BenchSettings& settings, const Scenario& scenario)
     : m_scenario(scenario)
-    , m_folder(settings.kept_folder)
+    , m_folder(settings.kept_folder, scenario.disk_bytes)
     , m_earlier(makeEarlierArchives(m_folder.archives(), scenario.earlier, settings.seed))
     , m_site(settings.make_site(settings, scenario, m_folder))
     , m_promise(m_folder, stick(), [this] { return m_rack.erasedRecordings(); })
@@ -219,6 +219,12 @@ QString Bench::act(const verb::MeasureStation& /*measure*/)
 QString Bench::act(const verb::SetClock& clock)
 {
     m_site->station().setClock(clock.time);
+    return {};
+}
+
+QString Bench::act(const verb::LeaveRoom& room)
+{
+    m_site->station().leaveRoom(room.bytes);
     return {};
 }
 

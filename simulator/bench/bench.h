@@ -112,6 +112,7 @@ private:
     QString act(const verb::RestartStation& restart);
     QString act(const verb::MeasureStation& measure);
     QString act(const verb::SetClock& clock);
+    QString act(const verb::LeaveRoom& room);
     QString act(const verb::Status& status);
     QString act(const verb::Help& help);
 

@@ -11,7 +11,8 @@ struct PanelCode
 };
 
 constexpr int kPanelCopied = 0;
-constexpr int kPanelLeast = -2;
+constexpr int kPanelCopyFailed = -2;
+constexpr int kPanelLeast = kPanelCopyFailed;
 constexpr int kPanelMost = 2;
 
 constexpr std::array<PanelCode, 5> kPanelCodes{{
@@ -19,5 +20,5 @@ constexpr std::array<PanelCode, 5> kPanelCodes{{
     {1, "plugUSB", "wants the stick"},
     {2, "addpod", "wants pods"},
     {-1, "sync", "working"},
-    {-2, "cross_mark", "copy to the stick failed"},
+    {kPanelCopyFailed, "cross_mark", "copy to the stick failed"},
 }};

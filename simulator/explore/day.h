@@ -36,9 +36,10 @@ struct Day
     quint64 seed = 0;
     bool machine = false; ///< for a virtual machine, where less is possible
     QJsonObject stick;    ///< that is there in the morning
-    QJsonObject settings; ///< of the scenario: download space, archives of earlier days, firmware
+    QJsonObject settings; ///< of the scenario: disks, archives of earlier days, firmware
     std::vector<DayPod> pods;
     std::vector<Episode> episodes;
+    bool ownDisk() const { return settings.contains(QStringLiteral("disk")); }
     bool firmware() const { return settings.contains(QStringLiteral("firmware")); }
 
     bool measured = true; ///< the idle station is weighed at the end

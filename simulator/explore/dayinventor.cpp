@@ -1,5 +1,6 @@
 #include "explore/dayinventor.h"
 
+#include "common/panelcode.h"
 #include "common/slotset.h"
 #include "explore/dice.h"
 #include "explore/json.h"
@@ -18,6 +19,8 @@ namespace {
 
 /// What one episode may wait for something that may never come.
 constexpr double kPatience = 7;
+/// Takes no memory before something is on it.
+constexpr int kDiskBytes = 1 << 30;
 
 QJsonObject after(const char* what, const json::Value& value)
 {
@@ -70,6 +73,11 @@ public:
         const int count = std::max(m_dice.magnitude(1, most), m_dice.number(1, most) / 2);
         for (int i = 0; i < count; ++i)
             add(static_cast<Kind>(m_dice.weighted({m_weights.begin(), m_weights.end()})));
+        // Last: what is drawn for it changes nothing else of a day.
+        if (m_dice.chance(10))
+            fillDisk();
+        if (!m_limits.machine && m_dice.chance(30))
+            addBadStick();
         return m_day;
     }
 
@@ -86,7 +94,11 @@ private:
     void addUnplug(int pod);
     void addSteps(const QJsonArray& steps) { m_day.episodes.push_back({{}, steps}); }
     QJsonObject anotherStick();
+    static void addRestart(QJsonArray& steps);
     void addOutage(const char* how);
+    void addBadStick();
+    void fillDisk();
+    void leaveRoom(int bytes);
     QJsonObject plugStep(const DayPod& pod, int slot);
     QJsonObject someTime() { return object({{"wait", m_dice.seconds(3)}}); }
     QJsonObject somePhase(int slot);
@@ -308,6 +320,13 @@ QString Inventor::someClock()
     return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate);
 }
 
+void Inventor::addRestart(QJsonArray& steps)
+{
+    steps += with(after("ended", true), object({{"station", "restart"}}));
+    // Asked to end before it can hear, it would be killed.
+    steps += ifPossible(with(after("run log", "Version:"), object({{"touch", list({240, 136})}})));
+}
+
 /// The station goes off, and on again; in between, people do as they like.
 void Inventor::addOutage(const char* how)
 {
@@ -320,10 +339,51 @@ void Inventor::addOutage(const char* how)
     }
     if (m_dice.chance(30))
         steps += with(ended, plugStep(somePod(), m_dice.number(0, 9)));
-    steps += with(ended, object({{"station", "restart"}}));
-    // Asked to end before it can hear, it would be killed.
-    steps += ifPossible(with(after("run log", "Version:"), object({{"touch", list({240, 136})}})));
+    addRestart(steps);
     addSteps(steps);
+}
+
+/// When somebody has brought what a stick is to be given, a bad one comes, perhaps to a station
+/// that has begun another archive meanwhile.
+void Inventor::addBadStick()
+{
+    const int slot = m_dice.number(0, 9);
+    const QJsonObject erased = with(after("erased", slot), object({{"patience", kPatience}}));
+    QJsonArray steps{ifPossible(object({{"stick", "out"}})), plugStep(somePod(), slot)};
+    if (m_dice.chance(50)) {
+        steps += ifPossible(with(erased, object({{"station", m_dice.oneOf({"kill", "stop"})}})));
+        addRestart(steps);
+    }
+    steps += ifPossible(with(erased, object({{"stick", m_sticks.badStick()}})));
+    steps +=
+        ifPossible(with(with(after("panel", kPanelCopyFailed), object({{"patience", kPatience}})),
+                        object({{"touch", list({240, 136})}})));
+    addSteps(steps);
+}
+
+/// Something else takes the room on the station's disk, and sometimes gives it back. Read-outs are
+/// begun only where there is plenty: with a disk of their own, it is the archive that meets the
+/// end.
+void Inventor::fillDisk()
+{
+    m_day.settings.insert(QStringLiteral("disk"), kDiskBytes);
+    if (!m_day.machine && m_day.pods.size() <= 8 && m_dice.chance(60))
+        m_day.settings.insert(QStringLiteral("download space"), kDiskBytes);
+    const int times = m_dice.number(1, 3);
+    for (int i = 0; i < times; ++i)
+        leaveRoom(m_dice.magnitude(1, 500'000));
+    if (m_dice.chance(30))
+        leaveRoom(kDiskBytes);
+}
+
+/// In the morning, or at some moment of the day.
+void Inventor::leaveRoom(int bytes)
+{
+    const QJsonObject room = ifPossible(object({{"room", bytes}}));
+    const bool early = m_dice.chance(30);
+    const int at = early ? 0 : m_dice.number(0, static_cast<int>(m_day.episodes.size()));
+    m_day.episodes.insert(m_day.episodes.begin() + at,
+                          {{}, {early ? room : with(someMoment(), room)}});
 }
 
 } // namespace

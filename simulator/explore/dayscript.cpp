@@ -119,6 +119,8 @@ void addUpdate(const Day& day, QJsonArray& steps)
 
 void addHealing(const Day& day, QJsonArray& steps)
 {
+    if (day.ownDisk())
+        steps += object({{"room", day.settings[QStringLiteral("disk")].toInt()}});
     for (const int slot : slotsIn(slotsOf(day)))
         steps += ifPossible(object({{"unplug", slot}}));
     if (!day.machine)
@@ -179,6 +181,9 @@ QJsonArray explainedWarnings(const Day& day)
         texts += QStringLiteral("No backup");
         texts += QStringLiteral("The backup command cannot be removed");
     }
+    if (day.ownDisk())
+        for (const char* text : {"Not archived", "No new archive at", "Not in the backup"})
+            texts += QLatin1String(text);
     if (day.firmware()) {
         texts += QStringLiteral("Not updated");
         // Of a wrong checksum; and of a pod left in its bootloader at a station without a package.
@@ -249,8 +254,8 @@ QJsonObject expectationsOf(const Day& day)
                                  {"station lacks", list({"backup.zip", "tmp_back"})},
                                  {"log lacks", list({"Unknown exception"})},
                                  {"warnings", explainedWarnings(day)}});
-    // Pods that are updated are not read.
-    const SlotSet punctual = day.firmware() ? SlotSet() : punctualSlots(day);
+    // Pods that are updated are not read, and on a full disk nothing is archived.
+    const SlotSet punctual = day.firmware() || day.ownDisk() ? SlotSet() : punctualSlots(day);
     if (punctual.any() && !day.settings.contains(QStringLiteral("download space")))
         expect.insert(QStringLiteral("punctual"), object({{"slots", slotSetToText(punctual)},
                                                           {"seconds", punctualSeconds(day)}}));

@@ -1,9 +1,20 @@
 #include "explore/stickinventor.h"
 
+#include "bus/memorychip.h"
 #include "explore/dice.h"
 #include "explore/json.h"
 
 using json::object;
+
+namespace {
+
+/// The one that the station would give to its first archive if that came late.
+QByteArray takenName()
+{
+    return "QVX_DATAS_" + MemoryChip::defaultEui48().toHex().toUpper() + "_0000000000.cvx";
+}
+
+} // namespace
 
 StickInventor::StickInventor(Dice& dice, bool machine)
     : m_dice(dice)
@@ -30,10 +41,22 @@ QJsonObject StickInventor::stick()
     return stick;
 }
 
+QJsonObject StickInventor::badStick()
+{
+    QJsonObject stick;
+    if (m_dice.chance(30))
+        stick.insert(QStringLiteral("content"),
+                     object({{takenName().constData(), "a stranger's"}}));
+    else
+        spoil(stick);
+    return stick;
+}
+
 void StickInventor::fill(QJsonObject& content)
 {
-    for (const char* name : {"holiday.jpg", "notes.txt", "QVX_DATAS.cvx", "QVX_DATAS_old.cvx",
-                             ".corvane.new", "Umlaut \xC3\xA4.txt"})
+    for (const QByteArray& name :
+         QByteArrayList{"holiday.jpg", "notes.txt", "QVX_DATAS.cvx", takenName(), ".corvane.new",
+                        "Umlaut \xC3\xA4.txt"})
         if (m_dice.chance(m_foreign_percent / 3))
             content.insert(QString::fromUtf8(name),
                            QString(m_dice.magnitude(1, 20000), QLatin1Char('x')));
@@ -73,7 +96,7 @@ void StickInventor::spoil(QJsonObject& stick)
 {
     switch (m_dice.number(0, 4)) {
     case 0:
-        stick.insert(QStringLiteral("size"), m_dice.magnitude(4096, 4'000'000));
+        stick.insert(QStringLiteral("size"), m_dice.magnitude(4096, 400'000));
         break;
     case 1:
         stick.insert(QStringLiteral("speed"), m_dice.magnitude(60'000, 2'000'000));

@@ -12,6 +12,8 @@ public:
     StickInventor(Dice& dice, bool machine);
 
     QJsonObject stick();
+    /// One on which a copy goes wrong, or must not take a stranger's place; not for a machine.
+    QJsonObject badStick();
 
 private:
     void fill(QJsonObject& content);

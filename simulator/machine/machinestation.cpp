@@ -59,11 +59,12 @@ void MachineStation::terminate()
 
 void MachineStation::setClock(const QDateTime& time)
 {
-    m_machine.shell().run(QStringLiteral("date -u -s @%1").arg(time.toSecsSinceEpoch()),
-                          [this](const MachineShell::Result& result) {
-                              if (result.exit_code != 0)
-                                  noteTrouble(result.lines.join(QLatin1Char(' ')));
-                          });
+    tell(QStringLiteral("date -u -s @%1").arg(time.toSecsSinceEpoch()));
+}
+
+void MachineStation::leaveRoom(qint64 bytes)
+{
+    tell(QStringLiteral("leave_room %1").arg(bytes));
 }
 
 bool MachineStation::running() const
@@ -98,6 +99,14 @@ void MachineStation::startProgram()
     m_machine.shell().run(m_machine.installsStation() ? QStringLiteral("install_station")
                                                       : QStringLiteral("start_station"),
                           [this](const MachineShell::Result&) { m_program_started = true; });
+}
+
+void MachineStation::tell(const QString& command)
+{
+    m_machine.shell().run(command, [this](const MachineShell::Result& result) {
+        if (result.exit_code != 0)
+            noteTrouble(result.lines.join(QLatin1Char(' ')));
+    });
 }
 
 /// As a line of the log that no verdict passes over.

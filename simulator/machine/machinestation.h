@@ -24,6 +24,7 @@ public:
     void kill() override;
     void terminate() override;
     void setClock(const QDateTime& time) override;
+    void leaveRoom(qint64 bytes) override;
     bool running() const override;
     std::optional<int> podThreads() const override;
     std::optional<bool> stickMounted() const override;
@@ -31,6 +32,7 @@ public:
 
 private:
     void startProgram();
+    void tell(const QString& command);
     void noteTrouble(const QString& what);
     void tellHowFar();
     void endRun();

@@ -19,6 +19,7 @@ SandboxStation::SandboxStation(const BenchSettings& settings, const BenchFolder&
                                const QString& testbed, qint64 download_space_bytes)
     : Station(folder.log(), settings.echo_log)
     , m_folder(folder.station())
+    , m_disk(folder.disk())
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("BENCH_STATION"), settings.station_program);
@@ -67,6 +68,14 @@ void SandboxStation::terminate()
 {
     if (const qint64 pid = stationPid(); pid > 0)
         ::kill(static_cast<pid_t>(pid), SIGTERM);
+}
+
+void SandboxStation::leaveRoom(qint64 bytes)
+{
+    if (m_disk == nullptr)
+        Station::leaveRoom(bytes);
+    else
+        m_disk->leaveRoom(bytes);
 }
 
 std::optional<int> SandboxStation::podThreads() const

@@ -6,6 +6,7 @@
 #include <QDir>
 
 class BenchFolder;
+class StationDisk;
 struct BenchSettings;
 
 /// The station in a private root of this machine, which the tool private-root makes.
@@ -23,6 +24,7 @@ public:
     void start() override;
     void kill() override;
     void terminate() override;
+    void leaveRoom(qint64 bytes) override;
     bool running() const override { return m_process.state() != QProcess::NotRunning; }
     std::optional<int> podThreads() const override;
     std::optional<bool> stickMounted() const override;
@@ -33,6 +35,7 @@ public:
 private:
     void endRun(int exit_code, QProcess::ExitStatus status);
 
-    QDir m_folder; ///< the station's
+    QDir m_folder;             ///< the station's
+    const StationDisk* m_disk; ///< null: the computer's
     DependentProcess m_process;
 };

@@ -82,6 +82,11 @@ struct SetClock
 {
     QDateTime time;
 };
+/// On the station's disk, from now on.
+struct LeaveRoom
+{
+    qint64 bytes;
+};
 struct Status
 {
 };
@@ -90,10 +95,11 @@ struct Help
 };
 } // namespace verb
 
-using Verb = std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::PutOnStick,
-                          verb::GrowArchive, verb::Touch, verb::Screenshot, verb::Quit,
-                          verb::StopStation, verb::KillStation, verb::RestartStation,
-                          verb::MeasureStation, verb::SetClock, verb::Status, verb::Help>;
+using Verb =
+    std::variant<verb::Plug, verb::Unplug, verb::SetFault, verb::Stick, verb::PutOnStick,
+                 verb::GrowArchive, verb::Touch, verb::Screenshot, verb::Quit, verb::StopStation,
+                 verb::KillStation, verb::RestartStation, verb::MeasureStation, verb::SetClock,
+                 verb::LeaveRoom, verb::Status, verb::Help>;
 
 /// What a step waits for: how things stand with a slot's present or last pod, with all lines
 /// logged so far, with the picture last seen.
@@ -181,6 +187,7 @@ struct Scenario
     EarlierPlan earlier;
     std::optional<FirmwarePlan> firmware; ///< whose package is on the stick
     qint64 download_space_bytes = 0;      ///< room for the station's downloads; 0: not limited
+    qint64 disk_bytes = 0;                ///< of the station's own disk; 0: it has the computer's
     std::vector<Step> steps;
     Expectations expect;
     std::chrono::seconds time_limit{300};

@@ -165,6 +165,7 @@ Scenario parseScenario(const QByteArray& json, const QString& file_name, const P
         {"expect", {}},
         {"time limit", into(scenario.time_limit)},
         {"download space", bytesInto(scenario.download_space_bytes, kMost)},
+        {"disk", bytesInto(scenario.disk_bytes, kMost)},
         {"archives", [&](const JsonPlace& earlier) { scenario.earlier = earlierPlanOf(earlier); }},
         {"firmware", [&](const JsonPlace& plan) { scenario.firmware = firmwarePlanOf(plan); }},
     });

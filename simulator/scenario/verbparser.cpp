@@ -12,6 +12,7 @@
 
 namespace {
 
+constexpr quint64 kMostRoom = std::numeric_limits<int>::max();
 constexpr int kMostTimes = 16;
 constexpr quint64 kMostHole = std::numeric_limits<quint32>::max();
 
@@ -165,6 +166,9 @@ const std::vector<Row>& rows()
         {"station", true, stationVerbOf, {}},
         {"clock", true, clockOf,
          Typing{"clock TIME", "set a machine's clock, as 2038-01-19T03:14:07", 1, 1, oneWord}},
+        {"room", true,
+         [](P place, U) -> Verb { return verb::LeaveRoom{qint64(place.bytes(kMostRoom))}; },
+         Typing{"room BYTES", "so much is left on the station's own disk", 1, 1, oneWord}},
         {"status", false, [](P, U) -> Verb { return verb::Status{}; },
          Typing{"status", "every slot, the stick and the panel", 0, 0, verbItself}},
         {"stop", false, stationVerbOf,

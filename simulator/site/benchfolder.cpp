@@ -12,7 +12,7 @@ constexpr int kMostSocketPathBytes = 107;
 
 } // namespace
 
-BenchFolder::BenchFolder(const QString& kept)
+BenchFolder::BenchFolder(const QString& kept, qint64 disk_bytes)
     : m_root(QDir(kept.isEmpty() ? m_temporary.path() : kept).absolutePath())
 {
     if (!m_temporary.isValid() || !m_control.isValid())
@@ -26,6 +26,8 @@ BenchFolder::BenchFolder(const QString& kept)
                     .arg(path()));
     if (!m_root.mkpath(station()) || !m_root.mkpath(launcher()))
         throw BadInput(QStringLiteral("cannot make folders in %1").arg(path()));
+    if (disk_bytes > 0)
+        m_disk.emplace(station(), disk_bytes);
     writeFile(station() + QStringLiteral("/version"), CORVANE_VERSION);
     writeFile(launcher() + QStringLiteral("/version"), "1.0");
 }

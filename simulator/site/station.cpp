@@ -18,6 +18,11 @@ void Station::setClock(const QDateTime& /*time*/)
     throw BadInput(QStringLiteral("only a machine has a clock of its own"));
 }
 
+void Station::leaveRoom(qint64 /*bytes*/)
+{
+    throw BadInput(QStringLiteral("the station has no disk of its own here"));
+}
+
 void Station::noteStart()
 {
     m_exit_code.reset();

@@ -29,6 +29,9 @@ public:
     /// Throws BadInput where the clock is not only the station's.
     virtual void setClock(const QDateTime& time);
 
+    /// On its disk, from now on. Throws BadInput where that is not only the station's.
+    virtual void leaveRoom(qint64 bytes);
+
     virtual bool running() const = 0;
     /// Worker threads of pods that live now; std::nullopt while that is not known.
     virtual std::optional<int> podThreads() const = 0;

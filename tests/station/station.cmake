@@ -3,7 +3,7 @@ foreach(scenario IN ITEMS
     archivefull backup backupfull backuplies backuppower backuppulled bounce commandhuge commandsleft
     commandunreadable copykilled copypulled
     diskfull emptypod erasedfirst export exportfull faults firmware firmwareescaped firmwareunheard
-    powerloss quit report sharedname sizes stick sticklies stop toosmall updatemarker)
+    nearlyfull powerloss quit report sharedname sizes stick sticklies stop toosmall updatemarker)
   add_test(NAME scenario_${scenario}
     COMMAND corvane-sim --once --scenario ${CMAKE_CURRENT_SOURCE_DIR}/scenarios/${scenario}.json)
   set_tests_properties(scenario_${scenario} PROPERTIES
@@ -17,14 +17,6 @@ foreach(tour IN ITEMS 1-good-day 2-failing-pod 3-full-stick 4-power-cut 5-new-fi
   set_tests_properties(scenario_tour_${tour} PROPERTIES
     ENVIRONMENT "${CORVANE_SANITIZER_ENVIRONMENT}")
 endforeach()
-
-# The bench's folder, the station's within, on a small disk of its own.
-add_test(NAME scenario_nearlyfull
-  COMMAND bwrap --dev-bind / / --size 50331648 --tmpfs /opt --setenv TMPDIR /opt --die-with-parent
-    --unshare-user --uid 0 --gid 0 --cap-add CAP_SYS_ADMIN
-    $<TARGET_FILE:corvane-sim> --once --scenario ${CMAKE_CURRENT_SOURCE_DIR}/scenarios/nearlyfull.json)
-set_tests_properties(scenario_nearlyfull PROPERTIES
-  ENVIRONMENT "${CORVANE_SANITIZER_ENVIRONMENT}")
 
 corvane_add_test(scenario_churn SOURCES station/churn.cpp LIBRARIES corvane_bench)
 target_compile_definitions(scenario_churn

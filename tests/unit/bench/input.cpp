@@ -151,7 +151,7 @@ void BenchInputTest::readsWhatStepsDo()
     const Scenario scenario =
         parse(withSteps(R"({"stick": "out"}, {"stick": {"loses from byte": 7, "folder": "f",
             "flips at byte": "1K"}}, {"grow archive": "4000M"},
-            {"screenshot": {"file": "a.png", "gauge": 3, "times": 4}})"));
+            {"screenshot": {"file": "a.png", "gauge": 3, "times": 4}}, {"room": "3K"})"));
     QVERIFY(!std::get<verb::Stick>(scenario.steps.at(0).action).inserted);
     const auto stick = std::get<verb::Stick>(scenario.steps.at(1).action);
     QVERIFY(stick.inserted);
@@ -164,6 +164,7 @@ void BenchInputTest::readsWhatStepsDo()
     QCOMPARE(screenshot.file, QStringLiteral("a.png"));
     QCOMPARE(screenshot.gauge, std::optional<int>(3));
     QCOMPARE(screenshot.times, 4);
+    QCOMPARE(std::get<verb::LeaveRoom>(scenario.steps.at(4).action).bytes, qint64(3072));
 }
 
 // NOLINTNEXTLINE(readability-function-size): a table

@@ -304,6 +304,7 @@ void BenchVerdictTest::judgesEveryRunOfTheStation()
     Bench bench(settings, plainScenario({}, {}, false, {}));
     QVERIFY_EXCEPTION_THROWN(bench.perform(verb::Stick{false, {}}), BadInput); // it is out
     QVERIFY_EXCEPTION_THROWN(bench.perform(verb::GrowArchive{1}), BadInput);   // there is none
+    QVERIFY_EXCEPTION_THROWN(bench.perform(verb::LeaveRoom{1}), BadInput);     // of all disks
     const QSignalSpy ended(&bench.station(), &Station::ended);
     bench.start();
     QTRY_COMPARE(ended.count(), 1);

@@ -63,6 +63,7 @@ private slots:
     void followFromTheirSeed();
     void arePlayable();
     void knowEveryFault();
+    void giveAFullDiskItsRoomBack();
     void leaveOutWhatDoesNotMatter();
     void stopBeingMadeSmaller();
 };
@@ -92,8 +93,8 @@ void ExploreDaysTest::arePlayable()
                 if (const auto* stick = std::get_if<verb::Stick>(&step.action))
                     QVERIFY(!machine || !stick->other);
         }
-        // Plug, unplug, stick, touch, quit, stop, kill, restart, measure, clock.
-        QCOMPARE(verbs.size(), 10);
+        // Plug, unplug, stick, touch, quit, stop, kill, restart, measure, clock, room.
+        QCOMPARE(verbs.size(), 11);
     }
 }
 
@@ -105,10 +106,37 @@ void ExploreDaysTest::knowEveryFault()
     for (int fault = int(PodFault::NoAnswer); fault <= int(PodFault::FirmwareAbsent); ++fault)
         QVERIFY2(all.contains(podFaultName(PodFault(fault)).toUtf8()),
                  qPrintable(podFaultName(PodFault(fault))));
-    for (const char* thing :
-         {"cmd_erase_datas.txt", "cmd_gen_backup.txt", "pull at byte", "5A5A", "loses from byte",
-          "flips at byte", "unreadable", "archives", "\"package\""})
+    for (const char* thing : {"cmd_erase_datas.txt", "cmd_gen_backup.txt", "pull at byte", "5A5A",
+                              "loses from byte", "flips at byte", "unreadable", "archives",
+                              "\"package\"", "QVX_DATAS_0004A3123456_0000000000.cvx"})
         QVERIFY2(all.contains(thing), thing);
+}
+
+/// Rarely, and before the calm, in which everything has to be archived.
+void ExploreDaysTest::giveAFullDiskItsRoomBack()
+{
+    int full_days = 0;
+    for (quint64 seed = 0; seed < kDays; ++seed) {
+        const Scenario scenario =
+            parseScenario(jsonOf(inventDay(seed, {})), QStringLiteral("day.json"), PodPlan());
+        std::vector<qint64> rooms;
+        bool calm = false;
+        for (const Step& step : scenario.steps) {
+            if (const auto* room = std::get_if<verb::LeaveRoom>(&step.action)) {
+                QVERIFY(!calm);
+                rooms.push_back(room->bytes);
+                calm = !step.if_possible;
+            }
+            calm = calm || std::holds_alternative<verb::MeasureStation>(step.action);
+        }
+        QCOMPARE(rooms.empty(), scenario.disk_bytes == 0);
+        if (rooms.empty())
+            continue;
+        ++full_days;
+        QVERIFY(*std::min_element(rooms.begin(), rooms.end()) < 1'000'000);
+        QCOMPARE(rooms.back(), scenario.disk_bytes);
+    }
+    QVERIFY(full_days >= 10 && full_days <= 60);
 }
 
 void ExploreDaysTest::leaveOutWhatDoesNotMatter()
