@@ -39,7 +39,8 @@ public:
         work();
         const qint64 end = samplesSize();
         const BoardRun::Usage after = m_run.usage();
-        Profile profile(m_places, m_run.ask(QStringLiteral("cat /proc/$(pidof -s corvane)/maps")),
+        Profile profile(m_places,
+                        m_run.ask(QStringLiteral("cat /proc/%1/maps").arg(m_run.stationPid())),
                         m_run.ask(QStringLiteral("grep -i ' t ' /proc/kallsyms")));
         profile.add(samples(begin, end));
         out << "\n### " << title << "\n\nThe station used "

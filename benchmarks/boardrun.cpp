@@ -82,10 +82,18 @@ double BoardRun::uptimeSeconds()
     return ask(QStringLiteral("cut -d ' ' -f 1 /proc/uptime")).value(0).toDouble();
 }
 
+QString BoardRun::stationPid()
+{
+    if (m_station_pid.isEmpty())
+        m_station_pid =
+            ask(QStringLiteral("pidof corvane | tr ' ' '\\n' | sort -n | head -n 1")).value(0);
+    return m_station_pid;
+}
+
 BoardRun::Usage BoardRun::usage()
 {
     const QStringList ticks =
-        ask(QStringLiteral("cut -d ' ' -f 14-17 /proc/$(pidof -s corvane)/stat"))
+        ask(QStringLiteral("cut -d ' ' -f 14-17 /proc/%1/stat").arg(stationPid()))
             .value(0)
             .split(QLatin1Char(' '));
     Usage usage;
@@ -98,7 +106,8 @@ BoardRun::Usage BoardRun::usage()
 double BoardRun::wakeUps()
 {
     return ask(QStringLiteral("awk '/^voluntary/ { sum += $2 } END { print sum }' "
-                              "/proc/$(pidof -s corvane)/task/*/status"))
+                              "/proc/%1/task/*/status")
+                   .arg(stationPid()))
         .value(0)
         .toDouble();
 }

@@ -29,6 +29,8 @@ public:
     /// The output of a command on the board.
     QStringList ask(const QString& command);
     double uptimeSeconds();
+    /// The oldest of that name: a child that is about to become another program has it, too.
+    QString stationPid();
     Usage usage();
     /// How often the station's threads began to wait since their start, so how often they woke.
     double wakeUps();
@@ -43,5 +45,6 @@ private:
     void awaitUntil(const std::function<bool()>& done, const QString& what);
 
     MachineSite* m_site = nullptr; ///< the bench's
+    QString m_station_pid;
     std::unique_ptr<Bench> m_bench;
 };

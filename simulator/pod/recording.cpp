@@ -42,10 +42,10 @@ struct MotionUnit
         const bool moves = mixed(~seed, index / kSamplesInBout) % 4 == 0;
         const quint64 noise = mixed(seed, index);
         qToLittleEndian(quint32(index * 10), out);
-        for (int axis = 0; axis < 3; ++axis)
-            qToLittleEndian(acceleration(index, axis, noise >> (16 * axis), moves),
-                            out + 4 + 2 * axis);
-        qToLittleEndian(qint16(2150 + index / 1000 % 300 + (noise >> 48) % 3), out + 10);
+        out += sizeof(quint32);
+        for (int axis = 0; axis < 3; ++axis, out += sizeof(qint16))
+            qToLittleEndian(acceleration(index, axis, noise >> (16 * axis), moves), out);
+        qToLittleEndian(qint16(2150 + index / 1000 % 300 + (noise >> 48) % 3), out);
     }
 
     static qint16 acceleration(quint64 index, int axis, quint64 noise, bool moves)
