@@ -17,6 +17,7 @@ struct Computer
     QString instruction_clock; ///< ties its time to instructions; empty: it has this machine's time
     QString plugin;            ///< that the emulator loads, with its arguments; empty: none
     QString console;           ///< as its kernel calls the first serial port
+    QString kernel_options;    ///< besides those of every computer
     QString root;              ///< with kernel, drivers and all else that is installed
     QString kernel_package;
     QString program_folder; ///< what lies over the root, with the station; empty: it is there

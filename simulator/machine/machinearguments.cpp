@@ -97,10 +97,10 @@ void addComputer(CommandLine& line, const MachineSettings& settings)
     const QString station = settings.packages.isEmpty()
                                 ? forKernel(QStringLiteral("station"), settings.station_program)
                                 : forKernel(QStringLiteral("packages"), settings.packages);
-    line.add("append",
-             QStringLiteral("console=%1 quiet panic=-1 mitigations=off %2 %3%4")
-                 .arg(computer.console, forKernel(QStringLiteral("layers"), layersOf(computer)),
-                      station, diskOption(settings)));
+    line.add("append", QStringLiteral("console=%1 %2 quiet panic=-1 mitigations=off %3 %4%5")
+                           .arg(computer.console, computer.kernel_options,
+                                forKernel(QStringLiteral("layers"), layersOf(computer)), station,
+                                diskOption(settings)));
 }
 
 void addScreen(CommandLine& line, const QDir& folder)
