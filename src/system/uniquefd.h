@@ -25,6 +25,8 @@ public:
     ~UniqueFd();
 
     int get() const { return m_fd; }
+    /// To an owner that closes it from now on.
+    int release() { return std::exchange(m_fd, -1); }
     explicit operator bool() const { return m_fd >= 0; }
 
 private:

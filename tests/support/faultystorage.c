@@ -506,17 +506,17 @@ ssize_t pread64(int fd, void* data, size_t size, off64_t offset)
     return pread(fd, data, size, offset);
 }
 
-DIR* opendir(const char* path)
+DIR* fdopendir(int fd)
 {
-    DIR* (*real)(const char*) = NULL;
+    DIR* (*real)(int) = NULL;
     char full[PATH_MAX];
-    resolve(path, full);
+    path_of(fd, full);
     if (is_below(full) && says(planned(0, 1), ":listing")) {
         errno = EIO;
         return NULL;
     }
-    *(void**)&real = dlsym(RTLD_NEXT, "opendir"); /* as the standard of dlsym() has it */
-    return real(path);
+    *(void**)&real = dlsym(RTLD_NEXT, "fdopendir"); /* as the standard of dlsym() has it */
+    return real(fd);
 }
 
 static int open_below(const char* full, int flags, mode_t mode)
