@@ -21,10 +21,12 @@ set(CORVANE_SANITIZER_ENVIRONMENT
   "TSAN_OPTIONS=history_size=4:suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan.supp"
   "LSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/lsan.supp:print_suppressions=0")
 
-# Linked into every program: tells the thread sanitizer of the order that Qt's queued signals keep.
+# Linked into every program: tells the thread sanitizer of the order that Qt's queued signals keep, and
+# has it read its symbols early.
 function(corvane_know_qt_order target)
   if(CORVANE_SANITIZER STREQUAL "thread")
-    target_sources(${target} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/qthappensbefore.cpp)
+    target_sources(${target} PRIVATE
+      ${CMAKE_SOURCE_DIR}/cmake/qthappensbefore.cpp ${CMAKE_SOURCE_DIR}/cmake/symbolsfirst.cpp)
     target_link_libraries(${target} PRIVATE Qt5::CorePrivate)
   endif()
 endfunction()

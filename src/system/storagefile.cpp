@@ -26,25 +26,10 @@ auto retried(Call call)
     return result;
 }
 
-struct CloseFolder
+/// By this name the thread sanitizer is told of it.
+void closeFolder(DIR* stream)
 {
-    void operator()(DIR* stream) const { ::closedir(stream); }
-};
-using OpenFolder = std::unique_ptr<DIR, CloseFolder>;
-
-UniqueFd openFolder(const QString& path)
-{
-    const QByteArray name = QFile::encodeName(path);
-    return UniqueFd(::open(name.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-}
-
-OpenFolder openForListing(const QString& path)
-{
-    UniqueFd fd = openFolder(path);
-    OpenFolder stream(fd ? ::fdopendir(fd.get()) : nullptr);
-    if (stream)
-        static_cast<void>(fd.release()); // the stream's now
-    return stream;
+    ::closedir(stream);
 }
 
 static_assert(sizeof(off_t) == 8, "archives and files of the stick may be larger than 2 GiB");
@@ -171,13 +156,15 @@ bool syncFile(const QString& path)
 
 bool syncFolderOf(const QString& path)
 {
-    const UniqueFd fd = openFolder(QFileInfo(path).path());
+    const QByteArray folder = QFile::encodeName(QFileInfo(path).path());
+    const UniqueFd fd(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return fd && syncFile(fd.get());
 }
 
 std::optional<QStringList> listFiles(const QString& folder)
 {
-    const OpenFolder stream = openForListing(folder);
+    const std::unique_ptr<DIR, void (*)(DIR*)> stream(
+        ::opendir(QFile::encodeName(folder).constData()), closeFolder);
     if (!stream)
         return std::nullopt;
     QStringList names;

@@ -25,8 +25,6 @@ public:
     ~UniqueFd();
 
     int get() const { return m_fd; }
-    /// To an owner that closes it from now on.
-    int release() { return std::exchange(m_fd, -1); }
     explicit operator bool() const { return m_fd >= 0; }
 
 private:
