@@ -1,11 +1,11 @@
-// Linked into every program of the tsan preset. The sanitizer reads a program's symbols at its first
-// complaint, also at one that is to be suppressed, and holds a lock of the dynamic loader meanwhile.
-// The preloaded device layer then asks for another one, which a thread that loads a plug-in may hold
-// while it waits for the first: both stand still for ever. So they are read before there are threads.
-
-#include <sanitizer/common_interface_defs.h>
+// Linked into every program of the tsan preset. The sanitizer reads a program's symbols at its
+// first complaint, also at one that is to be suppressed, and holds a lock of the dynamic loader
+// meanwhile. The preloaded device layer then asks for another one, which a thread that loads a
+// plug-in may hold while it waits for the first: both stand still for ever. So they are read before
+// there are threads.
 
 #include <array>
+#include <sanitizer/common_interface_defs.h>
 
 namespace {
 
