@@ -33,10 +33,11 @@ void corvaneLogger(QtMsgType type, const QMessageLogContext& /*context*/, const 
     if (prefix.isEmpty())
         return;
 
-    // One write a line: stdio locks per call, so lines of thirty workers do not mix.
     const QByteArray line = prefix + message.toUtf8() + '\n';
-    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout);
-    std::fflush(stdout);
+    // Kept first: what has been read must be in the report, however soon the program ends.
     if (KeptLog* const kept = KeptLog::current())
         kept->add(line);
+    // One write a line: stdio locks per call, so lines of thirty workers do not mix.
+    std::fwrite(line.constData(), 1, static_cast<std::size_t>(line.size()), stdout);
+    std::fflush(stdout);
 }
